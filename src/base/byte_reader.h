@@ -1,0 +1,64 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/endian.h"
+
+namespace zav {
+
+/// Cursor over foreign bytes. Everything that reads a file goes through one.
+///
+/// Invariant: 0 <= position <= size, and bytes [0, size) may be read. Every operation checks its
+/// extent against size - position, which cannot overflow, before it forms a pointer. An operation
+/// that does not fit returns null or 0, moves nothing and sets `failed`, so that a run of reads
+/// can be checked once at its end.
+class ByteReader {
+ public:
+  ByteReader(const uint8_t* data, int64_t size)
+      : data_(data), size_(data != nullptr && size > 0 ? size : 0) {}
+
+  int64_t size() const { return size_; }
+  int64_t position() const { return position_; }
+  int64_t remaining() const { return size_ - position_; }
+  bool failed() const { return failed_; }
+
+  /// The next `count` bytes where they lie; null when fewer are left.
+  const uint8_t* Take(int64_t count) {
+    if (count < 0 || count > remaining()) {
+      failed_ = true;
+      return nullptr;
+    }
+    const uint8_t* taken = data_ + position_;
+    position_ += count;
+    return taken;
+  }
+
+  void Skip(int64_t count) { Take(count); }
+
+  uint8_t U8() {
+    const uint8_t* p = Take(1);
+    return p != nullptr ? *p : uint8_t{0};
+  }
+  uint16_t Le16() {
+    const uint8_t* p = Take(2);
+    return p != nullptr ? LoadLe16(p) : uint16_t{0};
+  }
+  uint32_t Le32() {
+    const uint8_t* p = Take(4);
+    return p != nullptr ? LoadLe32(p) : 0;
+  }
+
+  /// Back to the end, as a stream that met a cut-off item is left: nothing more can be taken.
+  void ToEnd() { position_ = size_; }
+
+ private:
+  const uint8_t* data_;
+  int64_t size_;
+  int64_t position_ = 0;
+  bool failed_ = false;
+};
+
+}  // namespace zav

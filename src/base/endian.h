@@ -1,0 +1,29 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+namespace zav {
+
+// Multi-byte values in files and in 16- and 32-bit pixels are assembled from bytes, so that no
+// host byte order shows; compilers turn each of these into one load or store.
+
+inline uint16_t LoadLe16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
+
+inline uint32_t LoadLe32(const uint8_t* p) {
+  return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
+         static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
+}
+
+inline void StoreLe16(uint8_t* p, uint32_t value) {
+  p[0] = static_cast<uint8_t>(value);
+  p[1] = static_cast<uint8_t>(value >> 8);
+}
+
+inline void StoreLe32(uint8_t* p, uint32_t value) {
+  StoreLe16(p, value);
+  StoreLe16(p + 2, value >> 16);
+}
+
+}  // namespace zav

@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+namespace zav {
+
+/// Memory for pixels and palettes, from malloc's heap: hosts may free() what they detach. Null when
+/// the size is not one that a buffer can have, or memory runs out. The bytes are not cleared.
+uint8_t* AllocateBytes(int64_t size) noexcept;
+
+/// The same, cleared.
+uint8_t* AllocateZeroed(int64_t size) noexcept;
+
+void FreeBytes(void* bytes) noexcept;
+
+}  // namespace zav

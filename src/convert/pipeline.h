@@ -1,0 +1,20 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "frame/records.h"
+
+namespace zav {
+
+/// Turns the converter's source into its destination: copy, hand-over, direct kernel, route through
+/// 32-bit BGRA, or resize.
+///
+/// On failure nothing has changed but the defaults that the source was given: the destination is as
+/// it was found and what was allocated is freed. On success every field of both definitions is
+/// filled in. A conversion to another size consumes the source.
+bool ConvertSurface(ZAV_CONVERTER& converter);
+
+/// Same-format copy of pixels and palette, for surfaces of equal size.
+void CopyPixels(ZAV_CONVERTER& converter);
+
+}  // namespace zav

@@ -1,0 +1,97 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "convert/resize.h"
+
+#include "base/checked.h"
+#include "convert/copy.h"
+#include "convert/pipeline.h"
+#include "convert/scale.h"
+#include "convert/surface.h"
+#include "frame/environment.h"
+
+namespace zav {
+namespace {
+
+/// Replaces the borrowed source by the same picture in 32-bit BGRA.
+bool SourceToBgra32(ZAV_CONVERTER& scaling) {
+  ScopedConverter widening;
+  widening.source = scaling.source;
+  widening.dest.format = ZAV_FMT_BGRA32;
+  if (!ConvertSurface(widening)) return false;
+  MoveDestToSource(scaling, widening);
+  return true;
+}
+
+void Resample(const ZAV_CONVERTER& scaling, bool filter) {
+  if (filter) {
+    ResampleBilinear(scaling.source, scaling.dest);
+  } else {
+    ResamplePoint(scaling.source, scaling.dest);
+  }
+}
+
+/// Whether the destination has a buffer that takes pixels of this format as they are.
+bool HasBufferFor(int32_t format, const ZAV_SURFACE& dest) {
+  return dest.pixels != nullptr && dest.format == format &&
+         dest.pitch >= int64_t{dest.width} * BytesPerPixel(format) && ImageBytes(dest) <= kMaxBytes;
+}
+
+/// Scales straight into the buffer that the host supplied.
+bool ScaleIntoBuffer(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filter) {
+  if (!PrepareDestPalette(converter)) return false;
+  ZAV_SURFACE& dest = converter.dest;
+  dest.bytes_per_pixel = BytesPerPixel(dest.format);
+  scaling.dest = Borrow(dest);
+  Resample(scaling, filter);
+  if (dest.palette != nullptr && scaling.source.palette != nullptr &&
+      dest.palette != scaling.source.palette) {
+    FastCopy(dest.palette, scaling.source.palette, ZAV_PALETTE_BYTES);
+  }
+  return true;
+}
+
+/// Scales into a picture of its own in the source's format, then converts that.
+bool ScaleAndConvert(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filter) {
+  // The scaled picture keeps the masks: a custom layout is nothing without them.
+  scaling.dest = Borrow(scaling.source);
+  scaling.dest.pixels = nullptr;
+  scaling.dest.palette = nullptr;
+  scaling.dest.width = converter.dest.width;
+  scaling.dest.height = converter.dest.height;
+  scaling.dest.pitch = 0;
+  if (!PrepareDest(scaling)) return false;
+  Resample(scaling, filter);
+  MoveDestToSource(scaling, scaling);
+
+  MoveDest(scaling, converter);
+  const bool converted = ConvertSurface(scaling);  // equal sizes now
+  MoveDest(converter, scaling);
+  return converted;
+}
+
+}  // namespace
+
+bool ResizeSurface(ZAV_CONVERTER& converter) {
+  const ZAV_SURFACE& dest = converter.dest;
+  const FormatRow& format = Format(converter.source.format);
+  if (!format.converts || !IsFormat(dest.format) || dest.width < 1 || dest.height < 1) return false;
+
+  // The source is only borrowed until the conversion has succeeded, so that a failure leaves it
+  // where the host expects it.
+  ScopedConverter scaling;
+  scaling.source = Borrow(converter.source);
+  const bool filter = (PublishedEnv() & ZAV_ENV_FILTER) != 0;
+  const bool through_bgra32 =
+      format.family == FormatRow::Family::kDxt || (filter && format.bytes_per_pixel < 3);
+  if (through_bgra32 && !SourceToBgra32(scaling)) return false;
+
+  const bool scaled = HasBufferFor(scaling.source.format, dest)
+                          ? ScaleIntoBuffer(scaling, converter, filter)
+                          : ScaleAndConvert(scaling, converter, filter);
+  if (!scaled) return false;
+  ReleaseSurface(converter.source);
+  converter.source = ZAV_SURFACE{};
+  return true;
+}
+
+}  // namespace zav

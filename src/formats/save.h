@@ -1,0 +1,12 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "frame/records.h"
+
+namespace zav {
+
+/// Writes the converter's source with the writer and in the format that the save type names.
+bool SaveByType(ZAV_CONVERTER& converter, long save_type, const char* path);
+
+}  // namespace zav

@@ -1,0 +1,138 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "frame/entry_points.h"
+
+#include <cstring>
+#include <functional>
+
+#include "base/heap.h"
+#include "convert/pipeline.h"
+#include "convert/surface.h"
+#include "formats/save.h"
+#include "frame/environment.h"
+#include "frame/file_formats.h"
+#include "frame/image_operation.h"
+#include "platform/mapped_file.h"
+
+namespace zav {
+namespace {
+
+/// Below this no file format has a header; fewer bytes are not handed to a reader.
+constexpr int64_t kSmallestMemoryFile = 10;
+
+bool IsReady(const ZAV_IMAGE* image) { return image != nullptr && image->converter != nullptr; }
+
+bool LiesIn(const uint8_t* pointer, const uint8_t* start, const uint8_t* end) {
+  return pointer != nullptr && std::greater_equal<>()(pointer, start) &&
+         std::less<>()(pointer, end);
+}
+
+/// A private copy of `count` bytes that lie in [from, end); what would lie behind the end is zero.
+uint8_t* CopyOut(const uint8_t* from, const uint8_t* end, int64_t count) {
+  uint8_t* copy = AllocateBytes(count);
+  if (copy == nullptr) return nullptr;
+  const int64_t there = end - from;
+  const int64_t copied = count < there ? count : there;
+  std::memcpy(copy, from, static_cast<size_t>(copied));
+  std::memset(copy + copied, 0, static_cast<size_t>(count - copied));
+  return copy;
+}
+
+}  // namespace
+
+void InitImage(ZAV_IMAGE* image) {
+  if (image == nullptr) return;
+  *image = ZAV_IMAGE{};
+  image->converter = reinterpret_cast<ZAV_CONVERTER*>(AllocateZeroed(sizeof(ZAV_CONVERTER)));
+}
+
+void FreeImage(ZAV_IMAGE* image) {
+  if (image == nullptr) return;
+  if (image->converter != nullptr) {
+    ReleaseSurfaces(*image->converter, true, true);
+    FreeBytes(image->converter);
+  }
+  *image = ZAV_IMAGE{};
+}
+
+void DetachDest(ZAV_IMAGE* image) {
+  if (IsReady(image)) {
+    image->converter->dest.flags &= ~(ZAV_SURF_OWNS_PIXELS | ZAV_SURF_OWNS_PALETTE);
+  }
+}
+
+void SetEnv(ZAV_IMAGE* image, uint32_t value) {
+  if (IsReady(image)) image->converter->env = value;
+}
+
+bool ConvertRaw(ZAV_IMAGE* image) {
+  if (!IsReady(image)) return false;
+  ImageOperation operation(*image);
+  PublishEnv(*image->converter);
+  if (!ConvertSurface(*image->converter)) return false;
+  operation.Succeed();
+  return true;
+}
+
+bool ConvertFile(ZAV_IMAGE* image, const char* path) {
+  if (!IsReady(image)) return false;
+  const MappedFile file(path);
+  if (file.Data() == nullptr) return false;
+  ZAV_CONVERTER& converter = *image->converter;
+  ImageOperation operation(*image);
+  PublishEnv(converter);
+  operation.MakeRoomForReader();
+  if (!ReadByExtension(converter, path, file.Data(), file.Size())) return false;
+  const uint8_t* end = file.Data() + file.Size();
+  if (!DetachFromRange(converter.source, file.Data(), end) ||
+      !DetachFromRange(converter.dest, file.Data(), end)) {
+    return false;
+  }
+  operation.Succeed();
+  return true;
+}
+
+bool ConvertMemoryFile(ZAV_IMAGE* image, const char* name, const uint8_t* data, int64_t size) {
+  if (!IsReady(image) || data == nullptr || size < kSmallestMemoryFile) return false;
+  ImageOperation operation(*image);
+  PublishEnv(*image->converter);
+  operation.MakeRoomForReader();
+  if (!ReadByExtension(*image->converter, name, data, size)) return false;
+  operation.Succeed();
+  return true;
+}
+
+bool ProbeFile(ZAV_GFXDEF* definition, const char* path) {
+  const MappedFile file(path);
+  return file.Data() != nullptr && ProbeMemoryFile(definition, path, file.Data(), file.Size());
+}
+
+bool ProbeMemoryFile(ZAV_GFXDEF* definition, const char* name, const uint8_t* data, int64_t size) {
+  return definition != nullptr && ProbeByExtension(*definition, name, data, size);
+}
+
+bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path) {
+  if (!IsReady(image)) return false;
+  // Nothing is stored back, so the operation is undone whatever its result.
+  ImageOperation operation(*image);
+  PublishEnv(*image->converter);
+  return SaveByType(*image->converter, save_type, path);
+}
+
+bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end) {
+  if (LiesIn(surface.pixels, start, end)) {
+    uint8_t* copy = CopyOut(surface.pixels, end, ImageBytes(surface));
+    if (copy == nullptr) return false;
+    surface.pixels = copy;
+    surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  }
+  if (LiesIn(surface.palette, start, end)) {
+    uint8_t* copy = CopyOut(surface.palette, end, ZAV_PALETTE_BYTES);
+    if (copy == nullptr) return false;
+    surface.palette = copy;
+    surface.flags |= ZAV_SURF_OWNS_PALETTE;
+  }
+  return true;
+}
+
+}  // namespace zav

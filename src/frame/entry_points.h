@@ -1,0 +1,30 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "frame/records.h"
+
+namespace zav {
+
+// The bodies of the exports: they check arguments, exchange the public record with its converter,
+// and see to it that a failed operation leaves nothing behind.
+
+void InitImage(ZAV_IMAGE* image);
+void FreeImage(ZAV_IMAGE* image);
+void DetachDest(ZAV_IMAGE* image);
+void SetEnv(ZAV_IMAGE* image, uint32_t value);
+
+bool ConvertRaw(ZAV_IMAGE* image);
+bool ConvertFile(ZAV_IMAGE* image, const char* path);
+bool ConvertMemoryFile(ZAV_IMAGE* image, const char* name, const uint8_t* data, int64_t size);
+bool ProbeFile(ZAV_GFXDEF* definition, const char* path);
+bool ProbeMemoryFile(ZAV_GFXDEF* definition, const char* name, const uint8_t* data, int64_t size);
+bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path);
+
+/// Gives the surface private copies of buffers that lie in [start, end). False when memory runs
+/// out.
+bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end);
+
+}  // namespace zav

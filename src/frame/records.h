@@ -1,0 +1,47 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "zav.h"
+
+/// Flags of a surface: which of its buffers it must free.
+enum : uint32_t { ZAV_SURF_OWNS_PIXELS = 1, ZAV_SURF_OWNS_PALETTE = 2 };
+
+/// A definition with its hicolor shifts and the ownership of its buffers. A buffer has at most one
+/// owner; moving a surface moves its ownership and leaves the old slot all zero.
+///
+/// Definitions are exchanged through the shared base (`surface.definition() = image.source`). The
+/// base has tail padding where pointers have 8 bytes, so its sizeof must never be copied over a
+/// surface as raw bytes: assignment of the base leaves the shifts alone.
+struct ZAV_SURFACE : ZAV_GFXDEF {
+  int32_t alpha_shift;  ///< places that bring the top bit of alpha_mask to bit 15
+  int32_t red_shift;
+  int32_t green_shift;
+  int32_t blue_shift;
+  uint32_t flags;
+
+  ZAV_GFXDEF& definition() { return *this; }
+  const ZAV_GFXDEF& definition() const { return *this; }
+  bool owns_pixels() const { return (flags & ZAV_SURF_OWNS_PIXELS) != 0; }
+  bool owns_palette() const { return (flags & ZAV_SURF_OWNS_PALETTE) != 0; }
+};
+
+/// What a conversion works on. Lives as long as its image; temporary ones live on the stack.
+struct ZAV_CONVERTER {
+  ZAV_SURFACE source;
+  ZAV_SURFACE dest;
+  uint32_t env;  ///< what the host last gave to ZAV_SETENV
+
+  /// The source buffers that the library itself put into the public record, whether allocated,
+  /// handed over or pointing into a file's bytes. A later read must not take these for buffers
+  /// that the host supplied to be filled.
+  const unsigned char* placed_pixels;
+  const unsigned char* placed_palette;
+};
+
+static_assert(sizeof(void*) == 8 ? sizeof(ZAV_GFXDEF) == 56 : sizeof(ZAV_GFXDEF) == 44,
+              "eleven fields and at most four bytes of padding");
+static_assert(sizeof(void*) == 8 ? sizeof(ZAV_IMAGE) == 120 : sizeof(ZAV_IMAGE) == 92,
+              "two definitions and a pointer");
