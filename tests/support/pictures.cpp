@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "support/pictures.h"
+
+#include "convert/format_table.h"
+
+namespace zav::test {
+
+uint32_t Random::Next() {
+  state_ ^= state_ >> 12;
+  state_ ^= state_ << 25;
+  state_ ^= state_ >> 27;
+  return static_cast<uint32_t>(state_ * 0x2545F4914F6CDD1Du >> 32);
+}
+
+Picture NoisePicture(int32_t format, int32_t width, int32_t height, int32_t pitch, uint64_t seed) {
+  Picture picture;
+  const int32_t bytes_per_pixel = BytesPerPixel(format);
+  if (pitch == 0) pitch = width * bytes_per_pixel;
+  Random random(seed);
+  picture.pixels.resize(static_cast<size_t>(int64_t{pitch} * height));
+  for (uint8_t& byte : picture.pixels) byte = random.Byte();
+  if (IsPalettized(format)) {
+    picture.palette.resize(ZAV_PALETTE_BYTES);
+    for (uint8_t& byte : picture.palette) byte = random.Byte();
+    picture.definition.palette = picture.palette.data();
+  }
+  picture.definition.pixels = picture.pixels.data();
+  picture.definition.width = width;
+  picture.definition.height = height;
+  picture.definition.bytes_per_pixel = bytes_per_pixel;
+  picture.definition.format = format;
+  picture.definition.pitch = pitch;
+  return picture;
+}
+
+Picture AsymmetricPicture(int32_t width, int32_t height) {
+  Picture picture = NoisePicture(ZAV_FMT_BGRA32, width, height, 0, 1);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      uint8_t* pixel = picture.Row(y) + x * 4;
+      const bool corner = x < (width + 3) / 4 && y < (height + 2) / 3;
+      pixel[0] = static_cast<uint8_t>(x * 3 + y);
+      pixel[1] = static_cast<uint8_t>(40 + x * 5 + y * 2);
+      pixel[2] = static_cast<uint8_t>(corner ? 250 : 90 + y * 7);
+      pixel[3] = static_cast<uint8_t>(255 - (x + 2 * y) * 255 / (width + 2 * height));
+    }
+  }
+  return picture;
+}
+
+}  // namespace zav::test

@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "zav.h"
+
+namespace zav::test {
+
+/// Repeatable noise (xorshift64*).
+class Random {
+ public:
+  explicit Random(uint64_t seed) : state_(seed * 0x9E3779B97F4A7C15u + 1) {}
+  uint32_t Next();
+  /// 0 to bound - 1.
+  uint32_t Below(uint32_t bound) { return static_cast<uint32_t>(uint64_t{Next()} * bound >> 32); }
+  uint8_t Byte() { return static_cast<uint8_t>(Next() >> 24); }
+
+ private:
+  uint64_t state_;
+};
+
+/// A picture with its own memory. Rows are `pitch` bytes apart and padding bytes are noise, so that
+/// a reader of padding shows.
+struct Picture {
+  ZAV_GFXDEF definition{};
+  std::vector<uint8_t> pixels;
+  std::vector<uint8_t> palette;
+
+  Picture() = default;
+  Picture(Picture&&) = default;
+  Picture& operator=(Picture&&) = default;
+
+  uint8_t* Row(int32_t y) { return pixels.data() + int64_t{y} * definition.pitch; }
+};
+
+/// Noise in any uncompressed format; pitch 0 means rows without padding.
+Picture NoisePicture(int32_t format, int32_t width, int32_t height, int32_t pitch, uint64_t seed);
+
+/// A picture in BGRA32 in which no symmetry, channel exchange or shift goes unnoticed: gradients of
+/// different slopes in every channel, a bright corner, and soft alpha.
+Picture AsymmetricPicture(int32_t width, int32_t height);
+
+}  // namespace zav::test

@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+
+#include "platform/vector_target.h"
+
+namespace zav::test {
+
+/// Runs `body(target)` once with every target that this machine has, forced.
+template <typename Body>
+void ForEachVectorTarget(Body&& body) {
+  std::array<VectorTarget, 32> targets;
+  const size_t count = AvailableVectorTargets(targets.data(), targets.size());
+  for (size_t i = 0; i < count; ++i) {
+    ForceVectorTarget(targets[i]);
+    body(targets[i]);
+  }
+  RestoreVectorTarget();
+}
+
+}  // namespace zav::test
