@@ -13,6 +13,8 @@ configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/zavConfig.cmake.in
   ${PROJECT_BINARY_DIR}/zavConfig.cmake INSTALL_DESTINATION ${ZAV_CONFIG_DIR})
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/zavConfigVersion.cmake
   COMPATIBILITY SameMinorVersion)
+# Relative to the file itself, so that an installed tree may be moved.
+file(RELATIVE_PATH ZAV_PC_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 configure_file(${CMAKE_CURRENT_LIST_DIR}/zav.pc.in ${PROJECT_BINARY_DIR}/zav.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/zavConfig.cmake ${PROJECT_BINARY_DIR}/zavConfigVersion.cmake
   DESTINATION ${ZAV_CONFIG_DIR})

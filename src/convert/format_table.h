@@ -17,31 +17,30 @@ struct FormatRow {
   int32_t code;
   Family family;
   uint8_t bytes_per_pixel;  ///< 0 for DXT
-  bool converts;            ///< whether any kernel reads it; the others are only copied
   uint8_t bytes_per_block;  ///< DXT: bytes of a 4 x 4 block; 0 where nothing is encoded
   uint16_t alpha_mask, red_mask, green_mask, blue_mask;  ///< fixed 16-bit layouts
 };
 
 inline constexpr std::array<FormatRow, 18> kFormats = {{
     // clang-format off
-    {0,                  FormatRow::Family::kNone,       0, false, 0,  0, 0, 0, 0},
-    {ZAV_FMT_PAL8,       FormatRow::Family::kPalettized, 1, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_PAL4,       FormatRow::Family::kPalettized, 1, false, 0,  0, 0, 0, 0},
-    {ZAV_FMT_RGBA32,     FormatRow::Family::kTrueColor,  4, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_BGRA32,     FormatRow::Family::kTrueColor,  4, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_RGB24,      FormatRow::Family::kTrueColor,  3, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_BGR24,      FormatRow::Family::kTrueColor,  3, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_RGB565,     FormatRow::Family::kHicolor,    2, true,  0,  0x0000, 0xF800, 0x07E0, 0x001F},
-    {ZAV_FMT_RGB555,     FormatRow::Family::kHicolor,    2, true,  0,  0x0000, 0x7C00, 0x03E0, 0x001F},
-    {ZAV_FMT_ARGB4444,   FormatRow::Family::kHicolor,    2, true,  0,  0xF000, 0x0F00, 0x00F0, 0x000F},
-    {ZAV_FMT_ARGB1555,   FormatRow::Family::kHicolor,    2, true,  0,  0x8000, 0x7C00, 0x03E0, 0x001F},
-    {ZAV_FMT_CUSTOM16_1, FormatRow::Family::kHicolor,    2, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_CUSTOM16_2, FormatRow::Family::kHicolor,    2, true,  0,  0, 0, 0, 0},
-    {ZAV_FMT_DXT1,       FormatRow::Family::kDxt,        0, true,  8,  0, 0, 0, 0},
-    {ZAV_FMT_DXT2,       FormatRow::Family::kDxt,        0, false, 0,  0, 0, 0, 0},
-    {ZAV_FMT_DXT3,       FormatRow::Family::kDxt,        0, true,  16, 0, 0, 0, 0},
-    {ZAV_FMT_DXT4,       FormatRow::Family::kDxt,        0, false, 0,  0, 0, 0, 0},
-    {ZAV_FMT_DXT5,       FormatRow::Family::kDxt,        0, true,  16, 0, 0, 0, 0},
+    {0,                  FormatRow::Family::kNone,       0, 0,  0, 0, 0, 0},
+    {ZAV_FMT_PAL8,       FormatRow::Family::kPalettized, 1, 0,  0, 0, 0, 0},
+    {ZAV_FMT_PAL4,       FormatRow::Family::kPalettized, 1, 0,  0, 0, 0, 0},
+    {ZAV_FMT_RGBA32,     FormatRow::Family::kTrueColor,  4, 0,  0, 0, 0, 0},
+    {ZAV_FMT_BGRA32,     FormatRow::Family::kTrueColor,  4, 0,  0, 0, 0, 0},
+    {ZAV_FMT_RGB24,      FormatRow::Family::kTrueColor,  3, 0,  0, 0, 0, 0},
+    {ZAV_FMT_BGR24,      FormatRow::Family::kTrueColor,  3, 0,  0, 0, 0, 0},
+    {ZAV_FMT_RGB565,     FormatRow::Family::kHicolor,    2, 0,  0x0000, 0xF800, 0x07E0, 0x001F},
+    {ZAV_FMT_RGB555,     FormatRow::Family::kHicolor,    2, 0,  0x0000, 0x7C00, 0x03E0, 0x001F},
+    {ZAV_FMT_ARGB4444,   FormatRow::Family::kHicolor,    2, 0,  0xF000, 0x0F00, 0x00F0, 0x000F},
+    {ZAV_FMT_ARGB1555,   FormatRow::Family::kHicolor,    2, 0,  0x8000, 0x7C00, 0x03E0, 0x001F},
+    {ZAV_FMT_CUSTOM16_1, FormatRow::Family::kHicolor,    2, 0,  0, 0, 0, 0},
+    {ZAV_FMT_CUSTOM16_2, FormatRow::Family::kHicolor,    2, 0,  0, 0, 0, 0},
+    {ZAV_FMT_DXT1,       FormatRow::Family::kDxt,        0, 8,  0, 0, 0, 0},
+    {ZAV_FMT_DXT2,       FormatRow::Family::kDxt,        0, 0,  0, 0, 0, 0},
+    {ZAV_FMT_DXT3,       FormatRow::Family::kDxt,        0,  16, 0,  0, 0, 0},
+    {ZAV_FMT_DXT4,       FormatRow::Family::kDxt,        0, 0,  0, 0, 0, 0},
+    {ZAV_FMT_DXT5,       FormatRow::Family::kDxt,        0,  16, 0,  0, 0, 0},
     // clang-format on
 }};
 

@@ -117,7 +117,7 @@ bool RouteViaBgra32(ZAV_CONVERTER& converter) {
 bool ConvertToFormat(ZAV_CONVERTER& converter) {
   ZAV_SURFACE& source = converter.source;
   ZAV_SURFACE& dest = converter.dest;
-  if (!Format(source.format).converts) return false;
+  if (!HasKernels(source.format)) return false;
   if (source.format == ZAV_FMT_RGBA32 && dest.format == ZAV_FMT_BGRA32 && source.owns_pixels() &&
       dest.pixels == nullptr && (dest.pitch == 0 || dest.pitch == source.pitch)) {
     dest.pitch = source.pitch;
@@ -132,6 +132,11 @@ bool ConvertToFormat(ZAV_CONVERTER& converter) {
 }
 
 }  // namespace
+
+bool HasKernels(int32_t format) {
+  return format == ZAV_FMT_BGRA32 ||
+         (IsFormat(format) && kKernels[static_cast<size_t>(format)][ZAV_FMT_BGRA32] != nullptr);
+}
 
 void CopyPixels(ZAV_CONVERTER& converter) {
   const ZAV_SURFACE& source = converter.source;

@@ -14,6 +14,11 @@ namespace zav {
 /// filled in. A conversion to another size consumes the source.
 bool ConvertSurface(ZAV_CONVERTER& converter);
 
+/// Whether pixels of the format can be converted at all, which is whether a kernel takes them to
+/// the hub. The others are only copied, and must not enter the route through the hub: it would
+/// lead to itself.
+bool HasKernels(int32_t format);
+
 /// Same-format copy of pixels and palette, for surfaces of equal size.
 void CopyPixels(ZAV_CONVERTER& converter);
 

@@ -74,7 +74,8 @@ bool ScaleAndConvert(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filt
 bool ResizeSurface(ZAV_CONVERTER& converter) {
   const ZAV_SURFACE& dest = converter.dest;
   const FormatRow& format = Format(converter.source.format);
-  if (!format.converts || !IsFormat(dest.format) || dest.width < 1 || dest.height < 1) return false;
+  if (!HasKernels(format.code) || !IsFormat(dest.format) || dest.width < 1 || dest.height < 1)
+    return false;
 
   // The source is only borrowed until the conversion has succeeded, so that a failure leaves it
   // where the host expects it.

@@ -1,0 +1,90 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+
+// Any definition that fits its bytes, converted to any other: nothing is read or written outside,
+// and every instruction set gives the plain code's bytes.
+
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "convert/format_table.h"
+#include "platform/vector_target.h"
+#include "support/page_end_buffer.h"
+#include "zav.h"
+
+namespace {
+
+struct Request {
+  uint8_t source_format, dest_format, width, height, dest_width, dest_height;
+  uint8_t source_padding, dest_padding, flags, unused;
+  uint16_t masks[4];
+};
+
+constexpr uint8_t kFilter = 1, kResize = 2, kOwnBuffer = 4;
+
+/// The converted rows; empty when the library refuses.
+std::vector<uint8_t> Convert(const Request& r, const uint8_t* bytes, size_t size) {
+  ZAV_IMAGE image;
+  ZAV_INIT(&image);
+  ZAV_SETENV(&image, r.flags & kFilter);
+  ZAV_GFXDEF& source = image.source;
+  source.format = r.source_format % 20;
+  source.width = r.width;
+  source.height = r.height;
+  source.pitch = r.width * zav::BytesPerPixel(source.format) + r.source_padding;
+  source.alpha_mask = r.masks[0];
+  source.red_mask = r.masks[1];
+  source.green_mask = r.masks[2];
+  source.blue_mask = r.masks[3];
+  uint8_t palette[ZAV_PALETTE_BYTES] = {};
+  std::memcpy(palette, bytes, size < sizeof(palette) ? size : sizeof(palette));
+  source.palette = palette;
+  const bool dxt = zav::IsDxt(source.format);
+  if (dxt) source.pitch = static_cast<int32_t>(size);
+  // A host whose definition lies about its block is outside the contract.
+  const int64_t last_row = int64_t{r.width} * zav::BytesPerPixel(source.format);
+  const int64_t needed = dxt ? int64_t{(r.width + 3) / 4} * ((r.height + 3) / 4) * 16
+                             : int64_t{source.pitch} * (r.height - 1) + last_row;
+  std::vector<uint8_t> result;
+  zav::test::PageEndBuffer block(bytes, size);
+  if (needed <= static_cast<int64_t>(size)) source.pixels = block.data();
+
+  ZAV_GFXDEF& dest = image.dest;
+  dest = source;
+  dest.format = r.dest_format % 20;
+  dest.pixels = dest.palette = nullptr;
+  dest.width = r.flags & kResize ? r.dest_width : r.width;
+  dest.height = r.flags & kResize ? r.dest_height : r.height;
+  dest.bytes_per_pixel = dest.pitch = 0;
+  const int64_t row = int64_t{dest.width} * zav::BytesPerPixel(dest.format);
+  zav::test::PageEndBuffer own(static_cast<size_t>((row + r.dest_padding) * dest.height + 1));
+  if ((r.flags & kOwnBuffer) && row > 0 && dest.format != ZAV_FMT_PAL4) {
+    dest.pitch = static_cast<int32_t>(row + r.dest_padding);
+    const int64_t used = int64_t{dest.pitch} * (dest.height - 1) + row;
+    if (dest.height > 0) dest.pixels = own.data() + own.size() - used;
+  }
+  if (ZAV_CONVERT_RAW(&image) == 1 && dest.bytes_per_pixel > 0) {
+    for (int32_t y = 0; y < dest.height; ++y) {
+      const uint8_t* start = dest.pixels + int64_t{y} * dest.pitch;
+      result.insert(result.end(), start, start + (row < dest.pitch ? row : dest.pitch));
+    }
+  }
+  ZAV_FREE(&image);
+  return result;
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  Request request;
+  if (size < sizeof(request) || size > 1 << 16) return 0;
+  std::memcpy(&request, data, sizeof(request));
+  const uint8_t* bytes = data + sizeof(request);
+  size -= sizeof(request);
+  zav::ForceVectorTarget({0, "plain"});
+  const std::vector<uint8_t> plain = Convert(request, bytes, size);
+  zav::RestoreVectorTarget();
+  if (Convert(request, bytes, size) != plain) std::abort();
+  return 0;
+}
