@@ -1,0 +1,524 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include "convert/format_table.h"
+#include "frame/environment.h"
+#include "frame/records.h"
+#include "support/container_files.h"
+#include "support/failing_heap.h"
+#include "support/page_end_buffer.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+struct Image : ZAV_IMAGE {
+  Image() { ZAV_INIT(this); }
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+  ~Image() { ZAV_FREE(this); }
+};
+
+bool Convert(Image& image, const ZAV_GFXDEF& source, int32_t format) {
+  image.source = source;
+  image.dest.format = format;
+  return ZAV_CONVERT_RAW(&image) == 1;
+}
+
+uint8_t Kept(const ZAV_LAYER& layer, int index) {
+  return std::min<uint8_t>(layer.fields[index], 8);
+}
+
+/// The format that a layer stores, straight from the public table of kinds.
+int32_t StoredFormat(const ZAV_LAYER& layer) {
+  const int parameter = layer.fields[0];
+  switch (layer.kind) {
+    case ZAV_LAYER_HICOLOR:
+      return ZAV_FMT_RGB565 + parameter - 1;
+    case ZAV_LAYER_TRUE24:
+      return parameter == 1 ? ZAV_FMT_RGB24 : ZAV_FMT_BGR24;
+    case ZAV_LAYER_TRUE32:
+      return parameter == 1 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
+    case ZAV_LAYER_PACKED32:
+      return (parameter & 1) != 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
+    default:
+      return ZAV_FMT_PAL8;
+  }
+}
+
+/// A byte of which `kept` top bits survive; the lost ones repeat the top bit.
+uint8_t Widened(uint8_t byte, int kept, bool alpha) {
+  if (kept == 0) return alpha ? 0xFF : 0;
+  const int lost = 0xFF >> kept;
+  return static_cast<uint8_t>((byte & 0x80) != 0 ? byte | lost : byte & ~lost);
+}
+
+/// What the layer must read back as, in `expected.dest`; false when it cannot be written.
+bool Expect(Image& expected, const ZAV_LAYER& layer, const ZAV_GFXDEF& source) {
+  const bool packed_pal = layer.kind == ZAV_LAYER_PACKEDPAL8;
+  const bool cut = packed_pal && (Kept(layer, 0) & Kept(layer, 1) & Kept(layer, 2)) != 8;
+  if (packed_pal && (cut || source.format != ZAV_FMT_PAL8)) {
+    Image hub;
+    if (!Convert(hub, source, ZAV_FMT_BGRA32)) return false;
+    for (int32_t i = 0; i < hub.dest.pitch * hub.dest.height; ++i) {
+      const int order[4] = {2, 1, 0, 3};  // the record names red, green, blue, alpha
+      const int kept = Kept(layer, order[i % 4]);
+      hub.dest.pixels[i] = static_cast<uint8_t>(hub.dest.pixels[i] & ~(0xFF >> kept));
+    }
+    return Convert(expected, hub.dest, ZAV_FMT_PAL8);
+  }
+  if (layer.kind != ZAV_LAYER_PACKED32 && source.format == StoredFormat(layer)) {
+    expected.dest = source;  // as it lies, padding included
+    return true;
+  }
+  if (!Convert(expected, source, StoredFormat(layer))) return false;
+  if (layer.kind != ZAV_LAYER_PACKED32) return true;
+  for (int32_t i = 0; i < expected.dest.pitch * expected.dest.height; ++i) {
+    const int order[4] = {3, 2, 1, 4};  // offsets 6 to 9 name pixel bytes 2, 1, 0, 3
+    const int k = i % 4;
+    uint8_t& byte = expected.dest.pixels[i];
+    byte = Widened(byte, Kept(layer, order[k]), k == 3);
+  }
+  return true;
+}
+
+void ExpectSamePixels(const ZAV_GFXDEF& expected, const ZAV_GFXDEF& read) {
+  ASSERT_EQ(read.format, expected.format);
+  ASSERT_EQ(read.width, expected.width);
+  ASSERT_EQ(read.height, expected.height);
+  ASSERT_EQ(read.bytes_per_pixel, BytesPerPixel(read.format));
+  if (read.pixels == nullptr) return;  // a definition
+  const auto row_bytes = static_cast<size_t>(read.width * read.bytes_per_pixel);
+  for (int32_t y = 0; y < read.height; ++y) {
+    const uint8_t* row = read.pixels + int64_t{y} * read.pitch;
+    const uint8_t* expected_row = expected.pixels + int64_t{y} * expected.pitch;
+    ASSERT_EQ(std::memcmp(row, expected_row, row_bytes), 0) << "row " << y;
+  }
+  if (read.format != ZAV_FMT_PAL8) return;
+  ASSERT_EQ(std::memcmp(read.palette, expected.palette, ZAV_PALETTE_BYTES), 0);
+}
+
+void ExpectSamePicture(const ZAV_GFXDEF& expected, const ZAV_GFXDEF& read) {
+  ASSERT_EQ(read.pitch, expected.pitch);
+  ExpectSamePixels(expected, read);
+}
+
+/// Writes the picture, and reads it back through every entrance.
+void RoundTrip(const ZAV_LAYER& layer, const Picture& picture) {
+  SCOPED_TRACE(testing::Message() << "kind " << int{layer.kind} << " parameter "
+                                  << int{layer.fields[0]} << " from " << picture.definition.format
+                                  << ", " << picture.definition.width << " x "
+                                  << picture.definition.height);
+  Image expected;
+  const bool can = Expect(expected, layer, picture.definition);
+  int written = 1;
+  ZAV_LAYER record = layer;
+  ZAV_GFXDEF definition = picture.definition;
+  definition.pitch *= definition.pitch != definition.width * definition.bytes_per_pixel;
+  definition.bytes_per_pixel = 0;
+  const Bytes before = picture.pixels;
+  const Bytes file = WriteContainer(
+      [&](void* stream) { written = ZAV_WRITE_IMAGE(stream, nullptr, &record, &definition); });
+  EXPECT_EQ(picture.pixels, before);
+  ASSERT_EQ(written, can ? 0 : -1);
+  if (!can) return;
+  PageEndBuffer block(file.data(), file.size());
+  const auto size = static_cast<long>(file.size());
+
+  void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(size));
+  ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
+  ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+  ZAV_GFXDEF reported{};
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, &reported), 0);
+    ExpectSamePicture(expected.dest, reported);
+  }
+  int kind = -1;
+  ASSERT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), 0);
+  ASSERT_EQ(kind, layer.kind);
+  Image read;
+  ASSERT_EQ(ZAV_DECODE_BITMAP(stream, &read), 0);
+  ExpectSamePicture(expected.dest, read.source);
+  ASSERT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), 0);
+  ASSERT_EQ(kind, ZAV_KIND_END);
+  ZAV_CLOSE(stream);
+
+  ZAV_GFXDEF probed{};
+  ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "x.zav", block.data(), size), 1);
+  ExpectSamePicture(expected.dest, probed);
+  const TemporaryFile on_disk(".ZAV");
+  on_disk.Write(file);
+  for (const bool from_memory : {true, false}) {
+    for (const int32_t wanted : {0, int32_t{ZAV_FMT_BGRA32}}) {
+      Image image;
+      image.dest.format = wanted;
+      ASSERT_EQ(from_memory ? ZAV_CONVERT_MEMFILE(&image, "a.zav", block.data(), size)
+                            : ZAV_CONVERT_FILE(&image, on_disk.path()),
+                1);
+      if (wanted == 0) {
+        ExpectSamePicture(expected.dest, image.source);
+        continue;
+      }
+      Image hub;
+      ASSERT_TRUE(Convert(hub, expected.dest, wanted));
+      ExpectSamePixels(hub.dest, image.dest);
+    }
+  }
+}
+
+TEST(ContainerLayers, EveryKindReadsBackExactly) {
+  const int32_t sizes[][3] = {{1, 1, 0}, {3, 5, 24}, {7, 2, 0}, {17, 9, 68 + 8}, {150, 111, 0}};
+  uint64_t seed = 1;
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    for (int32_t format = ZAV_FMT_PAL8; format <= ZAV_FMT_ARGB1555; ++format) {
+      if (format == ZAV_FMT_PAL4) continue;
+      for (const auto& size : sizes) {
+        Picture picture = NoisePicture(format, size[0], size[1], size[2], ++seed);
+        // Channels of few values and runs give the packer matches to find.
+        for (uint8_t& byte : picture.pixels) byte = seed % 3 == 0 ? byte & 0x81 : byte;
+        RoundTrip(layer, picture);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+  // Planes of more than one chunk.
+  RoundTrip(Layer(ZAV_LAYER_PACKED32, {2, 8, 7, 8, 8}), AsymmetricPicture(300, 230));
+}
+
+TEST(ContainerLayers, FilesAreTheseBytes) {
+  Picture true32 = NoisePicture(ZAV_FMT_BGRA32, 2, 1, 12, 1);
+  Picture pal8 = NoisePicture(ZAV_FMT_PAL8, 3, 2, 4, 2);
+  Picture packed = NoisePicture(ZAV_FMT_PAL8, 4, 4, 0, 3);
+  const uint8_t pixels[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  std::copy(pixels, pixels + 12, true32.pixels.begin());
+  std::copy(pixels, pixels + 8, pal8.pixels.begin());
+  std::fill(pal8.palette.begin() + 7, pal8.palette.end(), uint8_t{0});
+  pal8.palette[0] = 0x11, pal8.palette[1] = 0x22, pal8.palette[2] = 0, pal8.palette[3] = 0xFF;
+  pal8.palette[4] = pal8.palette[5] = 0, pal8.palette[6] = 0x44;
+  std::fill(packed.pixels.begin(), packed.pixels.end(), uint8_t{0x41});
+  std::fill(packed.palette.begin(), packed.palette.end(), uint8_t{0x41});
+  char name[] = "abc";
+  const Bytes file = WriteContainer([&](void* stream) {
+    ZAV_LAYER layers[] = {Layer(23, {2}), Layer(20), Layer(33, {2, 8, 8, 4, 0}),
+                          Layer(34, {8, 8, 8, 8})};
+    ZAV_GFXDEF* pictures[] = {&true32.definition, &pal8.definition, &true32.definition,
+                              &packed.definition};
+    for (int i = 0; i < 4; ++i) {
+      ASSERT_EQ(ZAV_WRITE_IMAGE(stream, i == 0 ? name : nullptr, &layers[i], pictures[i]), 0);
+    }
+  });
+  const auto image = [](uint8_t size, Bytes layer) {
+    Bytes record(37, 0);
+    record[0] = 3, record[1] = size;
+    record.insert(record.end(), layer.begin(), layer.end());
+    return record;
+  };
+  const Bytes parts[] = {
+      {'Z', 'A', 'V', 0},
+      image(67, {23, 30, 0, 0, 0, 2, 2, 0, 0, 0,  1,  0, 0, 0, 12, 0, 0, 0,  //
+                 1,  2,  3, 4, 5, 6, 7, 8, 9, 10, 11, 12}),
+      image(71, {20,   34,   0, 0,    0, 2, 3,    0, 0, 0, 2, 0, 0, 0, 4, 0, 0, 0,  //
+                 0x11, 0x22, 0, 0xFF, 0, 0, 0x44, 0, 1, 2, 3, 4, 5, 6, 7, 8}),
+      // Three groups of four bytes, the padding zero: four raw chunks of three bytes.
+      image(103,
+            {33, 66, 0, 0, 0,    2,    8,    8,    4, 0, 2, 0, 0, 0, 1, 0, 0, 0, 12, 0, 0, 0,  //
+             7,  0,  0, 0, 0xFD, 0xFF, 0xFF, 0xFF, 0, 0, 0,                                    //
+             7,  0,  0, 0, 0xFD, 0xFF, 0xFF, 0xFF, 2, 6, 0,                                    //
+             7,  0,  0, 0, 0xFD, 0xFF, 0xFF, 0xFF, 3, 7, 0,                                    //
+             7,  0,  0, 0, 0xFD, 0xFF, 0xFF, 0xFF, 0, 0, 0}),
+      // Runs of one byte: a literal, and one match of what is left.
+      image(94,
+            {34,   57,   0,    0,    0,    8,    8,    8,    8,    4,    0,    0,    0, 4, 0, 0,
+             0,    4,    0,    0,    0,                                            //
+             16,   0,    0,    0,    0,    4,    0,    0,                          //
+             0x82, 0x04, 0x85, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0x47, 0,    0,    0,  //
+             12,   0,    0,    0,    16,   0,    0,    0,    0x82, 0x04, 0x85, 0x2F, 0, 0, 0, 0}),
+  };
+  Bytes expected;
+  for (const Bytes& part : parts) expected.insert(expected.end(), part.begin(), part.end());
+  std::copy(name, name + 3, expected.begin() + 9);
+  EXPECT_EQ(std::mismatch(file.begin(), file.end(), expected.begin()).first - file.begin(),
+            static_cast<int64_t>(expected.size()));
+  EXPECT_EQ(file, expected);
+}
+
+TEST(ContainerLayers, PalettesKeepTheirLastEntryThatIsNotZero) {
+  for (const int entries : {10, 255, 256, 0}) {
+    Picture picture = NoisePicture(ZAV_FMT_PAL8, 2, 1, 0, 9);
+    std::fill(picture.palette.begin() + 4 * entries, picture.palette.end(), uint8_t{0});
+    if (entries != 0) picture.palette[static_cast<size_t>(4 * entries) - 4] = 1;
+    ZAV_LAYER layer = Layer(ZAV_LAYER_PAL8);
+    const Bytes file = WriteContainer([&](void* stream) {
+      EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition), 0);
+    });
+    const int stored = entries == 0 ? 256 : entries;
+    ASSERT_EQ(file.size(), 4u + 37 + 18 + static_cast<size_t>(4 * stored) + 2);
+    EXPECT_EQ(file[46], stored % 256);
+    Image image;
+    ASSERT_EQ(ZAV_CONVERT_MEMFILE(&image, "zav", const_cast<uint8_t*>(file.data()),
+                                  static_cast<long>(file.size())),
+              1);
+    EXPECT_EQ(image.converter->source.owns_palette(), stored != 256);
+    EXPECT_FALSE(image.converter->source.owns_pixels());
+    std::fill(picture.palette.begin() + 4 * stored, picture.palette.end(), uint8_t{0xFF});
+    EXPECT_EQ(std::memcmp(image.source.palette, picture.palette.data(), 1024), 0);
+    EXPECT_EQ(image.source.pixels, file.data() + file.size() - 2);
+  }
+}
+
+/// A container with one picture of every kind, and where the records end.
+struct Mixed {
+  Bytes bytes;
+  std::vector<size_t> ends;
+};
+
+Mixed WriteMixed() {
+  Mixed mixed;
+  const Picture colors = AsymmetricPicture(5, 4);
+  const Picture indexed = NoisePicture(ZAV_FMT_PAL8, 5, 4, 8, 2);
+  mixed.bytes = WriteContainer([&](void* stream) {
+    for (ZAV_LAYER layer : EveryLayer()) {
+      const bool pal = layer.kind == ZAV_LAYER_PAL8 || layer.kind == ZAV_LAYER_PACKEDPAL8;
+      if (pal && layer.fields[0] == 4) continue;  // needs quantizing
+      ZAV_GFXDEF definition = pal ? indexed.definition : colors.definition;
+      EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition), 0);
+    }
+  });
+  for (size_t end = 4; end < mixed.bytes.size();) {
+    uint32_t size;
+    std::memcpy(&size, &mixed.bytes[end + 1], 4);
+    mixed.ends.push_back(end += size);
+  }
+  return mixed;
+}
+
+uint32_t Touch(const ZAV_GFXDEF& picture) {
+  uint32_t sum = 0;
+  for (int64_t i = 0; i < int64_t{picture.pitch} * picture.height; ++i) sum += picture.pixels[i];
+  for (int i = 0; picture.palette != nullptr && i < ZAV_PALETTE_BYTES; ++i) {
+    sum += picture.palette[i];
+  }
+  return sum;
+}
+
+/// Decodes what can be decoded, as a host that walks the records does; how many pictures.
+size_t Walk(uint8_t* data, size_t size) {
+  size_t pictures = 0;
+  void* stream = ZAV_OPEN_READ(data, static_cast<int>(size));
+  for (int kind; ZAV_GET_LAYER_TYPE(stream, &kind) == 0 && kind != ZAV_KIND_END;) {
+    if (kind != ZAV_REC_IMAGE) {
+      ZAV_SKIP_LAYER(stream);
+      continue;
+    }
+    ZAV_LAYER header = Layer(kind);
+    Image image;
+    ZAV_GFXDEF definition;
+    if (pictures % 2 == 0) image.dest.format = ZAV_FMT_BGRA32;
+    if (ZAV_READ_LAYER(stream, &header) != 0) break;
+    const bool defined = ZAV_DECODE_BITMAPFORMAT(stream, &definition) == 0;
+    if (ZAV_DECODE_BITMAP(stream, &image) != 0) {
+      EXPECT_EQ(image.source.pixels, nullptr);
+      if (ZAV_SKIP_LAYER(stream) != 0) break;
+      continue;
+    }
+    EXPECT_TRUE(defined);
+    Touch(image.source);
+    ++pictures;
+  }
+  ZAV_CLOSE(stream);
+  Image image;
+  if (ZAV_CONVERT_MEMFILE(&image, "zav", data, static_cast<long>(size)) == 1) Touch(image.source);
+  return pictures;
+}
+
+TEST(ContainerLayers, CutFilesGiveTheWholePictures) {
+  const Mixed mixed = WriteMixed();
+  for (size_t length = 0; length <= mixed.bytes.size(); ++length) {
+    PageEndBuffer block(mixed.bytes.data(), length);
+    size_t whole = 0;
+    for (const size_t end : mixed.ends) whole += end <= length;
+    ASSERT_EQ(Walk(block.data(), length), whole) << length;
+  }
+}
+
+TEST(ContainerLayers, ChangedBytesDoNoHarm) {
+  const Mixed mixed = WriteMixed();
+  PageEndBuffer block(mixed.bytes.size());
+  std::copy(mixed.bytes.begin(), mixed.bytes.end(), block.data());
+  for (size_t i = 0; i < mixed.bytes.size(); ++i) {
+    const uint8_t was = mixed.bytes[i];
+    for (const int value : {0, 1, 0x7F, 0x80, 0xFF, was ^ 0x10, was + 1, was - 1}) {
+      block.data()[i] = static_cast<uint8_t>(value);
+      Walk(block.data(), block.size());
+    }
+    block.data()[i] = was;
+  }
+  EXPECT_EQ(std::memcmp(block.data(), mixed.bytes.data(), mixed.bytes.size()), 0);
+}
+
+// No memory is asked for before the data is known to be there.
+TEST(ContainerLayers, HostileHeadersTakeNoMemory) {
+  struct Row {
+    uint32_t width, height, pitch;
+  };
+  const Row rows[] = {{32768, 16383, 131072},
+                      {1, 0x7FFFFFFF, 4},
+                      {0x80000000, 1, 4},
+                      {1, 0x80000000, 4},
+                      {16, 1, 63},
+                      {65536, 65536, 262144},
+                      {0, 4, 16},
+                      {4, 0, 16},
+                      {4, 4, 0xFFFFFFF0},
+                      {1, 5, 0x40000001},
+                      {4, 5, 16}};
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    for (const Row& row : rows) {
+      if (layer.kind == ZAV_LAYER_PAL8) continue;  // its one palette may be made first
+      ZAV_LAYER record = layer;
+      const int at = layer.kind == 33 ? 5 : layer.kind == 34 ? 4 : 1;
+      std::memcpy(record.fields + at, &row, sizeof(row));
+      Bytes file = {'Z', 'A', 'V', 0};
+      const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
+      file.insert(file.end(), bytes, bytes + 5 + at + 12);
+      // Chunks that announce their share without holding it, and shares that are not theirs.
+      const uint8_t tail[] = {8, 0, 0, 0, 0, 0, 1,    0,    2,    0,
+                              0, 0, 4, 0, 0, 0, 0xF0, 0xFF, 0xFF, 0xFF};
+      file.insert(file.end(), tail, tail + sizeof(tail));
+      PageEndBuffer block(file.data(), file.size());
+      void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(file.size()));
+      Image image;
+      const FailingHeap heap(0);
+      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
+      EXPECT_EQ(heap.refused(), 0) << int{layer.kind} << " " << row.width << " x " << row.height;
+      ZAV_CLOSE(stream);
+    }
+  }
+}
+
+TEST(ContainerLayers, EveryFailedAllocationIsAFailure) {
+  const Picture colors = AsymmetricPicture(30, 20);
+  const Picture indexed = NoisePicture(ZAV_FMT_PAL8, 30, 20, 0, 2);
+  const TemporaryFile file;
+  for (const Picture* picture : {&colors, &indexed}) {
+    for (const ZAV_LAYER& layer : EveryLayer()) {
+      Image expected;
+      if (!Expect(expected, layer, picture->definition)) continue;
+      FailEveryAllocation(
+          [&] {
+            void* stream = ZAV_OPEN_WRITE(file.path());
+            if (stream == nullptr) return false;
+            ZAV_LAYER record = layer;
+            ZAV_GFXDEF definition = picture->definition;
+            const int written = ZAV_WRITE_IMAGE(stream, nullptr, &record, &definition);
+            ZAV_CLOSE(stream);
+            return written == 0;
+          },
+          [&](int, bool succeeded) { EXPECT_FALSE(succeeded) << int{layer.kind}; });
+      FailEveryAllocation(
+          [&] {
+            Image image;
+            if (image.converter == nullptr) return false;
+            image.dest.format = ZAV_FMT_RGBA32;
+            if (ZAV_CONVERT_FILE(&image, file.path()) == 1) return true;
+            EXPECT_EQ(image.source.pixels, nullptr);
+            EXPECT_EQ(image.converter->source.flags, 0u);
+            return false;
+          },
+          [&](int, bool succeeded) { EXPECT_FALSE(succeeded) << int{layer.kind}; });
+    }
+  }
+}
+
+// A buffer that the library allocated for one picture must not be taken for the next one's, and
+// pointers into the block must not be freed.
+TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
+  Picture picture = AsymmetricPicture(6, 6);
+  std::vector<uint8_t> own(6 * 6 * 4);
+  const auto file = [&](ZAV_LAYER layer) {
+    return WriteContainer(
+        [&](void* stream) { ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition); });
+  };
+  Bytes plain = file(Layer(ZAV_LAYER_TRUE32, {2}));
+  Bytes packed = file(Layer(ZAV_LAYER_PACKED32, {2, 8, 8, 8, 8}));
+  Image image;
+  const auto read = [&](Bytes& bytes) {
+    image.dest = ZAV_GFXDEF{};
+    ASSERT_EQ(ZAV_CONVERT_MEMFILE(&image, "zav", bytes.data(), static_cast<long>(bytes.size())), 1);
+    EXPECT_EQ(image.converter->source.owns_pixels(), &bytes == &packed);
+    EXPECT_EQ(std::memcmp(image.source.pixels, picture.pixels.data(), own.size()), 0);
+  };
+  read(packed);
+  read(plain);
+  read(packed);
+  ZAV_FREE_BUFFER(image.source.pixels);
+  image.source.pixels = static_cast<uint8_t*>(std::malloc(4));  // an old bit calls it owned
+  read(plain);
+  image.source.pixels = own.data();
+  read(plain);
+  const auto decode = [&](Bytes& bytes, int32_t format) {
+    void* stream = ZAV_OPEN_READ(bytes.data(), static_cast<int>(bytes.size()));
+    ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
+    EXPECT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+    image.dest.format = format;
+    EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), 0);
+    EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
+    ZAV_CLOSE(stream);
+  };
+  decode(packed, 0);
+  EXPECT_EQ(image.source.pixels, nullptr);  // released by the read that found nothing
+  decode(plain, ZAV_FMT_PAL4);              // a conversion that fails does not show in the result
+  EXPECT_EQ(image.dest.pixels, nullptr);
+  read(packed);
+}
+
+TEST(ContainerLayers, WritersPublishTheirEnvironment) {
+  ZAV_CONVERTER filtering{};
+  filtering.env = ZAV_ENV_FILTER;
+  Picture picture = AsymmetricPicture(2, 2);
+  for (const bool converts : {false, true}) {
+    PublishEnv(filtering);
+    ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE32, {converts ? 1 : 2});
+    WriteContainer(
+        [&](void* stream) { ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition); });
+    EXPECT_EQ(PublishedEnv(), converts ? 0u : 1u);
+  }
+}
+
+TEST(ContainerReader, TheFirstImageRecordIsThePicture) {
+  Picture picture = AsymmetricPicture(3, 3);
+  ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE32, {2});
+  const Bytes image = WriteContainer(
+      [&](void* stream) { ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition); });
+  const auto reads = [&](const Bytes& front) {
+    Bytes file(image.begin(), image.begin() + 4);
+    file.insert(file.end(), front.begin(), front.end());
+    file.insert(file.end(), image.begin() + 4, image.end());
+    ZAV_GFXDEF probed{};
+    Image read;
+    const auto size = static_cast<long>(file.size());
+    const int probe = ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", file.data(), size);
+    EXPECT_EQ(ZAV_CONVERT_MEMFILE(&read, "zav", file.data(), size), probe);
+    EXPECT_EQ(probed.width, probe == 1 ? 3 : 0);
+    return probe == 1;
+  };
+  const Bytes layer_record(image.begin() + 41, image.end());
+  EXPECT_TRUE(reads({}));
+  EXPECT_TRUE(reads(layer_record));
+  EXPECT_TRUE(reads({2, 7, 0, 0, 0, 1, 1}));                          // an unknown record
+  EXPECT_TRUE(reads({99, 0, 0, 0, 0, 98, 9, 9, 9, 9}));               // sizes that are none
+  EXPECT_FALSE(reads({ZAV_KIND_END, 5, 0, 0, 0}));                    // taken for the end
+  EXPECT_FALSE(reads(Bytes(image.begin() + 4, image.begin() + 41)));  // an image without a layer
+  Bytes mipmap(38, 0);
+  mipmap[0] = ZAV_REC_MIPMAP;
+  mipmap.insert(mipmap.end(), layer_record.begin(), layer_record.end());
+  EXPECT_TRUE(reads(mipmap));
+  Bytes none(image.begin(), image.begin() + 4);
+  none.insert(none.end(), layer_record.begin(), layer_record.end());
+  Image read;
+  EXPECT_EQ(ZAV_CONVERT_MEMFILE(&read, "zav", none.data(), static_cast<long>(none.size())), 0);
+}
+
+}  // namespace
+}  // namespace zav::test
