@@ -15,13 +15,6 @@
 namespace zav::test {
 namespace {
 
-struct Image : ZAV_IMAGE {
-  Image() { ZAV_INIT(this); }
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
-  ~Image() { ZAV_FREE(this); }
-};
-
 bool Convert(Image& image, const ZAV_GFXDEF& source, int32_t format) {
   image.source = source;
   image.dest.format = format;
@@ -186,45 +179,6 @@ TEST(ContainerLayers, EveryKindReadsBackExactly) {
   }
   // Planes of more than one chunk.
   RoundTrip(Layer(ZAV_LAYER_PACKED32, {2, 8, 7, 8, 8}), AsymmetricPicture(300, 230));
-}
-
-uint32_t Touch(const ZAV_GFXDEF& picture) {
-  uint32_t sum = 0;
-  for (int64_t i = 0; i < int64_t{picture.pitch} * picture.height; ++i) sum += picture.pixels[i];
-  for (int i = 0; picture.palette != nullptr && i < ZAV_PALETTE_BYTES; ++i) {
-    sum += picture.palette[i];
-  }
-  return sum;
-}
-
-/// Decodes what can be decoded, as a host that walks the records does; how many pictures.
-size_t Walk(uint8_t* data, size_t size) {
-  size_t pictures = 0;
-  void* stream = ZAV_OPEN_READ(data, static_cast<int>(size));
-  for (int kind; ZAV_GET_LAYER_TYPE(stream, &kind) == 0 && kind != ZAV_KIND_END;) {
-    if (kind != ZAV_REC_IMAGE) {
-      ZAV_SKIP_LAYER(stream);
-      continue;
-    }
-    ZAV_LAYER header = Layer(kind);
-    Image image;
-    ZAV_GFXDEF definition;
-    if (pictures % 2 == 0) image.dest.format = ZAV_FMT_BGRA32;
-    if (ZAV_READ_LAYER(stream, &header) != 0) break;
-    const bool defined = ZAV_DECODE_BITMAPFORMAT(stream, &definition) == 0;
-    if (ZAV_DECODE_BITMAP(stream, &image) != 0) {
-      EXPECT_EQ(image.source.pixels, nullptr);
-      if (ZAV_SKIP_LAYER(stream) != 0) break;
-      continue;
-    }
-    EXPECT_TRUE(defined);
-    Touch(image.source);
-    ++pictures;
-  }
-  ZAV_CLOSE(stream);
-  Image image;
-  if (ZAV_CONVERT_MEMFILE(&image, "zav", data, static_cast<long>(size)) == 1) Touch(image.source);
-  return pictures;
 }
 
 Bytes Hex(const std::string& digits) {

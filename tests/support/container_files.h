@@ -64,6 +64,62 @@ Bytes WriteContainer(Write&& write) {
   return file.Read();
 }
 
+/// An image that is ready, and freed at its end.
+struct Image : ZAV_IMAGE {
+  Image() { ZAV_INIT(this); }
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+  ~Image() { ZAV_FREE(this); }
+};
+
+inline void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+/// Reads every byte of a picture, so that one that is not there shows.
+inline uint32_t Touch(const ZAV_GFXDEF& picture) {
+  uint32_t sum = 0;
+  for (int64_t i = 0; i < int64_t{picture.pitch} * picture.height; ++i) sum += picture.pixels[i];
+  for (int i = 0; picture.palette != nullptr && i < ZAV_PALETTE_BYTES; ++i) {
+    sum += picture.palette[i];
+  }
+  return sum;
+}
+
+/// Decodes what can be decoded, as a host that walks the records does, and says how many pictures
+/// that were. Bytes that are no container are none.
+inline size_t Walk(uint8_t* data, size_t size) {
+  size_t pictures = 0;
+  void* stream = ZAV_OPEN_READ(data, static_cast<int>(size));
+  for (int kind; ZAV_GET_LAYER_TYPE(stream, &kind) == 0 && kind != ZAV_KIND_END;) {
+    ZAV_LAYER header = Layer(kind);
+    if (kind != ZAV_REC_IMAGE || ZAV_READ_LAYER(stream, &header) != 0) {
+      ZAV_SKIP_LAYER(stream);
+      continue;
+    }
+    Image image;
+    if (pictures % 2 == 0) image.dest.format = ZAV_FMT_BGRA32;
+    ZAV_GFXDEF definition;
+    const bool defined = ZAV_DECODE_BITMAPFORMAT(stream, &definition) == 0;
+    if (ZAV_DECODE_BITMAP(stream, &image) == 0) {
+      Require(defined && definition.width == image.source.width);
+      Touch(image.source);
+      ++pictures;
+    } else {
+      Require(image.source.pixels == nullptr);
+      ZAV_SKIP_LAYER(stream);
+    }
+  }
+  ZAV_CLOSE(stream);
+  Image image;
+  if (ZAV_CONVERT_MEMFILE(&image, "zav", data, static_cast<long>(size)) == 1) Touch(image.source);
+  ZAV_GFXDEF definition;
+  if (ZAV_GETFILEFORMAT_FROMMEM(&definition, "zav", data, static_cast<long>(size)) == 0) {
+    Require(image.source.pixels == nullptr);
+  }
+  return pictures;
+}
+
 /// Every layer kind and parameter that is worth a difference.
 inline std::vector<ZAV_LAYER> EveryLayer() {
   return {
