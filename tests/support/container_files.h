@@ -64,6 +64,14 @@ Bytes WriteContainer(Write&& write) {
   return file.Read();
 }
 
+/// The container with one nameless picture, as far as it could be written.
+inline Bytes WriteOne(ZAV_LAYER layer, ZAV_GFXDEF definition, int* result = nullptr) {
+  return WriteContainer([&](void* stream) {
+    const int written = ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition);
+    if (result != nullptr) *result = written;
+  });
+}
+
 /// An image that is ready, and freed at its end.
 struct Image : ZAV_IMAGE {
   Image() { ZAV_INIT(this); }
@@ -71,6 +79,12 @@ struct Image : ZAV_IMAGE {
   Image& operator=(const Image&) = delete;
   ~Image() { ZAV_FREE(this); }
 };
+
+/// Reads the first picture of a container in memory. The library writes to no file's bytes.
+inline bool ReadOne(Image& image, const Bytes& file) {
+  return ZAV_CONVERT_MEMFILE(&image, "x.zav", const_cast<uint8_t*>(file.data()),
+                             static_cast<long>(file.size())) == 1;
+}
 
 inline void Require(bool holds) {
   if (!holds) std::abort();
