@@ -181,6 +181,8 @@ ZAV_API int ZAV_CONVERT_RAW(ZAV_IMAGE* image);
 // BMP: 1 (to BGRA32), 8, 16 (as RGB565) and 24 bits, uncompressed, bottom-up.
 // Targa: types 1, 2, 9, 10 with 8, 16, 24 or 32 bits; a stream that ends early leaves zeros.
 //   Layouts: Microsoft's BITMAPINFOHEADER documentation; Truevision TGA 2.0.
+// zav: the first image of a container. It brings its own buffers: one that you supply as the source
+//   is not filled.
 // A file with sides of zero or below, or (BMP) shorter than it announces, is refused.
 ZAV_API int ZAV_CONVERT_FILE(ZAV_IMAGE* image, const char* path);
 
@@ -227,6 +229,8 @@ ZAV_API int ZAV_SAVE_BITMAP(ZAV_IMAGE* image, long save_type, const char* path);
 // Containers
 // ---------------------------------------------------------------------------------------------
 
+// docs/container-format.md describes the files to the last bit. In short:
+//
 // A container is the bytes 'Z' 'A' 'V' 0, then records back to back. A record starts with its kind
 // (1 byte) and size (4 bytes, little-endian; kind byte and nested records included), then the rest
 // of a header whose length follows from the kind, then data. Image records carry a name and
@@ -263,8 +267,10 @@ enum {
 //   kinds 24 to 28  5 flags  6 width  10 height
 //   kinds 29 to 31  5 flags  6 quality  7..10 cut levels  11 width  15 height
 //   kind 33         5 flags (1 RGBA32, 2 BGRA32, 4 interleaved)
-//                   6..9 bits kept of pixel bytes 2, 1, 0, 3  10 width  14 height  18 pitch
-//   kind 34         5..8 bits kept of red, green, blue, alpha  9 width  13 height  17 pitch
+//                   6..9 bits kept (8: all) of pixel bytes 2, 1, 0, 3
+//                   10 width  14 height  18 pitch
+//   kind 34         5..8 bits kept (8: all) of red, green, blue, alpha
+//                   9 width  13 height  17 pitch
 //   image records   5..36 name, padded with zeros; 32 characters fill it without a terminator
 struct ZAV_LAYER {
   unsigned char kind;
@@ -272,10 +278,15 @@ struct ZAV_LAYER {
   unsigned char fields[44];
 };
 
+// Writing: open, write images, close. Reading: while ZAV_GET_LAYER_TYPE gives a kind, set it in a
+// record and ZAV_READ_LAYER the header of an image record, then decode its layer; ZAV_SKIP_LAYER
+// whatever is not wanted.
+//
 // Streams. A handle lives from a successful open to ZAV_CLOSE. A stream that failed once stays
 // failed until it is closed, unless said otherwise. All of these return 0 or -1; -1 for null.
 
-// Creates the file (0600; truncated when it exists) and writes the magic. Null on failure.
+// Creates the file (0600; truncated when it exists) and writes the magic. Null on failure. As with
+// ZAV_SAVE_BITMAP, writes that the system refuses afterwards are not reported.
 ZAV_API void* ZAV_OPEN_WRITE(const char* path);
 // Reads a container in memory, which must stay valid until the stream is closed and as long as
 // definitions point into it. Null when it does not begin with 'Z', 'A', 'V'.
@@ -295,7 +306,10 @@ ZAV_API int ZAV_SEEK_START(void* stream);
 ZAV_API int ZAV_GET_LAYER_SIZE(void* stream);
 
 // Write one named picture. `name` may be null; 32 bytes of it are kept. `layer` chooses the
-// encoding. The mipmap writer takes power-of-two sides and writes at most `levels` levels.
+// encoding: set its kind and parameters; a picture in another format than the layer's is converted.
+// Plain layers store a picture that has their format as it lies, padding included. The definition
+// and its buffers stay as they are. A failure fails the stream, and what was written of the record
+// stays in the file. The mipmap writer takes power-of-two sides and writes at most `levels` levels.
 ZAV_API int ZAV_WRITE_IMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* definition);
 ZAV_API int ZAV_WRITE_TILEDIMAGE(void* stream, char* name, ZAV_LAYER* layer,
                                  ZAV_GFXDEF* definition);
@@ -306,14 +320,16 @@ ZAV_API int ZAV_WRITE_MIPMAPIMAGE(void* stream, char* name, int levels, ZAV_LAYE
 
 // Reads the next layer into `image->source` and, when `dest.format` is set, converts it to `dest`.
 // The result is the read's: look at `dest.pixels` for the conversion's. The image must be ready.
+// Pixels of plain layers lie in the stream's block. Source buffers of an earlier read are freed; the
+// definitions are stored back whatever the result is.
 ZAV_API int ZAV_DECODE_BITMAP(void* stream, ZAV_IMAGE* image);
 // Reports the next layer's definition without consuming it.
 ZAV_API int ZAV_DECODE_BITMAPFORMAT(void* stream, ZAV_GFXDEF* definition);
 
 // ---------------------------------------------------------------------------------------------
-// Still to come in this version: SGI, JPEG and zav files, scaling, the 16-bit and DXT formats as
-// conversion partners, palettes from true colour, mip levels, and the container calls. They answer
-// with their failure result.
+// Still to come in this version: SGI and JPEG files, scaling, the 16-bit and DXT formats as
+// conversion partners, palettes from true colour, mip levels, and of the containers the tiled, squiz
+// and mipmap images and the DXT and JPEG layers. They answer with their failure result.
 // ---------------------------------------------------------------------------------------------
 
 static_assert(sizeof(ZAV_LAYER) == 49, "a layer record is the header's bytes and nothing else");

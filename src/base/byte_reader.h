@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 #include "base/endian.h"
 
@@ -37,6 +38,25 @@ class ByteReader {
   }
 
   void Skip(int64_t count) { Take(count); }
+
+  /// Copies the next bytes, as many of `count` as are left, and says how many those were. A short
+  /// copy is no failure.
+  int64_t CopyUpTo(uint8_t* out, int64_t count) {
+    const int64_t copied = count < remaining() ? count : remaining();
+    if (copied < 1) return 0;
+    std::memcpy(out, data_ + position_, static_cast<size_t>(copied));
+    position_ += copied;
+    return copied;
+  }
+
+  /// To any place in the block, its end included.
+  void Seek(int64_t position) {
+    if (position < 0 || position > size_) {
+      failed_ = true;
+      return;
+    }
+    position_ = position;
+  }
 
   uint8_t U8() {
     const uint8_t* p = Take(1);

@@ -1,9 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// The exported interface. Bodies stand in frame/entry_points.cpp.
+// The exported interface. Bodies stand in frame/entry_points.cpp, those of the container functions
+// in frame/container_entry_points.cpp and container/.
 
 #include "base/heap.h"
+#include "container/plain_image.h"
+#include "container/record.h"
+#include "frame/container_entry_points.h"
 #include "frame/entry_points.h"
 #include "frame/startup.h"
 #include "zav.h"
@@ -11,6 +15,7 @@
 namespace {
 
 int ContainerResult(bool succeeded) { return succeeded ? 0 : -1; }
+ZAV_STREAM* Stream(void* handle) { return static_cast<ZAV_STREAM*>(handle); }
 
 /// Runs the start-up when the library is loaded.
 const CZAV g_library;
@@ -54,22 +59,37 @@ int ZAV_SAVE_BITMAP(ZAV_IMAGE* image, long save_type, const char* path) {
   return zav::SaveBitmap(image, save_type, path);
 }
 
-void* ZAV_OPEN_WRITE(const char*) { return nullptr; }
-void* ZAV_OPEN_READ(const unsigned char*, int) { return nullptr; }
-void ZAV_CLOSE(void*) {}
+void* ZAV_OPEN_WRITE(const char* path) { return zav::OpenWriteStream(path); }
+void* ZAV_OPEN_READ(const unsigned char* data, int size) { return zav::OpenReadStream(data, size); }
+void ZAV_CLOSE(void* stream) { zav::CloseStream(Stream(stream)); }
 
-// No stream can be opened yet, so that every handle is an invalid one.
-int ZAV_WRITE_LAYER(void*, ZAV_LAYER*) { return ContainerResult(false); }
-int ZAV_READ_LAYER(void*, ZAV_LAYER*) { return ContainerResult(false); }
-int ZAV_GET_LAYER_TYPE(void*, int*) { return ContainerResult(false); }
-int ZAV_SKIP_LAYER(void*) { return ContainerResult(false); }
+int ZAV_WRITE_LAYER(void* stream, ZAV_LAYER* layer) {
+  return ContainerResult(stream != nullptr && zav::WriteRecordHeader(*Stream(stream), layer));
+}
+int ZAV_READ_LAYER(void* stream, ZAV_LAYER* layer) {
+  return ContainerResult(stream != nullptr && zav::ReadRecordHeader(*Stream(stream), layer));
+}
+int ZAV_GET_LAYER_TYPE(void* stream, int* kind) {
+  return ContainerResult(stream != nullptr && kind != nullptr &&
+                         zav::PeekKind(*Stream(stream), *kind));
+}
+int ZAV_SKIP_LAYER(void* stream) {
+  return ContainerResult(stream != nullptr && zav::SkipRecord(*Stream(stream)));
+}
 int ZAV_SEEK_START(void*) { return ContainerResult(false); }
 int ZAV_GET_LAYER_SIZE(void*) { return ContainerResult(false); }
-int ZAV_WRITE_IMAGE(void*, char*, ZAV_LAYER*, ZAV_GFXDEF*) { return ContainerResult(false); }
+int ZAV_WRITE_IMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
+  return ContainerResult(stream != nullptr &&
+                         zav::WriteImage(*Stream(stream), name, layer, definition));
+}
 int ZAV_WRITE_TILEDIMAGE(void*, char*, ZAV_LAYER*, ZAV_GFXDEF*) { return ContainerResult(false); }
 int ZAV_WRITE_SQUIZIMAGE(void*, char*, ZAV_LAYER*, ZAV_GFXDEF*) { return ContainerResult(false); }
 int ZAV_WRITE_MIPMAPIMAGE(void*, char*, int, ZAV_LAYER*, ZAV_GFXDEF*) {
   return ContainerResult(false);
 }
-int ZAV_DECODE_BITMAP(void*, ZAV_IMAGE*) { return ContainerResult(false); }
-int ZAV_DECODE_BITMAPFORMAT(void*, ZAV_GFXDEF*) { return ContainerResult(false); }
+int ZAV_DECODE_BITMAP(void* stream, ZAV_IMAGE* image) {
+  return ContainerResult(zav::DecodeBitmap(Stream(stream), image));
+}
+int ZAV_DECODE_BITMAPFORMAT(void* stream, ZAV_GFXDEF* definition) {
+  return ContainerResult(zav::DecodeBitmapFormat(Stream(stream), definition));
+}

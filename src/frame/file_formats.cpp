@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "container/container_reader.h"
 #include "formats/bmp.h"
 #include "formats/targa.h"
 
@@ -19,6 +20,7 @@ struct FileFormatRow {
 constexpr FileFormatRow kFileFormats[] = {
     {"bmp", BmpRead, BmpGetFormat},
     {"tga", TgaRead, TgaGetFormat},
+    {"zav", ContainerRead, ContainerGetFormat},
 };
 
 /// ASCII only: the choice of a reader must not depend on the host's locale.

@@ -3,7 +3,6 @@
 #include "frame/image_operation.h"
 
 namespace zav {
-namespace {
 
 void LoadRecords(ZAV_IMAGE& image) {
   ZAV_CONVERTER& converter = *image.converter;
@@ -19,8 +18,6 @@ void StoreRecords(ZAV_IMAGE& image) {
   image.source = image.converter->source.definition();
   image.dest = image.converter->dest.definition();
 }
-
-}  // namespace
 
 ImageOperation::ImageOperation(ZAV_IMAGE& image) : image_(image), converter_(*image.converter) {
   LoadRecords(image);
@@ -46,24 +43,35 @@ ImageOperation::~ImageOperation() {
 
 void ImageOperation::MakeRoomForReader() {
   ZAV_SURFACE& source = converter_.source;
-  if (source.pixels != nullptr && source.pixels == converter_.placed_pixels) {
+  const bool placed_pixels = source.pixels == converter_.placed_pixels;
+  if (source.pixels != nullptr && (placed_pixels || source.owns_pixels())) {
     aside_.source.pixels = source.pixels;
     aside_.source.flags |= source.flags & ZAV_SURF_OWNS_PIXELS;
-    source.pixels = nullptr;
-    source.flags &= ~ZAV_SURF_OWNS_PIXELS;
+    if (placed_pixels) source.pixels = nullptr;
   }
-  if (source.palette != nullptr && source.palette == converter_.placed_palette) {
+  const bool placed_palette = source.palette == converter_.placed_palette;
+  if (source.palette != nullptr && (placed_palette || source.owns_palette())) {
     aside_.source.palette = source.palette;
     aside_.source.flags |= source.flags & ZAV_SURF_OWNS_PALETTE;
-    source.palette = nullptr;
-    source.flags &= ~ZAV_SURF_OWNS_PALETTE;
+    if (placed_palette) source.palette = nullptr;
   }
+  source.flags &= ~(ZAV_SURF_OWNS_PIXELS | ZAV_SURF_OWNS_PALETTE);
   found_source_ = source;
 }
 
 void ImageOperation::Succeed() {
   succeeded_ = true;
-  const ZAV_SURFACE& source = converter_.source;
+  ZAV_SURFACE& source = converter_.source;
+  // What was taken aside and is in use again, filled in place, is owned again.
+  ZAV_SURFACE& aside = aside_.source;
+  if (source.pixels == aside.pixels) {
+    source.flags |= aside.flags & ZAV_SURF_OWNS_PIXELS;
+    aside.flags &= ~ZAV_SURF_OWNS_PIXELS;
+  }
+  if (source.palette == aside.palette) {
+    source.flags |= aside.flags & ZAV_SURF_OWNS_PALETTE;
+    aside.flags &= ~ZAV_SURF_OWNS_PALETTE;
+  }
   if (source.pixels != found_source_.pixels) converter_.placed_pixels = source.pixels;
   if (source.palette != found_source_.palette) converter_.placed_palette = source.palette;
   StoreRecords(image_);

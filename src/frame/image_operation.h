@@ -7,6 +7,10 @@
 
 namespace zav {
 
+/// Exchange of the definitions between an image's public record and its converter.
+void LoadRecords(ZAV_IMAGE& image);
+void StoreRecords(ZAV_IMAGE& image);
+
 /// One operation on a ready image, from the loading of its public record to the storing of the
 /// result. Unless Succeed is called, the destructor undoes it: what the operation allocated is
 /// freed and the converter's surfaces are as they were loaded, so that the public record, which is
@@ -23,7 +27,8 @@ class ImageOperation {
 
   /// Makes the source ready for a reader: buffers that the library put there in an earlier
   /// operation are taken out, so that only a buffer of the host's own is filled in place. They are
-  /// freed when the operation succeeds, and put back when it fails.
+  /// freed when the operation succeeds, and put back when it fails. A buffer of the host's that a
+  /// bit still calls owned stays, without the bit: a reader may replace it by a borrowed one.
   void MakeRoomForReader();
 
   /// Keeps the result and stores both definitions back into the public record.

@@ -8,25 +8,72 @@
 #include <cerrno>
 
 namespace zav {
+namespace {
 
-OutputFile::OutputFile(const char* path)
-    : file_(path != nullptr ? open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600) : -1) {}
-
-OutputFile::~OutputFile() {
-  if (file_ >= 0) close(file_);
-}
-
-bool OutputFile::Write(const void* bytes, int64_t count) {
-  if (file_ < 0) return false;
+/// Calls `write_some(bytes, count)` until everything is taken or the system refuses.
+template <typename WriteSome>
+bool WriteAll(const void* bytes, int64_t count, WriteSome&& write_some) {
   const char* next = static_cast<const char*>(bytes);
   while (count > 0) {
-    const ssize_t written = write(file_, next, static_cast<size_t>(count));
+    const ssize_t written = write_some(next, static_cast<size_t>(count));
     if (written < 0 && errno == EINTR) continue;
     if (written <= 0) return false;
     next += written;
     count -= written;
   }
   return true;
+}
+
+}  // namespace
+
+bool OutputFile::Open(const char* path) {
+  Close();
+  if (path != nullptr) file_ = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+  return is_open();
+}
+
+void OutputFile::Close() {
+  if (is_open()) close(file_);
+  file_ = -1;
+}
+
+bool OutputFile::Write(const void* bytes, int64_t count) {
+  if (!is_open()) return false;
+  return WriteAll(bytes, count,
+                  [this](const char* next, size_t left) { return write(file_, next, left); });
+}
+
+bool OutputFile::WriteAt(int64_t offset, const void* bytes, int64_t count) {
+  if (!is_open() || offset < 0) return false;
+  return WriteAll(bytes, count, [this, &offset](const char* next, size_t left) {
+    const ssize_t written = pwrite(file_, next, left, offset);
+    if (written > 0) offset += written;
+    return written;
+  });
+}
+
+bool OutputFile::Append(int descriptor) {
+  char piece[16384];
+  for (;;) {
+    const ssize_t count = read(descriptor, piece, sizeof(piece));
+    if (count < 0 && errno == EINTR) continue;
+    if (count <= 0) return true;
+    if (!Write(piece, count)) return false;
+  }
+}
+
+bool OutputFile::AppendByName(const char* path) {
+  const int descriptor = path != nullptr ? open(path, O_RDONLY | O_CLOEXEC) : -1;
+  if (descriptor < 0) return false;
+  const bool appended = Append(descriptor);
+  close(descriptor);
+  return appended;
+}
+
+int64_t OutputFile::Tell() const { return is_open() ? lseek(file_, 0, SEEK_CUR) : -1; }
+
+void OutputFile::Seek(int64_t offset) {
+  if (is_open() && offset >= 0) lseek(file_, offset, SEEK_SET);
 }
 
 }  // namespace zav

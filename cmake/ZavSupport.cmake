@@ -1,0 +1,14 @@
+# SPDX-FileCopyrightText: 2026 the ZAV authors
+# SPDX-License-Identifier: MIT
+
+# What tests, fuzzers and benchmarks share: guarded buffers, pictures, plain twins, forced targets.
+# The recorder and the failing heap take the place of library code and belong to the tests alone.
+if(TARGET zav_support)
+  return()
+endif()
+file(GLOB ZAV_SUPPORT_SOURCES CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/tests/support/*.cpp)
+list(FILTER ZAV_SUPPORT_SOURCES EXCLUDE REGEX "trace_recorder|failing_heap")
+add_library(zav_support STATIC ${ZAV_SUPPORT_SOURCES})
+zav_target_defaults(zav_support)
+target_include_directories(zav_support PUBLIC ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
+target_link_libraries(zav_support PUBLIC zav_static zav_vector)

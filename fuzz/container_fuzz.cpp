@@ -1,0 +1,99 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+
+// Reads containers. The mutator starts from containers that the library wrote, joins them, and
+// mends sizes after most changes, so that the readers get past the headers.
+
+#include <algorithm>
+
+#include "base/endian.h"
+#include "container/record.h"
+#include "support/container_files.h"
+#include "support/pictures.h"
+
+// libFuzzer's own; not there in the replaying build.
+extern "C" __attribute__((weak)) size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t limit);
+
+namespace {
+
+using zav::test::Bytes;
+
+/// One container for each kind of layer, of pictures that fill a chunk and more, and small ones.
+const std::vector<Bytes>& Seeds() {
+  static const std::vector<Bytes> seeds = [] {
+    std::vector<Bytes> written;
+    const int32_t formats[] = {ZAV_FMT_PAL8, ZAV_FMT_BGRA32};
+    for (const int32_t format : formats) {
+      for (const int32_t side : {3, 40, 131}) {
+        zav::test::Picture picture = zav::test::NoisePicture(format, side, side, 0, 1);
+        for (uint8_t& byte : picture.pixels) byte &= 0x11;
+        for (ZAV_LAYER layer : zav::test::EveryLayer()) {
+          written.push_back(zav::test::WriteContainer([&](void* stream) {
+            ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition);
+          }));
+        }
+      }
+    }
+    return written;
+  }();
+  return seeds;
+}
+
+/// Where width, height and pitch stand in a layer's header; 0: nothing is known of the kind.
+size_t ExtentOffset(uint8_t kind) {
+  if (kind >= ZAV_LAYER_PAL8 && kind <= ZAV_LAYER_TRUE32) return 6;
+  return kind == ZAV_LAYER_PACKED32 ? 10 : kind == ZAV_LAYER_PACKEDPAL8 ? 9 : 0;
+}
+
+/// Makes the last image record, its layer and its picture end where the data ends.
+void MendLastRecord(uint8_t* data, size_t size) {
+  size_t at = 4;
+  for (uint32_t step = 0; at + 55 < size; at += step) {
+    step = zav::LoadLe32(data + at + 1);
+    if (step < 5 || step >= size - at) break;
+  }
+  if (at + 59 > size || data[at] != ZAV_REC_IMAGE) return;
+  zav::StoreLe32(data + at + 1, static_cast<uint32_t>(size - at));
+  uint8_t* layer = data + at + 37;
+  zav::StoreLe32(layer + 1, static_cast<uint32_t>(size - at - 37));
+  const size_t extent = ExtentOffset(layer[0]);
+  if (extent != 6) return;  // packed sizes depend on what is packed
+  const uint32_t pitch = std::max(zav::LoadLe32(layer + extent + 8), uint32_t{1});
+  zav::StoreLe32(layer + extent + 4, static_cast<uint32_t>(size - at - 55) / pitch);
+}
+
+}  // namespace
+
+extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t limit,
+                                          unsigned int seed) {
+  zav::test::Random random(seed);
+  const Bytes& fresh = Seeds()[random.Below(static_cast<uint32_t>(Seeds().size()))];
+  if (size < 60 || random.Below(50) == 0) {
+    size = std::min(fresh.size(), limit);
+    std::copy_n(fresh.begin(), size, data);
+  } else if (random.Below(20) == 0) {
+    const size_t joined = std::min(fresh.size() - 4, limit - size);
+    std::copy_n(fresh.begin() + 4, joined, data + size);
+    size += joined;
+  }
+  const size_t header = std::min<size_t>(size, 80);
+  if (random.Below(3) == 0) {
+    LLVMFuzzerMutate(data + 4, header - 4, header - 4);  // in place, among the header fields
+  } else {
+    size = LLVMFuzzerMutate(data, size, limit);
+  }
+  if (random.Below(4) != 0 && size > 4) {
+    std::copy_n("ZAV", 4, data);
+    MendLastRecord(data, size);
+  }
+  return size;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  // An exact copy: the sanitizer guards its ends, and nothing may change it.
+  Bytes block(data, data + size);
+  block.shrink_to_fit();
+  zav::test::Walk(block.data(), size);
+  zav::test::Require(std::equal(block.begin(), block.end(), data));
+  return 0;
+}

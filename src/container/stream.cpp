@@ -1,0 +1,52 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "container/stream.h"
+
+#include <cstring>
+
+#include "base/heap.h"
+
+namespace {
+
+constexpr uint8_t kMagic[4] = {'Z', 'A', 'V', 0};
+constexpr size_t kMagicCompared = 3;  // the fourth byte is left to later versions
+
+}  // namespace
+
+void* ZAV_STREAM::operator new(size_t size, const std::nothrow_t&) noexcept {
+  return zav::AllocateBytes(static_cast<int64_t>(size));
+}
+
+void ZAV_STREAM::operator delete(void* stream) noexcept { zav::FreeBytes(stream); }
+
+bool ZAV_STREAM::OpenRead(const uint8_t* data, int64_t size) {
+  failed_ = true;
+  if (mode_ != ZAV_STREAM_CLOSED) return false;
+  block_ = zav::ByteReader(data, size);
+  const uint8_t* magic = block_.Take(sizeof(kMagic));
+  if (magic == nullptr || std::memcmp(magic, kMagic, kMagicCompared) != 0) return false;
+  mode_ = ZAV_STREAM_READING;
+  failed_ = false;
+  return true;
+}
+
+bool ZAV_STREAM::OpenWrite(const char* path) {
+  failed_ = true;
+  if (mode_ != ZAV_STREAM_CLOSED || !file_.Open(path)) return false;
+  file_.Write(kMagic, sizeof(kMagic));
+  mode_ = ZAV_STREAM_WRITING;
+  failed_ = false;
+  return true;
+}
+
+void ZAV_STREAM::Close() {
+  block_ = zav::ByteReader(nullptr, 0);
+  file_.Close();
+  mode_ = ZAV_STREAM_CLOSED;
+  failed_ = true;
+}
+
+bool ZAV_STREAM::Require(int32_t mode) {
+  if (mode_ != mode) failed_ = true;
+  return !failed_;
+}

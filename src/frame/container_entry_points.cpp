@@ -1,0 +1,60 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "frame/container_entry_points.h"
+
+#include <new>
+
+#include "container/layer_dispatch.h"
+#include "convert/pipeline.h"
+#include "convert/surface.h"
+#include "frame/image_operation.h"
+
+namespace zav {
+namespace {
+
+template <typename Open>
+ZAV_STREAM* OpenStream(Open&& open) {
+  auto* stream = new (std::nothrow) ZAV_STREAM;
+  if (stream == nullptr || open(*stream)) return stream;
+  delete stream;
+  return nullptr;
+}
+
+}  // namespace
+
+ZAV_STREAM* OpenWriteStream(const char* path) {
+  return OpenStream([path](ZAV_STREAM& stream) { return stream.OpenWrite(path); });
+}
+
+ZAV_STREAM* OpenReadStream(const uint8_t* data, int64_t size) {
+  return OpenStream([=](ZAV_STREAM& stream) { return stream.OpenRead(data, size); });
+}
+
+void CloseStream(ZAV_STREAM* stream) { delete stream; }
+
+bool DecodeBitmap(ZAV_STREAM* stream, ZAV_IMAGE* image) {
+  if (stream == nullptr || image == nullptr || image->converter == nullptr) return false;
+  ZAV_CONVERTER& converter = *image->converter;
+  LoadRecords(*image);
+  ReleaseSurfaces(converter, true, false);
+  const bool read = ReadLayer(*stream, converter.source, Wanted::kPicture);
+  if (read) {
+    if (converter.dest.format != 0) ConvertSurface(converter);
+    converter.placed_pixels = converter.source.pixels;
+    converter.placed_palette = converter.source.palette;
+  }
+  StoreRecords(*image);
+  return read;
+}
+
+bool DecodeBitmapFormat(ZAV_STREAM* stream, ZAV_GFXDEF* definition) {
+  if (stream == nullptr || definition == nullptr) return false;
+  ScopedConverter read;
+  const int64_t position = stream->block().position();
+  const bool found = ReadLayer(*stream, read.source, Wanted::kDefinition);
+  stream->block().Seek(position);
+  *definition = read.source.definition();
+  return found;
+}
+
+}  // namespace zav

@@ -1,0 +1,73 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <bit>
+#include <cstdint>
+#include <cstring>
+
+#include "base/endian.h"
+
+namespace zav::packer {
+
+// A packed block is a signed 32-bit size word n and what it announces: nothing (0), -n raw bytes
+// (negative), or a stream of little-endian 32-bit words that decodes to n bytes. The stream's bits
+// run from the least significant bit of each word upward, which makes it one run of bits over the
+// bytes too: it may be read and written by the byte, by the word or by eight bytes at a time.
+//
+//   literal: 0, the byte's 8 bits
+//   match:   1, class (3 bits), remainder (class + 1 bits), length groups
+//
+// A match of class c copies from 2^(c+1) - 1 + remainder bytes back. Its length less 2 is written
+// in groups of 2, 3, 4, ... bits; a group of all ones says that another one follows, and the groups
+// add up. Behind the last token stands always one more word, which holds the bits that are left.
+
+inline constexpr uint32_t kWindow = 510;  ///< the longest distance, and the positions searched
+inline constexpr int32_t kLeastPacked = 16;  ///< shorter data is stored raw
+inline constexpr uint32_t kLiteralBits = 9;
+inline constexpr uint32_t kLeastMatch = 2;
+
+/// The groups of the lengths that need at most five of them, which is nearly all.
+struct LengthGroups {
+  uint32_t bits;
+  uint32_t width;
+};
+inline constexpr uint32_t kShortLengths = 3 + 7 + 15 + 31 + 63;
+
+constexpr std::array<LengthGroups, kShortLengths> MakeLengthGroups() {
+  std::array<LengthGroups, kShortLengths> groups{};
+  for (uint32_t excess = 0; excess < kShortLengths; ++excess) {
+    uint32_t rest = excess, width = 2;
+    LengthGroups& all = groups[excess];
+    for (; rest >= (1u << width) - 1; ++width) {
+      all.bits |= ((1u << width) - 1) << all.width;
+      all.width += width;
+      rest -= (1u << width) - 1;
+    }
+    all.bits |= rest << all.width;
+    all.width += width;
+  }
+  return groups;
+}
+
+inline uint64_t LoadLe64(const uint8_t* p) {
+  if constexpr (std::endian::native == std::endian::little) {
+    uint64_t value;
+    std::memcpy(&value, p, 8);
+    return value;
+  } else {
+    return uint64_t{LoadLe32(p + 4)} << 32 | LoadLe32(p);
+  }
+}
+
+inline void StoreLe64(uint8_t* p, uint64_t value) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(p, &value, 8);
+  } else {
+    StoreLe32(p, static_cast<uint32_t>(value));
+    StoreLe32(p + 4, static_cast<uint32_t>(value >> 32));
+  }
+}
+
+}  // namespace zav::packer

@@ -1,0 +1,425 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <sstream>
+
+#include "convert/format_table.h"
+#include "frame/environment.h"
+#include "frame/records.h"
+#include "support/container_files.h"
+#include "support/failing_heap.h"
+#include "support/page_end_buffer.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+bool Convert(Image& image, const ZAV_GFXDEF& source, int32_t format) {
+  image.source = source;
+  image.dest.format = format;
+  return ZAV_CONVERT_RAW(&image) == 1;
+}
+
+uint8_t Kept(const ZAV_LAYER& layer, int index) {
+  return std::min<uint8_t>(layer.fields[index], 8);
+}
+
+/// The format that a layer stores, straight from the public table of kinds.
+int32_t StoredFormat(const ZAV_LAYER& layer) {
+  const int parameter = layer.fields[0];
+  switch (layer.kind) {
+    case ZAV_LAYER_HICOLOR:
+      return ZAV_FMT_RGB565 + parameter - 1;
+    case ZAV_LAYER_TRUE24:
+      return parameter == 1 ? ZAV_FMT_RGB24 : ZAV_FMT_BGR24;
+    case ZAV_LAYER_TRUE32:
+      return parameter == 1 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
+    case ZAV_LAYER_PACKED32:
+      return (parameter & 1) != 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
+    default:
+      return ZAV_FMT_PAL8;
+  }
+}
+
+/// A byte of which `kept` top bits survive; the lost ones repeat the top bit.
+uint8_t Widened(uint8_t byte, int kept, bool alpha) {
+  if (kept == 0) return alpha ? 0xFF : 0;
+  const int lost = 0xFF >> kept;
+  return static_cast<uint8_t>((byte & 0x80) != 0 ? byte | lost : byte & ~lost);
+}
+
+/// What the layer must read back as, in `expected.dest`; false when it cannot be written.
+bool Expect(Image& expected, const ZAV_LAYER& layer, const ZAV_GFXDEF& source) {
+  const bool packed_pal = layer.kind == ZAV_LAYER_PACKEDPAL8;
+  const bool cut = packed_pal && (Kept(layer, 0) & Kept(layer, 1) & Kept(layer, 2)) != 8;
+  if (packed_pal && (cut || source.format != ZAV_FMT_PAL8)) {
+    Image hub;
+    if (!Convert(hub, source, ZAV_FMT_BGRA32)) return false;
+    for (int32_t i = 0; i < hub.dest.pitch * hub.dest.height; ++i) {
+      const int order[4] = {2, 1, 0, 3};  // the record names red, green, blue, alpha
+      const int kept = Kept(layer, order[i % 4]);
+      hub.dest.pixels[i] = static_cast<uint8_t>(hub.dest.pixels[i] & ~(0xFF >> kept));
+    }
+    return Convert(expected, hub.dest, ZAV_FMT_PAL8);
+  }
+  if (layer.kind != ZAV_LAYER_PACKED32 && source.format == StoredFormat(layer)) {
+    expected.dest = source;  // as it lies, padding included
+    return true;
+  }
+  if (!Convert(expected, source, StoredFormat(layer))) return false;
+  if (layer.kind != ZAV_LAYER_PACKED32) return true;
+  for (int32_t i = 0; i < expected.dest.pitch * expected.dest.height; ++i) {
+    const int order[4] = {3, 2, 1, 4};  // offsets 6 to 9 name pixel bytes 2, 1, 0, 3
+    const int k = i % 4;
+    uint8_t& byte = expected.dest.pixels[i];
+    byte = Widened(byte, Kept(layer, order[k]), k == 3);
+  }
+  return true;
+}
+
+void ExpectSamePixels(const ZAV_GFXDEF& expected, const ZAV_GFXDEF& read) {
+  ASSERT_EQ(read.format, expected.format);
+  ASSERT_EQ(read.width, expected.width);
+  ASSERT_EQ(read.height, expected.height);
+  ASSERT_EQ(read.bytes_per_pixel, BytesPerPixel(read.format));
+  if (read.pixels == nullptr) return;  // a definition
+  const auto row_bytes = static_cast<size_t>(read.width * read.bytes_per_pixel);
+  for (int32_t y = 0; y < read.height; ++y) {
+    const uint8_t* row = read.pixels + int64_t{y} * read.pitch;
+    const uint8_t* expected_row = expected.pixels + int64_t{y} * expected.pitch;
+    ASSERT_EQ(std::memcmp(row, expected_row, row_bytes), 0) << "row " << y;
+  }
+  if (read.format != ZAV_FMT_PAL8) return;
+  ASSERT_EQ(std::memcmp(read.palette, expected.palette, ZAV_PALETTE_BYTES), 0);
+}
+
+void ExpectSamePicture(const ZAV_GFXDEF& expected, const ZAV_GFXDEF& read) {
+  ASSERT_EQ(read.pitch, expected.pitch);
+  ExpectSamePixels(expected, read);
+}
+
+/// Writes the picture, and reads it back through every entrance.
+void RoundTrip(const ZAV_LAYER& layer, const Picture& picture) {
+  SCOPED_TRACE(testing::Message() << "kind " << int{layer.kind} << " parameter "
+                                  << int{layer.fields[0]} << " from " << picture.definition.format
+                                  << ", " << picture.definition.width << " x "
+                                  << picture.definition.height);
+  Image expected;
+  const bool can = Expect(expected, layer, picture.definition);
+  int written = 1;
+  ZAV_GFXDEF definition = picture.definition;  // with the defaults left to the library
+  if (definition.pitch == definition.width * definition.bytes_per_pixel) definition.pitch = 0;
+  definition.bytes_per_pixel = 0;
+  const Bytes before = picture.pixels;
+  const Bytes file = WriteOne(layer, definition, &written);
+  EXPECT_EQ(picture.pixels, before);
+  ASSERT_EQ(written, can ? 0 : -1);
+  if (!can) return;
+  PageEndBuffer block(file.data(), file.size());
+  const auto size = static_cast<long>(file.size());
+
+  void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(size));
+  ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
+  ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+  ZAV_GFXDEF reported{};
+  for (int i = 0; i < 2; ++i) {
+    ASSERT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, &reported), 0);
+    ExpectSamePicture(expected.dest, reported);
+  }
+  int kind = -1;
+  ASSERT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), 0);
+  ASSERT_EQ(kind, layer.kind);
+  Image read;
+  ASSERT_EQ(ZAV_DECODE_BITMAP(stream, &read), 0);
+  ExpectSamePicture(expected.dest, read.source);
+  ASSERT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), 0);
+  ASSERT_EQ(kind, ZAV_KIND_END);
+  ZAV_CLOSE(stream);
+
+  ZAV_GFXDEF probed{};
+  ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "x.zav", block.data(), size), 1);
+  ExpectSamePicture(expected.dest, probed);
+  const TemporaryFile on_disk(".ZAV");
+  on_disk.Write(file);
+  for (const bool from_memory : {true, false}) {
+    for (const int32_t wanted : {0, int32_t{ZAV_FMT_BGRA32}}) {
+      Image image;
+      image.dest.format = wanted;
+      ASSERT_EQ(from_memory ? ZAV_CONVERT_MEMFILE(&image, "a.zav", block.data(), size)
+                            : ZAV_CONVERT_FILE(&image, on_disk.path()),
+                1);
+      if (wanted == 0) {
+        ExpectSamePicture(expected.dest, image.source);
+        continue;
+      }
+      Image hub;
+      ASSERT_TRUE(Convert(hub, expected.dest, wanted));
+      ExpectSamePixels(hub.dest, image.dest);
+    }
+  }
+}
+
+TEST(ContainerLayers, EveryKindReadsBackExactly) {
+  const int32_t sizes[][3] = {{1, 1, 0}, {3, 5, 24}, {7, 2, 0}, {17, 9, 68 + 8}, {150, 111, 0}};
+  uint64_t seed = 1;
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    for (int32_t format = ZAV_FMT_PAL8; format <= ZAV_FMT_ARGB1555; ++format) {
+      if (format == ZAV_FMT_PAL4) continue;
+      for (const auto& size : sizes) {
+        Picture picture = NoisePicture(format, size[0], size[1], size[2], ++seed);
+        // Channels of few values and runs give the packer matches to find.
+        for (uint8_t& byte : picture.pixels) byte = seed % 3 == 0 ? byte & 0x81 : byte;
+        RoundTrip(layer, picture);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+  // Planes of more than one chunk.
+  RoundTrip(Layer(ZAV_LAYER_PACKED32, {2, 8, 7, 8, 8}), AsymmetricPicture(300, 230));
+}
+
+Bytes Hex(const std::string& digits) {
+  Bytes bytes;
+  std::istringstream words(digits);
+  for (std::string word; words >> word;) {
+    for (size_t i = 0; i < word.size(); i += 2) {
+      bytes.push_back(static_cast<uint8_t>(std::stoi(word.substr(i, 2), nullptr, 16)));
+    }
+  }
+  return bytes;
+}
+
+// The file that docs/container-format.md takes apart.
+TEST(ContainerLayers, FilesAreTheseBytes) {
+  Bytes pixels = Hex("0102030405060708 090A0B0C");
+  Bytes palette = Hex("112200FF 00004400");
+  Bytes same(ZAV_PALETTE_BYTES, 0x41);
+  palette.resize(ZAV_PALETTE_BYTES);
+  const auto define = [](Bytes& bytes, uint8_t* colors, int32_t width, int32_t height,
+                         int32_t pitch) {
+    const int32_t format = colors != nullptr ? ZAV_FMT_PAL8 : ZAV_FMT_BGRA32;
+    return ZAV_GFXDEF{bytes.data(), colors, width, height, 0, format, pitch, 0, 0, 0, 0};
+  };
+  ZAV_GFXDEF true32 = define(pixels, nullptr, 2, 1, 12);
+  ZAV_GFXDEF pal8 = define(pixels, palette.data(), 3, 2, 4);
+  ZAV_GFXDEF run = define(same, same.data(), 4, 4, 4);
+  char name[] = "abc";
+  Bytes file = WriteContainer([&](void* stream) {
+    ZAV_LAYER layers[] = {Layer(23, {2}), Layer(20), Layer(33, {2, 8, 8, 4, 0}),
+                          Layer(34, {8, 8, 8, 8})};
+    ZAV_GFXDEF* pictures[] = {&true32, &pal8, &true32, &run};
+    for (int i = 0; i < 4; ++i) {
+      ASSERT_EQ(ZAV_WRITE_IMAGE(stream, i == 0 ? name : nullptr, &layers[i], pictures[i]), 0);
+    }
+  });
+  const std::string name_bytes(64, '0');
+  const std::string abc = "616263" + name_bytes.substr(6);
+  // clang-format off
+  EXPECT_EQ(file, Hex("5A415600"
+      " 03 43000000 " + abc +
+      " 17 1E000000 02 02000000 01000000 0C000000 0102030405060708090A0B0C"
+      " 03 47000000 " + name_bytes +
+      " 14 22000000 02 03000000 02000000 04000000 112200FF00004400 0102030405060708"
+      // Three groups of four bytes, the padding zero: four raw chunks.
+      " 03 67000000 " + name_bytes +
+      " 21 42000000 02 08080400 02000000 01000000 0C000000"
+      " 07000000 FDFFFFFF 000000  07000000 FDFFFFFF 020600"
+      " 07000000 FDFFFFFF 030700  07000000 FDFFFFFF 000000"
+      // Runs of one byte: two literals, and one match of what is left.
+      " 03 5E000000 " + name_bytes +
+      " 22 39000000 08080808 04000000 04000000 04000000"
+      " 10000000 00040000 820485FF FFFFFFFF 47000000"
+      " 0C000000 10000000 8204852F 00000000"));
+  // clang-format on
+  EXPECT_EQ(Walk(file.data(), file.size()), 4u);
+}
+
+TEST(ContainerLayers, PalettesKeepTheirLastEntryThatIsNotZero) {
+  for (const int entries : {10, 255, 256, 0}) {
+    Picture picture = NoisePicture(ZAV_FMT_PAL8, 2, 1, 0, 9);
+    std::fill(picture.palette.begin() + 4 * entries, picture.palette.end(), uint8_t{0});
+    if (entries != 0) picture.palette[static_cast<size_t>(4 * entries) - 4] = 1;
+    const Bytes file = WriteOne(Layer(ZAV_LAYER_PAL8), picture.definition);
+    const int stored = entries == 0 ? 256 : entries;
+    ASSERT_EQ(file.size(), 4u + 37 + 18 + static_cast<size_t>(4 * stored) + 2);
+    EXPECT_EQ(file[46], stored % 256);
+    Image image;
+    ASSERT_TRUE(ReadOne(image, file));
+    EXPECT_EQ(image.converter->source.owns_palette(), stored != 256);
+    EXPECT_FALSE(image.converter->source.owns_pixels());
+    std::fill(picture.palette.begin() + 4 * stored, picture.palette.end(), uint8_t{0xFF});
+    EXPECT_EQ(std::memcmp(image.source.palette, picture.palette.data(), 1024), 0);
+    EXPECT_EQ(image.source.pixels, file.data() + file.size() - 2);
+  }
+}
+
+TEST(ContainerLayers, CutAndChangedFilesDoNoHarm) {
+  const Picture colors = AsymmetricPicture(5, 4);
+  const Picture indexed = NoisePicture(ZAV_FMT_PAL8, 5, 4, 8, 2);
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    const bool pal = layer.kind == ZAV_LAYER_PAL8 || layer.kind == ZAV_LAYER_PACKEDPAL8;
+    const Bytes file = WriteOne(layer, pal ? indexed.definition : colors.definition);
+    PageEndBuffer whole(file.data(), file.size());
+    if (Walk(whole.data(), file.size()) == 0) continue;  // cannot be written yet
+    for (size_t length = 0; length < file.size(); ++length) {
+      PageEndBuffer cut(file.data(), length);
+      ASSERT_EQ(Walk(cut.data(), length), 0u) << int{layer.kind} << ", " << length << " bytes";
+    }
+    PageEndBuffer block(file.size());
+    std::copy(file.begin(), file.end(), block.data());
+    for (size_t i = 0; i < file.size(); ++i) {
+      for (const int value : {0, 1, 0x7F, 0x80, 0xFF, file[i] ^ 0x10, file[i] + 1, file[i] - 1}) {
+        block.data()[i] = static_cast<uint8_t>(value);
+        Walk(block.data(), file.size());
+      }
+      block.data()[i] = file[i];
+    }
+    EXPECT_EQ(std::memcmp(block.data(), file.data(), file.size()), 0);
+  }
+}
+
+// No memory is asked for before the data is known to be there.
+TEST(ContainerLayers, HostileHeadersTakeNoMemory) {
+  // Width, height, pitch.
+  const uint32_t rows[][3] = {
+      {32768, 16383, 131072}, {1, 0x7FFFFFFF, 4}, {0x80000000, 1, 4}, {1, 0x80000000, 4},
+      {65536, 65536, 262144}, {16, 1, 15},        {1, 5, 0x40000001}, {0, 4, 16},
+      {65536, 32767, 65536},  {4, 0, 16},         {4, 4, 0xFFFFFFF0}, {4, 5, 16}};
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    for (const auto& row : rows) {
+      if (layer.kind == ZAV_LAYER_PAL8) continue;  // its one palette may be made first
+      ZAV_LAYER record = layer;
+      const int at = layer.kind == 33 ? 5 : layer.kind == 34 ? 4 : 1;
+      std::memcpy(record.fields + at, row, sizeof(row));
+      Bytes file = Hex("5A415600");
+      const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
+      file.insert(file.end(), bytes, bytes + 5 + at + 12);
+      // A chunk that is too little for most of them, too much for some, and one that is cut.
+      const Bytes chunks = Hex("08000000 00000100 02000000 04000000 F0FFFFFF");
+      file.insert(file.end(), chunks.begin(), chunks.end());
+      PageEndBuffer block(file.data(), file.size());
+      void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(file.size()));
+      Image image;
+      const FailingHeap heap(0);
+      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
+      EXPECT_EQ(heap.refused(), 0) << int{layer.kind} << " " << row[0] << " x " << row[1];
+      ZAV_CLOSE(stream);
+    }
+  }
+}
+
+TEST(ContainerLayers, EveryFailedAllocationIsAFailure) {
+  const Picture colors = AsymmetricPicture(30, 20);
+  const Picture indexed = NoisePicture(ZAV_FMT_PAL8, 30, 20, 0, 2);
+  const TemporaryFile file;
+  const auto fails = [](int, bool succeeded) { EXPECT_FALSE(succeeded); };
+  for (const Picture* picture : {&colors, &indexed}) {
+    for (ZAV_LAYER layer : EveryLayer()) {
+      SCOPED_TRACE(int{layer.kind});
+      Image expected;
+      if (!Expect(expected, layer, picture->definition)) continue;
+      ZAV_GFXDEF definition = picture->definition;
+      const auto write = [&] {
+        void* stream = ZAV_OPEN_WRITE(file.path());
+        const bool written = ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition) == 0;
+        ZAV_CLOSE(stream);
+        return written;
+      };
+      const auto read = [&] {
+        Image image;
+        image.dest.format = ZAV_FMT_RGBA32;
+        if (ZAV_CONVERT_FILE(&image, file.path()) == 1) return true;
+        EXPECT_EQ(image.source.pixels, nullptr);
+        EXPECT_TRUE(image.converter == nullptr || image.converter->source.flags == 0);
+        return false;
+      };
+      FailEveryAllocation(write, fails);
+      FailEveryAllocation(read, fails);
+    }
+  }
+}
+
+// A buffer that the library allocated for one picture must not be taken for the next one's, and
+// pointers into the block must not be freed.
+TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
+  Picture picture = AsymmetricPicture(6, 6);
+  std::vector<uint8_t> own(6 * 6 * 4);
+  const Bytes plain = WriteOne(Layer(ZAV_LAYER_TRUE32, {2}), picture.definition);
+  const Bytes packed = WriteOne(Layer(ZAV_LAYER_PACKED32, {2, 8, 8, 8, 8}), picture.definition);
+  Image image;
+  const auto read = [&](const Bytes& bytes) {
+    image.dest = ZAV_GFXDEF{};
+    ASSERT_TRUE(ReadOne(image, bytes));
+    EXPECT_EQ(image.converter->source.owns_pixels(), &bytes == &packed);
+    EXPECT_EQ(std::memcmp(image.source.pixels, picture.pixels.data(), own.size()), 0);
+  };
+  read(packed);
+  read(plain);
+  read(packed);
+  ZAV_FREE_BUFFER(image.source.pixels);
+  image.source.pixels = static_cast<uint8_t*>(std::malloc(4));  // an old bit calls it owned
+  read(plain);
+  image.source.pixels = own.data();
+  read(plain);
+  const auto decode = [&](const Bytes& bytes, int32_t format) {
+    void* stream = ZAV_OPEN_READ(bytes.data(), static_cast<int>(bytes.size()));
+    ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
+    EXPECT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+    image.dest.format = format;
+    EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), 0);
+    EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
+    ZAV_CLOSE(stream);
+  };
+  decode(packed, 0);
+  EXPECT_EQ(image.source.pixels, nullptr);  // released by the read that found nothing
+  decode(plain, ZAV_FMT_PAL4);              // a conversion that fails does not show in the result
+  EXPECT_EQ(image.dest.pixels, nullptr);
+  read(packed);
+}
+
+TEST(ContainerLayers, WritersPublishTheirEnvironment) {
+  ZAV_CONVERTER filtering{};
+  filtering.env = ZAV_ENV_FILTER;
+  Picture picture = AsymmetricPicture(2, 2);
+  for (const bool converts : {false, true}) {
+    PublishEnv(filtering);
+    WriteOne(Layer(ZAV_LAYER_TRUE32, {converts ? 1 : 2}), picture.definition);
+    EXPECT_EQ(PublishedEnv(), converts ? 0u : 1u);
+  }
+}
+
+TEST(ContainerReader, TheFirstImageRecordIsThePicture) {
+  Picture picture = AsymmetricPicture(3, 3);
+  const Bytes image = WriteOne(Layer(ZAV_LAYER_TRUE32, {2}), picture.definition);
+  const auto reads = [&](const Bytes& front) {
+    Bytes file(image.begin(), image.begin() + 4);
+    file.insert(file.end(), front.begin(), front.end());
+    file.insert(file.end(), image.begin() + 4, image.end());
+    ZAV_GFXDEF probed{};
+    const bool found =
+        ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", file.data(), static_cast<long>(file.size())) == 1;
+    Image read;
+    EXPECT_EQ(ReadOne(read, file), found);
+    EXPECT_EQ(probed.width, found ? 3 : 0);
+    return found;
+  };
+  const Bytes layer_record(image.begin() + 41, image.end());
+  EXPECT_TRUE(reads({}));
+  EXPECT_TRUE(reads(layer_record));
+  EXPECT_TRUE(reads({2, 7, 0, 0, 0, 1, 1}));                          // an unknown record
+  EXPECT_TRUE(reads({99, 0, 0, 0, 0, 98, 9, 9, 9, 9}));               // sizes that are none
+  EXPECT_FALSE(reads({ZAV_KIND_END, 5, 0, 0, 0}));                    // taken for the end
+  EXPECT_FALSE(reads(Bytes(image.begin() + 4, image.begin() + 41)));  // an image without a layer
+  Bytes mipmap(38, 0);
+  mipmap[0] = ZAV_REC_MIPMAP;
+  mipmap.insert(mipmap.end(), layer_record.begin(), layer_record.end());
+  EXPECT_TRUE(reads(mipmap));
+  Bytes none = image;
+  none.erase(none.begin() + 4, none.begin() + 41);  // a layer on its own
+  Image read;
+  EXPECT_FALSE(ReadOne(read, none));
+}
+
+}  // namespace
+}  // namespace zav::test

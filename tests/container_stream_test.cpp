@@ -1,0 +1,242 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "container/layer_dispatch.h"
+#include "container/plain_image.h"
+#include "support/container_files.h"
+#include "support/page_end_buffer.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+Bytes Join(std::initializer_list<Bytes> parts) {
+  Bytes joined = {'Z', 'A', 'V', 0};
+  for (const Bytes& part : parts) std::copy(part.begin(), part.end(), std::back_inserter(joined));
+  return joined;
+}
+
+/// A record of `kind` with `size` bytes, all behind the size zero.
+Bytes Record(uint8_t kind, uint32_t size) {
+  Bytes record(size, 0);
+  record[0] = kind;
+  std::memcpy(&record[1], &size, 4);
+  return record;
+}
+
+/// Runs `body(stream)` on a stream over the bytes, which end at an unmapped page.
+template <typename Body>
+void WithReader(const Bytes& bytes, Body&& body) {
+  PageEndBuffer block(bytes.data(), bytes.size());
+  void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(bytes.size()));
+  ASSERT_NE(stream, nullptr);
+  body(stream);
+  ZAV_CLOSE(stream);
+}
+
+int KindOf(void* stream) {
+  int kind = -1;
+  return ZAV_GET_LAYER_TYPE(stream, &kind) == 0 ? kind : -1;
+}
+
+TEST(ContainerStream, OpensWhatBeginsWithTheMagic) {
+  const auto opens = [](const std::string& bytes) {
+    PageEndBuffer block(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
+    void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(bytes.size()));
+    ZAV_CLOSE(stream);
+    return stream != nullptr;
+  };
+  EXPECT_TRUE(opens(std::string("ZAV\0", 4)));
+  EXPECT_TRUE(opens("ZAV9."));
+  EXPECT_FALSE(opens("ZAX."));
+  EXPECT_FALSE(opens("ZAV"));
+  EXPECT_FALSE(opens(""));
+  EXPECT_EQ(ZAV_OPEN_READ(nullptr, 100), nullptr);
+  EXPECT_EQ(ZAV_OPEN_READ(reinterpret_cast<const uint8_t*>("ZAV."), -4), nullptr);
+  EXPECT_EQ(ZAV_OPEN_WRITE(nullptr), nullptr);
+  EXPECT_EQ(ZAV_OPEN_WRITE("/nowhere/file.zav"), nullptr);
+}
+
+TEST(ContainerStream, NullArgumentsFail) {
+  ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE32, {2});
+  ZAV_IMAGE image{};
+  ZAV_GFXDEF definition{};
+  ZAV_CLOSE(nullptr);
+  WithReader(Join({Record(20, 18)}), [&](void* reading) {
+    int kind = 7;
+    for (void* stream : {static_cast<void*>(nullptr), reading}) {
+      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, stream != nullptr ? nullptr : &image), -1);
+      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);  // never initialised
+      EXPECT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, stream != nullptr ? nullptr : &definition), -1);
+      EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, stream != nullptr ? nullptr : &kind), -1);
+      EXPECT_EQ(ZAV_SEEK_START(stream), -1);
+      EXPECT_EQ(ZAV_GET_LAYER_SIZE(stream), -1);
+      EXPECT_EQ(ZAV_READ_LAYER(stream, stream != nullptr ? nullptr : &layer), -1);
+      EXPECT_EQ(ZAV_SKIP_LAYER(stream),
+                -1);  // failed for good by the header that was not asked for
+      EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+      EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition), -1);
+    }
+  });
+  // Neither a layer nor a definition, nor one without pixels; the record that was begun stays.
+  EXPECT_EQ(WriteContainer([&](void* s) { ZAV_WRITE_IMAGE(s, nullptr, nullptr, &definition); }),
+            Join({}));
+  for (ZAV_GFXDEF* none : {static_cast<ZAV_GFXDEF*>(nullptr), &definition}) {
+    const Bytes file = WriteContainer([&](void* stream) {
+      EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, none), -1);
+      EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+    });
+    EXPECT_EQ(file.size(), 4u + 37);
+  }
+}
+
+TEST(ContainerStream, ReadsHeadersOfTheKindThatIsExpected) {
+  const Bytes file = Join({Record(3, 60), Record(20, 18), {77, 1, 2}});
+  WithReader(file, [&](void* stream) {
+    EXPECT_EQ(KindOf(stream), 3);
+    EXPECT_EQ(KindOf(stream), 3);
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), 0);
+    // The caller's record ends with its header.
+    PageEndBuffer record(18);
+    auto* layer = reinterpret_cast<ZAV_LAYER*>(record.data());
+    layer->kind = 20;
+    EXPECT_EQ(ZAV_READ_LAYER(stream, layer), 0);
+    EXPECT_EQ(std::memcmp(record.data(), file.data() + 64, 18), 0);
+    // Only three bytes are left, of a kind that does not exist.
+    ZAV_LAYER cut = Layer(77, {5});
+    cut.size[3] = 99;
+    EXPECT_EQ(ZAV_READ_LAYER(stream, &cut), 0);
+    EXPECT_EQ(cut.size[1], 2);
+    EXPECT_EQ(cut.size[3], 99);
+    EXPECT_EQ(cut.fields[0], 5);
+    EXPECT_EQ(KindOf(stream), ZAV_KIND_END);
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
+    EXPECT_EQ(KindOf(stream), ZAV_KIND_END);
+    EXPECT_EQ(ZAV_READ_LAYER(stream, &cut), -1);
+    EXPECT_EQ(KindOf(stream), -1);
+  });
+  WithReader(file, [&](void* stream) {
+    ZAV_LAYER layer = Layer(20);
+    EXPECT_EQ(ZAV_READ_LAYER(stream, &layer), -1);
+    EXPECT_EQ(KindOf(stream), -1);
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
+  });
+}
+
+TEST(ContainerStream, FailedSkipsMoveOn) {
+  for (const uint32_t size : {0u, 4u, 24u, 0x80000000u, 0xFFFFFFFFu}) {
+    Bytes record = Record(3, 23);
+    std::memcpy(&record[1], &size, 4);
+    record[5] = 9;
+    WithReader(Join({record}), [&](void* stream) {
+      EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1) << size;
+      EXPECT_EQ(KindOf(stream), 9) << size;
+    });
+  }
+}
+
+TEST(ContainerStream, RefusesKindsAndModesThatAreNone) {
+  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 2, 2, 0, 3);
+  ZAV_GFXDEF definition = picture.definition;
+  for (const int kind : {0, 2, 19, 32, 35, 255}) {
+    ZAV_LAYER layer = Layer(kind);
+    ZAV_LAYER good = Layer(ZAV_LAYER_TRUE32, {2});
+    EXPECT_EQ(WriteContainer([&](void* stream) {
+                EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+                EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &good, &definition), -1);
+              }),
+              Join({}));
+  }
+  // An image record is no layer, and these have no writer or no such variant: what was begun stays.
+  for (ZAV_LAYER layer : {Layer(3), Layer(5), Layer(21, {5}), Layer(22, {0}), Layer(23, {3}),
+                          Layer(33, {4, 8, 8, 8, 8}), Layer(33, {0, 8, 8, 8, 8})}) {
+    Bytes header(37, 0);
+    header[0] = 3;
+    header[5] = 'n';
+    char name[] = "n";
+    EXPECT_EQ(WriteContainer([&](void* stream) {
+                EXPECT_EQ(ZAV_WRITE_IMAGE(stream, name, &layer, &definition), -1);
+                EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+              }),
+              Join({header}));
+  }
+  WithReader(Join({Record(3, 37)}), [&](void* stream) {
+    ZAV_LAYER layer = Layer(3);
+    EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+    EXPECT_EQ(KindOf(stream), -1);
+  });
+  WriteContainer([&](void* stream) {
+    int kind = 1;
+    EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), -1);
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
+    ZAV_LAYER layer = Layer(3);
+    EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), 0);  // still writing
+    EXPECT_EQ(ZAV_READ_LAYER(stream, &layer), -1);
+    EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+  });
+}
+
+TEST(ContainerStream, LongNamesKeepTheirFirst32Characters) {
+  Picture picture = NoisePicture(ZAV_FMT_BGR24, 1, 1, 0, 4);
+  char name[] = "0123456789012345678901234567890123456789";
+  ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE24, {2});
+  const Bytes file = WriteContainer([&](void* stream) {
+    EXPECT_EQ(ZAV_WRITE_IMAGE(stream, name, &layer, &picture.definition), 0);
+  });
+  ZAV_STREAM stream;
+  ASSERT_TRUE(stream.OpenRead(file.data(), static_cast<int64_t>(file.size())));
+  char read[kNameLength + 1];
+  ScopedConverter converter;
+  EXPECT_TRUE(ReadPlainImage(stream, read, converter.source, Wanted::kPicture));
+  EXPECT_EQ(read, std::string(name, 32));
+  EXPECT_FALSE(ReadPlainImage(stream, read, converter.source, Wanted::kPicture));
+  EXPECT_STREQ(read, "");
+}
+
+TEST(ContainerStream, AnAbandonedLayerIsWrittenOver) {
+  const Picture picture = NoisePicture(ZAV_FMT_RGB24, 3, 2, 0, 5);
+  const TemporaryFile file;
+  const TemporaryFile appended;
+  Bytes rest(2 * 16384 + 5);
+  for (size_t i = 0; i < rest.size(); ++i) rest[i] = static_cast<uint8_t>(i * 7);
+  appended.Write(rest);
+  ZAV_STREAM stream;
+  ASSERT_TRUE(stream.OpenWrite(file.path()));
+  ZAV_LAYER refused = Layer(ZAV_LAYER_TRUE24, {3});
+  ZAV_LAYER unknown = Layer(32);
+  ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE24, {1});
+  EXPECT_FALSE(WriteLayer(stream, &refused, &picture.definition));
+  EXPECT_FALSE(WriteLayer(stream, &unknown, &picture.definition));
+  {
+    RecordFrame abandoned(stream);
+    EXPECT_TRUE(WriteRecordHeader(stream, &layer));
+    EXPECT_EQ(stream.file().Tell(), 4 + 18);
+  }
+  EXPECT_EQ(stream.file().Tell(), 4);
+  EXPECT_TRUE(WriteLayer(stream, &layer, &picture.definition));
+  EXPECT_EQ(stream.file().Tell(), 4 + 18 + 18);
+  EXPECT_FALSE(stream.file().AppendByName("/nowhere"));
+  EXPECT_TRUE(stream.file().AppendByName(appended.path()));
+  stream.Close();
+  Bytes expected = Record(ZAV_LAYER_TRUE24, 36);
+  expected[5] = 1, expected[6] = 3, expected[10] = 2, expected[14] = 9;
+  std::copy(picture.pixels.begin(), picture.pixels.end(), expected.begin() + 18);
+  EXPECT_EQ(file.Read(), Join({expected, rest}));
+}
+
+// Refused writes do not show in the results: whoever must know reads the file back.
+TEST(ContainerStream, FullDiskIsNotReported) {
+  Picture picture = NoisePicture(ZAV_FMT_BGRA32, 40, 40, 0, 6);
+  void* stream = ZAV_OPEN_WRITE("/dev/full");
+  ASSERT_NE(stream, nullptr);
+  for (ZAV_LAYER layer : {Layer(ZAV_LAYER_TRUE32, {2}), Layer(33, {2, 8, 8, 8, 8})}) {
+    EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition), 0);
+  }
+  ZAV_CLOSE(stream);
+}
+
+}  // namespace
+}  // namespace zav::test

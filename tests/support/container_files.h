@@ -1,0 +1,159 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include "zav.h"
+
+namespace zav::test {
+
+using Bytes = std::vector<uint8_t>;
+
+/// A file name that goes with its file.
+class TemporaryFile {
+ public:
+  explicit TemporaryFile(const char* ending = ".zav") {
+    path_ = std::string("/tmp/zav_test_XXXXXX") + ending;
+    close(mkstemps(path_.data(), static_cast<int>(std::strlen(ending))));
+  }
+  TemporaryFile(const TemporaryFile&) = delete;
+  TemporaryFile& operator=(const TemporaryFile&) = delete;
+  ~TemporaryFile() { unlink(path_.c_str()); }
+
+  const char* path() const { return path_.c_str(); }
+  Bytes Read() const {
+    std::ifstream file(path_, std::ios::binary);
+    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+  }
+  void Write(const Bytes& bytes) const {
+    std::ofstream(path_, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+  }
+
+ private:
+  std::string path_;
+};
+
+/// A layer record of the kind with the parameter bytes from offset 5 on.
+inline ZAV_LAYER Layer(int kind, std::initializer_list<int> parameters = {}) {
+  ZAV_LAYER layer{};
+  layer.kind = static_cast<unsigned char>(kind);
+  unsigned char* next = layer.fields;
+  for (const int parameter : parameters) *next++ = static_cast<unsigned char>(parameter);
+  return layer;
+}
+
+/// The bytes of the container that `write(stream)` writes.
+template <typename Write>
+Bytes WriteContainer(Write&& write) {
+  const TemporaryFile file;
+  void* stream = ZAV_OPEN_WRITE(file.path());
+  write(stream);
+  ZAV_CLOSE(stream);
+  return file.Read();
+}
+
+/// The container with one nameless picture, as far as it could be written.
+inline Bytes WriteOne(ZAV_LAYER layer, ZAV_GFXDEF definition, int* result = nullptr) {
+  return WriteContainer([&](void* stream) {
+    const int written = ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition);
+    if (result != nullptr) *result = written;
+  });
+}
+
+/// An image that is ready, and freed at its end.
+struct Image : ZAV_IMAGE {
+  Image() { ZAV_INIT(this); }
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+  ~Image() { ZAV_FREE(this); }
+};
+
+/// Reads the first picture of a container in memory. The library writes to no file's bytes.
+inline bool ReadOne(Image& image, const Bytes& file) {
+  return ZAV_CONVERT_MEMFILE(&image, "x.zav", const_cast<uint8_t*>(file.data()),
+                             static_cast<long>(file.size())) == 1;
+}
+
+inline void Require(bool holds) {
+  if (!holds) std::abort();
+}
+
+/// Reads every byte of a picture, so that one that is not there shows.
+inline uint32_t Touch(const ZAV_GFXDEF& picture) {
+  uint32_t sum = 0;
+  for (int64_t i = 0; i < int64_t{picture.pitch} * picture.height; ++i) sum += picture.pixels[i];
+  for (int i = 0; picture.palette != nullptr && i < ZAV_PALETTE_BYTES; ++i) {
+    sum += picture.palette[i];
+  }
+  return sum;
+}
+
+/// Decodes what can be decoded, as a host that walks the records does, and says how many pictures
+/// that were. Bytes that are no container are none.
+inline size_t Walk(uint8_t* data, size_t size) {
+  size_t pictures = 0;
+  void* stream = ZAV_OPEN_READ(data, static_cast<int>(size));
+  for (int kind; ZAV_GET_LAYER_TYPE(stream, &kind) == 0 && kind != ZAV_KIND_END;) {
+    ZAV_LAYER header = Layer(kind);
+    if (kind != ZAV_REC_IMAGE || ZAV_READ_LAYER(stream, &header) != 0) {
+      ZAV_SKIP_LAYER(stream);
+      continue;
+    }
+    Image image;
+    if (pictures % 2 == 0) image.dest.format = ZAV_FMT_BGRA32;
+    ZAV_GFXDEF definition;
+    const bool defined = ZAV_DECODE_BITMAPFORMAT(stream, &definition) == 0;
+    if (ZAV_DECODE_BITMAP(stream, &image) == 0) {
+      Require(defined && definition.width == image.source.width);
+      Touch(image.source);
+      ++pictures;
+    } else {
+      Require(image.source.pixels == nullptr);
+      ZAV_SKIP_LAYER(stream);
+    }
+  }
+  ZAV_CLOSE(stream);
+  Image image;
+  if (ZAV_CONVERT_MEMFILE(&image, "zav", data, static_cast<long>(size)) == 1) Touch(image.source);
+  ZAV_GFXDEF definition;
+  if (ZAV_GETFILEFORMAT_FROMMEM(&definition, "zav", data, static_cast<long>(size)) == 0) {
+    Require(image.source.pixels == nullptr);
+  }
+  return pictures;
+}
+
+/// Every layer kind and parameter that is worth a difference.
+inline std::vector<ZAV_LAYER> EveryLayer() {
+  return {
+      Layer(ZAV_LAYER_PAL8),
+      Layer(ZAV_LAYER_HICOLOR, {1}),
+      Layer(ZAV_LAYER_HICOLOR, {2}),
+      Layer(ZAV_LAYER_HICOLOR, {3}),
+      Layer(ZAV_LAYER_HICOLOR, {4}),
+      Layer(ZAV_LAYER_TRUE24, {1}),
+      Layer(ZAV_LAYER_TRUE24, {2}),
+      Layer(ZAV_LAYER_TRUE32, {1}),
+      Layer(ZAV_LAYER_TRUE32, {2}),
+      Layer(ZAV_LAYER_PACKED32, {1, 8, 8, 8, 8}),
+      Layer(ZAV_LAYER_PACKED32, {2, 9, 255, 8, 8}),
+      Layer(ZAV_LAYER_PACKED32, {2 + 4, 8, 8, 8, 8}),
+      Layer(ZAV_LAYER_PACKED32, {2, 5, 6, 4, 0}),
+      Layer(ZAV_LAYER_PACKED32, {3 + 4, 0, 1, 7, 3}),
+      Layer(ZAV_LAYER_PACKEDPAL8, {8, 9, 8, 200}),
+      Layer(ZAV_LAYER_PACKEDPAL8, {4, 3, 5, 8}),
+  };
+}
+
+}  // namespace zav::test
