@@ -4,6 +4,7 @@
 
 #include <fstream>
 #include <iterator>
+#include <numeric>
 
 #include "support/page_end_buffer.h"
 #include "support/pictures.h"
@@ -22,11 +23,30 @@ void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
   for (size_t i = 0; i < count; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
+uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
+  if (picture.pixels == nullptr) return 0;
+  const int64_t bytes = int64_t{picture.pitch} * picture.height;
+  const uint64_t sum = std::accumulate(picture.pixels, picture.pixels + bytes, uint64_t{0});
+  if (picture.format != ZAV_FMT_PAL8) return sum;
+  return std::accumulate(picture.palette, picture.palette + ZAV_PALETTE_BYTES, sum);
+}
+
 }  // namespace
 
 bool Image::Read(const char* name, const Bytes& file) {
   PageEndBuffer block(file.data(), file.size());
   return ZAV_CONVERT_MEMFILE(this, name, block.data(), static_cast<long>(file.size())) == 1;
+}
+
+bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format) {
+  PageEndBuffer block(file.data(), file.size());
+  ZAV_GFXDEF probed{};
+  ZAV_GETFILEFORMAT_FROMMEM(&probed, name, block.data(), static_cast<long>(file.size()));
+  Image image;
+  image.dest.format = dest_format;
+  const bool read = image.Read(name, file);
+  [[maybe_unused]] volatile uint64_t sum = SumOfBytes(image.source) + SumOfBytes(image.dest);
+  return read;
 }
 
 Bytes BmpFile(uint32_t bits, int32_t width, int32_t height, int32_t colors_used) {

@@ -23,6 +23,10 @@ struct Image : ZAV_IMAGE {
   bool Read(const char* name, const Bytes& file);
 };
 
+/// Probes and reads the file and looks at every byte of what comes out, so that faults and
+/// sanitizers find buffers that are too short. Returns whether it could be read.
+bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format);
+
 /// A bitmap of noise, row padding included.
 Bytes BmpFile(uint32_t bits, int32_t width, int32_t height, int32_t colors_used);
 
