@@ -12,6 +12,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstring>
+#include <string_view>
 
 #include "support/failing_heap.h"
 #include "support/pictures.h"
@@ -20,32 +21,26 @@
 namespace zav::test {
 namespace {
 
+using namespace std::string_view_literals;
+
 struct Saved {
   long type;
   int32_t format;
   const char* ending;
-  Bytes header;  // of a picture of 5 x 3 pixels
+  std::string_view header;  // of a picture of 5 x 3 pixels
 };
 
-const Bytes kBmp8 = {'B', 'M', 78, 4,  0, 0, 0,  0,  0, 0, 54, 4, 0, 0, 40, 0, 0, 0,
-                     5,   0,   0,  0,  3, 0, 0,  0,  1, 0, 8,  0, 0, 0, 0,  0, 0, 0,
-                     0,   0,   18, 11, 0, 0, 18, 11, 0, 0, 0,  0, 0, 0, 0,  0, 0, 0};
-const Bytes kBmp24 = {'B', 'M', 102, 0,  0, 0, 0,  0,  0, 0, 54, 0, 0, 0, 40, 0, 0, 0,
-                      5,   0,   0,   0,  3, 0, 0,  0,  1, 0, 24, 0, 0, 0, 0,  0, 0, 0,
-                      0,   0,   18,  11, 0, 0, 18, 11, 0, 0, 0,  0, 0, 0, 0,  0, 0, 0};
-const Saved kSaved[] = {
-    {ZAV_SAVE_BMP8, ZAV_FMT_PAL8, "bmp", kBmp8},
-    {ZAV_SAVE_BMP24, ZAV_FMT_BGR24, "bmp", kBmp24},
-    {ZAV_SAVE_TGA8, ZAV_FMT_PAL8, "tga", {0, 1, 1, 0, 0, 0, 1, 24, 0, 0, 0, 0, 5, 0, 3, 0, 8, 8}},
-    {ZAV_SAVE_TGA16,
-     ZAV_FMT_RGB555,
-     "tga",
-     {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0, 3, 0, 16, 1}},
-    {ZAV_SAVE_TGA24, ZAV_FMT_BGR24, "tga", {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0, 3, 0, 24, 0}},
-    {ZAV_SAVE_TGA32,
-     ZAV_FMT_BGRA32,
-     "tga",
-     {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0, 5, 0, 3, 0, 32, 8}},
+constexpr Saved kSaved[] = {
+    {ZAV_SAVE_BMP8, ZAV_FMT_PAL8, "bmp",
+     "BM\x4E\4\0\0\0\0\0\0\x36\4\0\0\x28\0\0\0\5\0\0\0\3\0\0\0\1\0\x08\0\0\0\0\0"
+     "\0\0\0\0\x12\x0B\0\0\x12\x0B\0\0\0\0\0\0\0\0\0\0"sv},
+    {ZAV_SAVE_BMP24, ZAV_FMT_BGR24, "bmp",
+     "BM\x66\0\0\0\0\0\0\0\x36\0\0\0\x28\0\0\0\5\0\0\0\3\0\0\0\1\0\x18\0\0\0\0\0"
+     "\0\0\0\0\x12\x0B\0\0\x12\x0B\0\0\0\0\0\0\0\0\0\0"sv},
+    {ZAV_SAVE_TGA8, ZAV_FMT_PAL8, "tga", "\0\1\1\0\0\0\1\x18\0\0\0\0\5\0\3\0\x08\x08"sv},
+    {ZAV_SAVE_TGA16, ZAV_FMT_RGB555, "tga", "\0\0\2\0\0\0\0\0\0\0\0\0\5\0\3\0\x10\1"sv},
+    {ZAV_SAVE_TGA24, ZAV_FMT_BGR24, "tga", "\0\0\2\0\0\0\0\0\0\0\0\0\5\0\3\0\x18\0"sv},
+    {ZAV_SAVE_TGA32, ZAV_FMT_BGRA32, "tga", "\0\0\2\0\0\0\0\0\0\0\0\0\5\0\3\0\x20\x08"sv},
 };
 
 std::string TestPath(const char* ending) {
@@ -63,7 +58,7 @@ TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
     for (int32_t width = 1; width <= 9; ++width) {
       for (bool opaque : {false, true}) {
         SCOPED_TRACE(testing::Message() << "type " << saved.type << ", width " << width);
-        Picture picture = NoisePicture(saved.format, width, 3, width * 4 + 3, 7);
+        Picture picture = NoisePicture(saved.format, width, 3, opaque ? 0 : width * 4 + 3, 7);
         for (size_t i = 3; opaque && i < picture.palette.size(); i += 4) picture.palette[i] = 255;
         const Bytes pixels = picture.pixels, palette = picture.palette;
         Image image;
@@ -80,7 +75,7 @@ TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
         unlink(path.c_str());
         const bool bmp = saved.header[0] == 'B';
         if (width == 5) {
-          EXPECT_TRUE(std::equal(saved.header.begin(), saved.header.end(), file.begin()));
+          EXPECT_EQ(std::memcmp(file.data(), saved.header.data(), saved.header.size()), 0);
           const size_t map = palette.empty() ? 0 : bmp ? 1024 : 768;
           const int32_t row = width * picture.definition.bytes_per_pixel;
           EXPECT_EQ(file.size(), saved.header.size() + map +
@@ -101,6 +96,10 @@ TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
           const int32_t alpha = bmp && !opaque ? 255 - palette[i] : 255;
           ASSERT_EQ(back.source.palette[i], i % 4 == 3 ? alpha : palette[i]) << i;
         }
+        // Saved again, from a source that the library owns.
+        ASSERT_EQ(ZAV_SAVE_BITMAP(&back, saved.type, path.c_str()), 1);
+        EXPECT_TRUE(FileBytes(path) == file || (bmp && !opaque && !palette.empty()));
+        unlink(path.c_str());
       }
     }
   }

@@ -127,21 +127,21 @@ TEST(Targa, EveryKindOfFileCutAnywhere) {
     for (uint32_t depth : {8u, 16u, 24u, 32u}) {
       for (uint32_t descriptor : {0x00u, 0x28u}) {
         const auto p = static_cast<int32_t>(depth / 8);
-        Bytes whole = TgaStart(type, depth, 7, 9, descriptor, depth == 8 ? 3 : 0, 24);
+        Bytes whole = TgaStart(type, depth, 19, 9, descriptor, depth == 8 ? 3 : 0, 24);
         const size_t start = whole.size();
         Append(whole,
-               type > 2 ? NoisePackets(p, 70, depth) : Bytes(static_cast<size_t>(p * 63), 9));
+               type > 2 ? NoisePackets(p, 180, depth) : Bytes(static_cast<size_t>(p * 171), 9));
         for (size_t size = 10; size <= whole.size(); ++size) {
           SCOPED_TRACE(testing::Message()
                        << type << ", " << depth << " bits, " << descriptor << ", size " << size);
           const Bytes file(whole.begin(), whole.begin() + static_cast<long>(size));
           Image image, own;
-          Bytes buffer(static_cast<size_t>(p * 63), 0xA5);
+          Bytes buffer(static_cast<size_t>(p * 171), 0xA5);
           own.source.pixels = buffer.data();
           ASSERT_EQ(image.Read("x.tga", file), size >= 18);
           ASSERT_EQ(own.Read("x.tga", file), size >= 18);
           if (size < 18) continue;
-          ASSERT_EQ(image.source.pitch, 7 * p);
+          ASSERT_EQ(image.source.pitch, 19 * p);
           const bool top_down = depth > 8 && descriptor != 0;
           const Bytes expected = Expected(file, start, image.source, type > 2, top_down, 0);
           ASSERT_EQ(std::memcmp(image.source.pixels, expected.data(), expected.size()), 0);
@@ -149,7 +149,7 @@ TEST(Targa, EveryKindOfFileCutAnywhere) {
         }
         ZAV_GFXDEF probed{};
         EXPECT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "x.Tga", whole.data(), 18), type < 3);
-        EXPECT_EQ(probed.pitch, type < 3 ? 7 * p : 0);
+        EXPECT_EQ(probed.pitch, type < 3 ? 19 * p : 0);
         EXPECT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "x.tga", whole.data(), 17), 0);
       }
     }

@@ -34,7 +34,8 @@ bool FilePicture::Convert(const ZAV_CONVERTER& converter, int32_t format, int64_
   dest.format = format;
   dest.width = converter.source.width;
   dest.height = converter.source.height;
-  // Prepared first: a conversion to the same format would take over the source's pitch.
+  // Prepared first: a copy to the same format would take over the source's pitch, which may be that
+  // of a much larger picture.
   if (!PrepareDest(picture_) || !ConvertSurface(picture_)) return false;
   TurnUpsideDown(dest);
   if (dest.pitch != row_bytes) SetPitch(dest, row_bytes);

@@ -106,20 +106,20 @@ void ReadColorMap(ByteReader& file, const TgaHeader& header, uint8_t* palette) {
   }
 }
 
-/// Zeroes the rows from `row` on in the file's order but for the first `filled` pixels, and what
-/// lies behind the last row.
-void ClearUnfilled(const ZAV_SURFACE& surface, int64_t bytes, bool top_down, int32_t row,
-                   int64_t filled) {
+/// Zeroes the rows from `row` on in the file's order but for the first `filled` pixels.
+void ClearUnfilled(const ZAV_SURFACE& surface, bool top_down, int32_t row, int64_t filled) {
+  if (row >= surface.height) return;
   const auto clear = [&](int64_t from, int64_t to) {
-    if (from < to) std::memset(surface.pixels + from, 0, static_cast<size_t>(to - from));
+    std::memset(surface.pixels + from, 0, static_cast<size_t>(to - from));
   };
   const int64_t pitch = surface.pitch;
-  const int64_t picture_bytes = pitch * surface.height;
-  clear(picture_bytes, bytes);
-  if (row >= surface.height) return;
   const int64_t start = pitch * (top_down ? row : surface.height - 1 - row);
   clear(start + filled * surface.bytes_per_pixel, start + pitch);
-  top_down ? clear(start + pitch, picture_bytes) : clear(0, start);
+  if (top_down) {
+    clear(start + pitch, pitch * surface.height);
+  } else {
+    clear(0, start);
+  }
 }
 
 /// Allocates the picture and fills it as far as the data goes. Nothing shows that the heap held
@@ -130,7 +130,6 @@ bool ReadPixels(ZAV_SURFACE& source, ByteReader& file, const TgaHeader& header) 
   const bool sparse = !CanFill(wanted, header.run_length, file.remaining());
   const auto allocate = sparse ? AllocClearedSurface : AllocSurface;
   if (!allocate(source, wanted.width, wanted.height, wanted.format)) return false;
-  const int64_t allocated_bytes = ImageBytes(source);
   source.pitch = source.width * source.bytes_per_pixel;  // rows without padding
 
   if (source.format == ZAV_FMT_PAL8) ReadColorMap(file, header, source.palette);
@@ -144,9 +143,7 @@ bool ReadPixels(ZAV_SURFACE& source, ByteReader& file, const TgaHeader& header) 
     filled = stream.Read(source.pixels + y * source.pitch, source.width);
     if (filled < source.width) break;
   }
-  if (!callers_own && !sparse) {
-    ClearUnfilled(source, allocated_bytes, header.top_down, row, filled);
-  }
+  if (!callers_own && !sparse) ClearUnfilled(source, header.top_down, row, filled);
   return true;
 }
 
