@@ -37,6 +37,11 @@ class ByteReader {
     return taken;
   }
 
+  /// The next `count` bytes without taking them, and without failing when fewer are left.
+  const uint8_t* Peek(int64_t count) const {
+    return count >= 0 && count <= remaining() ? data_ + position_ : nullptr;
+  }
+
   void Skip(int64_t count) { Take(count); }
 
   /// Copies the next bytes, as many of `count` as are left, and says how many those were. A short

@@ -2,7 +2,9 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace zav {
 
@@ -24,6 +26,28 @@ inline void StoreLe16(uint8_t* p, uint32_t value) {
 inline void StoreLe32(uint8_t* p, uint32_t value) {
   StoreLe16(p, value);
   StoreLe16(p + 2, value >> 16);
+}
+
+// GCC takes eight single bytes for material to vectorise and misses that they are one word, so the
+// widest pair is told.
+
+inline uint64_t LoadLe64(const uint8_t* p) {
+  if constexpr (std::endian::native == std::endian::little) {
+    uint64_t value;
+    std::memcpy(&value, p, sizeof(value));
+    return value;
+  } else {
+    return LoadLe32(p) | static_cast<uint64_t>(LoadLe32(p + 4)) << 32;
+  }
+}
+
+inline void StoreLe64(uint8_t* p, uint64_t value) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(p, &value, sizeof(value));
+  } else {
+    StoreLe32(p, static_cast<uint32_t>(value));
+    StoreLe32(p + 4, static_cast<uint32_t>(value >> 32));
+  }
 }
 
 }  // namespace zav

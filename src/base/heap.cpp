@@ -5,7 +5,6 @@
 #include <sys/mman.h>
 
 #include <cstdlib>
-#include <cstring>
 
 #include "base/checked.h"
 
@@ -39,9 +38,9 @@ uint8_t* AllocateBytes(int64_t size) noexcept {
 }
 
 uint8_t* AllocateZeroed(int64_t size) noexcept {
-  uint8_t* bytes = AllocateBytes(size);
-  if (bytes != nullptr) std::memset(bytes, 0, static_cast<size_t>(size));
-  return bytes;
+  // calloc knows which pages come zeroed from the system and does not touch those.
+  return IsBufferSize(size) ? static_cast<uint8_t*>(std::calloc(1, static_cast<size_t>(size)))
+                            : nullptr;
 }
 
 void FreeBytes(void* bytes) noexcept { std::free(bytes); }

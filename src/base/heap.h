@@ -10,7 +10,7 @@ namespace zav {
 /// the size is not one that a buffer can have, or memory runs out. The bytes are not cleared.
 uint8_t* AllocateBytes(int64_t size) noexcept;
 
-/// The same, cleared.
+/// The same, cleared. Large buffers take up memory only as they are written to.
 uint8_t* AllocateZeroed(int64_t size) noexcept;
 
 void FreeBytes(void* bytes) noexcept;

@@ -22,11 +22,15 @@ void ClearRowPadding(ZAV_SURFACE& surface) {
   }
 }
 
-bool AllocatePixels(ZAV_SURFACE& surface) {
-  uint8_t* pixels = AllocateBytes(ImageBytes(surface));
+bool OwnPixels(ZAV_SURFACE& surface, uint8_t* pixels) {
   if (pixels == nullptr) return false;
   surface.pixels = pixels;
   surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  return true;
+}
+
+bool AllocatePixels(ZAV_SURFACE& surface) {
+  if (!OwnPixels(surface, AllocateBytes(ImageBytes(surface)))) return false;
   ClearRowPadding(surface);
   return true;
 }
@@ -71,6 +75,14 @@ bool AllocSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t f
   if (surface.pixels == nullptr && !AllocatePixels(surface)) return false;
   if (IsPalettized(format) && surface.palette == nullptr) return AllocatePalette(surface);
   return true;
+}
+
+bool AllocClearedSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format) {
+  if (!SetDefinition(surface, width, height, format)) return false;
+  if (surface.pixels == nullptr && !OwnPixels(surface, AllocateZeroed(ImageBytes(surface)))) {
+    return false;
+  }
+  return AllocSurface(surface, width, height, format);
 }
 
 bool CheckSource(ZAV_CONVERTER& converter) {

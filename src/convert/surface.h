@@ -24,6 +24,9 @@ bool SetDefinition(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t 
 /// memory runs out; what was allocated is then owned by the surface.
 bool AllocSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format);
 
+/// The same with all pixels that it allocates cleared, for pictures of which little may be filled.
+bool AllocClearedSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format);
+
 /// Fills in the source's bytes per pixel and pitch and says whether it can be read.
 bool CheckSource(ZAV_CONVERTER& converter);
 

@@ -2,8 +2,251 @@
 // SPDX-License-Identifier: MIT
 #include "formats/targa.h"
 
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/byte_reader.h"
+#include "base/byte_writer.h"
+#include "base/endian.h"
+#include "convert/pipeline.h"
+#include "convert/surface.h"
+#include "convert/true_color.h"
+#include "formats/picture_writer.h"
+#include "formats/targa_packets.h"
+
 namespace zav {
-bool TgaRead(ZAV_CONVERTER&, const uint8_t*, int64_t) { return false; }
-bool TgaGetFormat(ZAV_GFXDEF&, const uint8_t*, int64_t) { return false; }
-bool TgaWrite(ZAV_CONVERTER&, int32_t, const char*) { return false; }
+namespace {
+
+constexpr int64_t kHeaderBytes = 18;
+constexpr int32_t kPaletteEntries = 256;
+constexpr int32_t kLargestSide = 0xFFFF;
+constexpr int64_t kLongestPacket = 128;
+
+enum : uint32_t { kColorMapped = 1, kTrueColor = 2, kRunLength = 8 };  // image type
+enum : uint32_t { kTopDown = 0x20 };                                   // image descriptor
+
+struct TgaHeader {
+  ZAV_SURFACE surface;  ///< the definition of the picture
+  bool run_length;
+  bool top_down;
+  int32_t id_bytes;
+  int32_t map_length;
+  int32_t map_entry_bits;
+};
+
+int32_t FormatOfDepth(uint32_t depth) {
+  switch (depth) {
+    case 8:
+      return ZAV_FMT_PAL8;
+    case 16:
+      return ZAV_FMT_RGB555;
+    case 24:
+      return ZAV_FMT_BGR24;
+    case 32:
+      return ZAV_FMT_BGRA32;
+    default:
+      return 0;
+  }
+}
+
+bool ReadHeader(ByteReader& file, TgaHeader& header) {
+  header.id_bytes = file.U8();
+  file.Skip(1);
+  const uint32_t type = file.U8();
+  file.Skip(2);
+  header.map_length = file.Le16();
+  header.map_entry_bits = file.U8();
+  file.Skip(4);
+  const int32_t width = file.Le16();
+  const int32_t height = file.Le16();
+  // The depth alone decides; the image type may say otherwise.
+  const int32_t format = FormatOfDepth(file.U8());
+  const uint32_t descriptor = file.U8();
+  const uint32_t raw_type = type & ~kRunLength;
+  header.run_length = type != raw_type;
+  // Colour-mapped pictures are bottom-up whatever they say.
+  header.top_down = (descriptor & kTopDown) != 0 && format != ZAV_FMT_PAL8;
+  return !file.failed() && (raw_type == kColorMapped || raw_type == kTrueColor) && format != 0 &&
+         SetDefinition(header.surface, width, height, format);
+}
+
+/// Whether the data can have all pixels. Where it cannot, what the header announces must not be
+/// paid for in memory.
+bool CanFill(const ZAV_SURFACE& surface, bool run_length, int64_t bytes) {
+  const int64_t pixels = int64_t{surface.width} * surface.height;
+  if (!run_length) return bytes / surface.bytes_per_pixel >= pixels;
+  return bytes / (1 + surface.bytes_per_pixel) * kLongestPacket >= pixels;
+}
+
+/// Five bits to the top of a byte.
+uint8_t WidenFive(uint32_t value) { return static_cast<uint8_t>((value & 0x1F) << 3); }
+
+/// The colour map becomes the palette, opaque. Entries that the file announces but does not have
+/// keep the colour that the palette holds, and those behind the map are white. Where entries are
+/// of another size than 16 or 24 bits the pixels are taken to begin where the map does.
+void ReadColorMap(ByteReader& file, const TgaHeader& header, uint8_t* palette) {
+  const int32_t bits = header.map_entry_bits;
+  const int64_t entry_bytes = bits == 24 ? 3 : bits == 16 ? 2 : 0;
+  const int64_t map_bytes = std::min(entry_bytes * header.map_length, file.remaining());
+  ByteReader map(file.Take(map_bytes), map_bytes);
+  for (int32_t i = 0; i < kPaletteEntries; ++i, palette += 4) {
+    const uint8_t* entry = entry_bytes != 0 ? map.Take(entry_bytes) : nullptr;
+    if (i >= header.map_length) {
+      std::memset(palette, 0xFF, 3);
+    } else if (entry != nullptr && entry_bytes == 3) {
+      std::memcpy(palette, entry, 3);
+    } else if (entry != nullptr) {
+      const uint32_t value = LoadLe16(entry);
+      palette[0] = WidenFive(value);
+      palette[1] = WidenFive(value >> 5);
+      palette[2] = WidenFive(value >> 10);
+    }
+    palette[3] = 0xFF;
+  }
+}
+
+/// Zeroes the rows from `row` on in the file's order but for the first `filled` pixels.
+void ClearUnfilled(const ZAV_SURFACE& surface, bool top_down, int32_t row, int64_t filled) {
+  if (row >= surface.height) return;
+  const auto clear = [&](int64_t from, int64_t to) {
+    std::memset(surface.pixels + from, 0, static_cast<size_t>(to - from));
+  };
+  const int64_t pitch = surface.pitch;
+  const int64_t start = pitch * (top_down ? row : surface.height - 1 - row);
+  clear(start + filled * surface.bytes_per_pixel, start + pitch);
+  if (top_down) {
+    clear(start + pitch, pitch * surface.height);
+  } else {
+    clear(0, start);
+  }
+}
+
+/// Allocates the picture and fills it as far as the data goes. Nothing shows that the heap held
+/// before; a buffer of the caller's own keeps what the data does not fill.
+bool ReadPixels(ZAV_SURFACE& source, ByteReader& file, const TgaHeader& header) {
+  const ZAV_SURFACE& wanted = header.surface;
+  const bool callers_own = source.pixels != nullptr;
+  const bool sparse = !CanFill(wanted, header.run_length, file.remaining());
+  const auto allocate = sparse ? AllocClearedSurface : AllocSurface;
+  if (!allocate(source, wanted.width, wanted.height, wanted.format)) return false;
+  source.pitch = source.width * source.bytes_per_pixel;  // rows without padding
+
+  if (source.format == ZAV_FMT_PAL8) ReadColorMap(file, header, source.palette);
+  using Overrun = TgaPacketReader::Overrun;
+  TgaPacketReader stream(file, header.run_length, source.bytes_per_pixel,
+                         callers_own || sparse ? Overrun::kForbidden : Overrun::kAllowed);
+  int32_t row = 0;
+  int64_t filled = 0;
+  for (; row < source.height; ++row) {
+    const int64_t y = header.top_down ? row : source.height - 1 - row;
+    filled = stream.Read(source.pixels + y * source.pitch, source.width);
+    if (filled < source.width) break;
+  }
+  if (!callers_own && !sparse) ClearUnfilled(source, header.top_down, row, filled);
+  return true;
+}
+
+}  // namespace
+
+bool TgaGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
+  ByteReader file(data, size);
+  TgaHeader header{};
+  if (!ReadHeader(file, header) || header.run_length) return false;
+  const ZAV_SURFACE& surface = header.surface;
+  out.width = surface.width;
+  out.height = surface.height;
+  out.bytes_per_pixel = surface.bytes_per_pixel;
+  out.format = surface.format;
+  out.pitch = surface.bytes_per_pixel * surface.width;
+  return true;
+}
+
+bool TgaRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
+  ByteReader file(data, size);
+  TgaHeader header{};
+  if (!ReadHeader(file, header)) return false;
+  if (header.id_bytes > file.remaining()) {
+    file.ToEnd();
+  } else {
+    file.Skip(header.id_bytes);
+  }
+  ZAV_SURFACE& source = converter.source;
+  if (!ReadPixels(source, file, header)) return false;
+
+  // In place, so that source and destination then have the same format.
+  const int32_t wanted = converter.dest.format;
+  if (source.format == ZAV_FMT_BGR24 && wanted == ZAV_FMT_RGB24) {
+    SwapRedBlue24(source.pixels, source.pixels, source.width, source.height, source.pitch,
+                  source.pitch);
+    source.format = wanted;
+  } else if (source.format == ZAV_FMT_BGRA32 && wanted == ZAV_FMT_RGBA32) {
+    SwapRedBlue32(source.pixels, source.pixels, source.width, source.height, source.pitch,
+                  source.pitch);
+    source.format = wanted;
+  }
+  return wanted == 0 || ConvertSurface(converter);
+}
+
+namespace {
+
+/// What the header says of a format.
+struct TgaKind {
+  int32_t format;
+  uint32_t type;
+  uint32_t depth;
+  uint32_t descriptor;  ///< bits of alpha; rows run bottom-up
+};
+
+constexpr std::array<TgaKind, 4> kKinds = {{
+    {ZAV_FMT_PAL8, kColorMapped, 8, 8},
+    {ZAV_FMT_BGRA32, kTrueColor, 32, 8},
+    {ZAV_FMT_BGR24, kTrueColor, 24, 0},
+    {ZAV_FMT_RGB555, kTrueColor, 16, 1},
+}};
+
+void WriteHeader(OutputFile& file, const ZAV_SURFACE& source, const TgaKind& kind) {
+  const bool mapped = kind.type == kColorMapped;
+  ByteWriter<kHeaderBytes> header;
+  header.U8(0);  // no image ID
+  header.U8(mapped ? 1 : 0);
+  header.U8(kind.type);
+  header.Le16(0);  // first entry of the colour map
+  header.Le16(mapped ? kPaletteEntries : 0);
+  header.U8(mapped ? 24 : 0);
+  header.Le16(0);  // origin
+  header.Le16(0);
+  header.Le16(static_cast<uint32_t>(source.width));
+  header.Le16(static_cast<uint32_t>(source.height));
+  header.U8(kind.depth);
+  header.U8(kind.descriptor);
+  file.Write(header.data(), header.size());
+}
+
+void WriteColorMap(OutputFile& file, const uint8_t* palette) {
+  uint8_t entries[kPaletteEntries * 3];
+  for (size_t i = 0; i < kPaletteEntries; ++i) std::memcpy(entries + i * 3, palette + i * 4, 3);
+  file.Write(entries, sizeof(entries));
+}
+
+}  // namespace
+
+bool TgaWrite(ZAV_CONVERTER& converter, int32_t format, const char* path) {
+  const auto* kind = std::find_if(kKinds.begin(), kKinds.end(),
+                                  [=](const TgaKind& k) { return k.format == format; });
+  const ZAV_SURFACE& source = converter.source;
+  if (kind == kKinds.end() || source.width > kLargestSide || source.height > kLargestSide) {
+    return false;
+  }
+  FilePicture picture;
+  const int64_t row_bytes = int64_t{source.width} * BytesPerPixel(format);
+  if (!picture.Convert(converter, format, row_bytes)) return false;
+  OutputFile file(path);
+  if (!file.is_open()) return false;
+  WriteHeader(file, source, *kind);
+  if (picture.palette() != nullptr) WriteColorMap(file, picture.palette());
+  picture.WritePixels(file);
+  return true;
+}
+
 }  // namespace zav

@@ -1,0 +1,264 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+
+// From a file in memory to 32-bit pixels, ours and peers on the same bytes. Rows are called
+// file/<who>/<kind>/<content>/<side>; PIL's come from a Python program that this one runs, so they
+// hold its best time, where the others hold the mean.
+
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <string>
+#include <vector>
+
+#include "support/pictures.h"
+#include "zav.h"
+
+#ifdef ZAV_PEER_STB
+#define STB_IMAGE_STATIC
+#define STB_IMAGE_IMPLEMENTATION
+#if defined(__GNUC__) && !defined(__clang__)
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"  // in stb's own code
+#endif
+#include <stb_image.h>
+#endif
+#ifdef ZAV_PEER_FREEIMAGE
+#include <FreeImage.h>
+#endif
+#ifdef ZAV_PEER_DEVIL
+#include <IL/il.h>
+#endif
+
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+/// Slopes with the noise of a sensor: neighbours are seldom equal.
+void Photo(Bytes& pixels, size_t side, size_t pixel_bytes) {
+  zav::test::Random random(3);
+  for (size_t i = 0; i < side * side; ++i) {
+    const size_t x = i % side;
+    const size_t y = i / side;
+    const uint32_t noise = random.Below(4) == 0 ? random.Below(3) : 0;
+    const size_t values[4] = {x * 200 / side + noise, y * 180 / side + noise, (x + y) * 90 / side,
+                              255};
+    for (size_t b = 0; b < pixel_bytes; ++b) {
+      pixels[i * pixel_bytes + b] = static_cast<uint8_t>(values[b]);
+    }
+  }
+}
+
+/// Rectangles of one colour each over each other, some of them tiny.
+void FlatArt(Bytes& pixels, size_t side, size_t pixel_bytes) {
+  zav::test::Random random(4);
+  for (int i = 0; i < 1500; ++i) {
+    const auto bound =
+        static_cast<uint32_t>(i == 0 ? side + 1 : 2 + side / (1 + static_cast<size_t>(i) / 16));
+    const size_t width = i == 0 ? side : 1 + random.Below(bound - 1);
+    const size_t height = i == 0 ? side : 1 + random.Below(bound - 1);
+    const size_t left = random.Below(static_cast<uint32_t>(side - width + 1));
+    const size_t top = random.Below(static_cast<uint32_t>(side - height + 1));
+    const uint8_t color[4] = {random.Byte(), random.Byte(), random.Byte(), random.Byte()};
+    for (size_t y = top; y < top + height; ++y) {
+      for (size_t x = left; x < left + width; ++x) {
+        std::memcpy(&pixels[(y * side + x) * pixel_bytes], color, pixel_bytes);
+      }
+    }
+  }
+}
+
+/// Packets as encoders write them: runs of two and more, rows on their own.
+void AppendPackets(Bytes& file, const uint8_t* row, size_t width, size_t p) {
+  const auto equal = [&](size_t a, size_t b) {
+    return std::memcmp(row + a * p, row + b * p, p) == 0;
+  };
+  for (size_t x = 0; x < width;) {
+    size_t length = 1;
+    if (x + 1 < width && equal(x, x + 1)) {
+      while (length < 128 && x + length < width && equal(x, x + length)) ++length;
+      file.push_back(static_cast<uint8_t>(127 + length));
+      file.insert(file.end(), row + x * p, row + (x + 1) * p);
+    } else {
+      while (length < 128 && x + length < width &&
+             (x + length + 1 >= width || !equal(x + length, x + length + 1))) {
+        ++length;
+      }
+      file.push_back(static_cast<uint8_t>(length - 1));
+      file.insert(file.end(), row + x * p, row + (x + length) * p);
+    }
+    x += length;
+  }
+}
+
+struct Kind {
+  const char* name;
+  const char* ending;
+  size_t pixel_bytes;
+  bool packets;
+};
+
+Bytes MakeFile(const Kind& kind, bool flat, size_t side) {
+  Bytes pixels(side * side * kind.pixel_bytes);
+  (flat ? FlatArt : Photo)(pixels, side, kind.pixel_bytes);
+  const auto low = static_cast<uint8_t>(side);
+  const auto high = static_cast<uint8_t>(side >> 8);
+  const auto depth = static_cast<uint8_t>(kind.pixel_bytes * 8);
+  Bytes file;
+  if (kind.ending[0] == 'b') {
+    file.resize(54);
+    std::memcpy(file.data(), "BM", 2);
+    file[10] = 54;
+    file[14] = 40;
+    file[18] = file[22] = low;
+    file[19] = file[23] = high;
+    file[26] = 1;
+    file[28] = depth;
+  } else {
+    file = {0,    0,     static_cast<uint8_t>(kind.packets ? 10 : 2),
+            0,    0,     0,
+            0,    0,     0,
+            0,    0,     0,
+            low,  high,  low,
+            high, depth, static_cast<uint8_t>(depth == 32 ? 8 : 0)};
+  }
+  if (!kind.packets) {
+    file.insert(file.end(), pixels.begin(), pixels.end());
+  } else {
+    for (size_t y = 0; y < side; ++y) {
+      AppendPackets(file, &pixels[y * side * kind.pixel_bytes], side, kind.pixel_bytes);
+    }
+  }
+  return file;
+}
+
+bool DecodeZav(const Bytes& file, const char* name) {
+  ZAV_IMAGE image;
+  ZAV_INIT(&image);
+  image.dest.format = ZAV_FMT_BGRA32;
+  const bool done = ZAV_CONVERT_MEMFILE(&image, name, const_cast<uint8_t*>(file.data()),
+                                        static_cast<long>(file.size())) == 1;
+  benchmark::DoNotOptimize(image.dest.pixels);
+  ZAV_FREE(&image);
+  return done;
+}
+
+#ifdef ZAV_PEER_STB
+bool DecodeStb(const Bytes& file, const char*) {
+  int width, height, channels;
+  stbi_uc* pixels = stbi_load_from_memory(file.data(), static_cast<int>(file.size()), &width,
+                                          &height, &channels, 4);
+  benchmark::DoNotOptimize(pixels);
+  stbi_image_free(pixels);
+  return pixels != nullptr;
+}
+#endif
+
+#ifdef ZAV_PEER_FREEIMAGE
+bool DecodeFreeImage(const Bytes& file, const char* name) {
+  FIMEMORY* memory =
+      FreeImage_OpenMemory(const_cast<uint8_t*>(file.data()), static_cast<DWORD>(file.size()));
+  FIBITMAP* read = FreeImage_LoadFromMemory(name[2] == 'b' ? FIF_BMP : FIF_TARGA, memory);
+  FIBITMAP* wide = FreeImage_ConvertTo32Bits(read);
+  benchmark::DoNotOptimize(wide);
+  const bool done = wide != nullptr;
+  FreeImage_Unload(wide);
+  FreeImage_Unload(read);
+  FreeImage_CloseMemory(memory);
+  return done;
+}
+#endif
+
+#ifdef ZAV_PEER_DEVIL
+bool DecodeDevil(const Bytes& file, const char* name) {
+  static const bool ready = (ilInit(), true);
+  const ILuint image = ilGenImage();
+  ilBindImage(image);
+  const bool done =
+      ready &&
+      ilLoadL(name[2] == 'b' ? IL_BMP : IL_TGA, file.data(), static_cast<ILuint>(file.size())) &&
+      ilConvertImage(IL_BGRA, IL_UNSIGNED_BYTE);
+  benchmark::DoNotOptimize(ilGetData());
+  ilDeleteImage(image);
+  return done;
+}
+#endif
+
+/// PIL's best time in seconds; below 0 where there is no PIL.
+double PilSeconds(const Bytes& file, const Kind& kind) {
+  const std::string path = "/tmp/zav_bench_" + std::to_string(getpid()) + "." + kind.ending;
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(file.data()), static_cast<std::streamsize>(file.size()));
+  const std::string command =
+      "/usr/bin/python3 " ZAV_BENCH_DIR "/pil_peer.py " + path + " 20 2>/dev/null";
+  double seconds = -1;
+  if (FILE* pipe = popen(command.c_str(), "r")) {
+    if (std::fscanf(pipe, "%lf", &seconds) != 1) seconds = -1;
+    pclose(pipe);
+  }
+  unlink(path.c_str());
+  return seconds;
+}
+
+using Decode = bool (*)(const Bytes& file, const char* name);
+
+void Register(const char* who, Decode decode, const Kind& kind, bool flat, size_t side) {
+  const std::string row = std::string("file/") + who + "/" + kind.name +
+                          (flat ? "/flat/" : "/photo/") + std::to_string(side);
+  const auto set_rate = [side](benchmark::State& state) {
+    state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(side * side * 4));
+  };
+  if (decode == nullptr) {
+    benchmark::RegisterBenchmark(row.c_str(),
+                                 [=](benchmark::State& state) {
+                                   const double seconds =
+                                       PilSeconds(MakeFile(kind, flat, side), kind);
+                                   if (seconds < 0) state.SkipWithError("no PIL");
+                                   for (auto _ : state) state.SetIterationTime(seconds);
+                                   set_rate(state);
+                                 })
+        ->UseManualTime()
+        ->Iterations(1);
+    return;
+  }
+  benchmark::RegisterBenchmark(row.c_str(), [=](benchmark::State& state) {
+    const Bytes file = MakeFile(kind, flat, side);
+    const std::string name = std::string("x.") + kind.ending;
+    for (auto _ : state) {
+      if (!decode(file, name.c_str())) state.SkipWithError("refused");
+    }
+    set_rate(state);
+  });
+}
+
+const int registered = [] {
+  static constexpr Kind kKinds[] = {
+      {"tga24", "tga", 3, false},   {"tga32", "tga", 4, false},   {"bmp24", "bmp", 3, false},
+      {"tga24rle", "tga", 3, true}, {"tga32rle", "tga", 4, true},
+  };
+  for (const Kind& kind : kKinds) {
+    for (bool flat : {false, true}) {
+      if (flat && !kind.packets) continue;  // raw pixels cost the same whatever they show
+      for (size_t side : {512, 2048}) {
+        Register("zav", DecodeZav, kind, flat, side);
+#ifdef ZAV_PEER_STB
+        Register("stb", DecodeStb, kind, flat, side);
+#endif
+#ifdef ZAV_PEER_FREEIMAGE
+        Register("freeimage", DecodeFreeImage, kind, flat, side);
+#endif
+#ifdef ZAV_PEER_DEVIL
+        Register("devil", DecodeDevil, kind, flat, side);
+#endif
+        Register("pil", nullptr, kind, flat, side);
+      }
+    }
+  }
+  return 0;
+}();
+
+}  // namespace

@@ -1,0 +1,103 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "support/picture_files.h"
+
+#include <fstream>
+#include <iterator>
+#include <numeric>
+
+#include "support/page_end_buffer.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+Bytes Noise(int64_t count, uint64_t seed) {
+  Random random(seed);
+  Bytes bytes(static_cast<size_t>(count));
+  for (uint8_t& byte : bytes) byte = random.Byte();
+  return bytes;
+}
+
+void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
+  for (size_t i = 0; i < count; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
+}
+
+uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
+  if (picture.pixels == nullptr) return 0;
+  const int64_t bytes = int64_t{picture.pitch} * picture.height;
+  const uint64_t sum = std::accumulate(picture.pixels, picture.pixels + bytes, uint64_t{0});
+  if (picture.format != ZAV_FMT_PAL8) return sum;
+  return std::accumulate(picture.palette, picture.palette + ZAV_PALETTE_BYTES, sum);
+}
+
+}  // namespace
+
+bool Image::Read(const char* name, const Bytes& file) {
+  PageEndBuffer block(file.data(), file.size());
+  return ZAV_CONVERT_MEMFILE(this, name, block.data(), static_cast<long>(file.size())) == 1;
+}
+
+bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format) {
+  PageEndBuffer block(file.data(), file.size());
+  ZAV_GFXDEF probed{};
+  ZAV_GETFILEFORMAT_FROMMEM(&probed, name, block.data(), static_cast<long>(file.size()));
+  Image image;
+  image.dest.format = dest_format;
+  const bool read = image.Read(name, file);
+  [[maybe_unused]] volatile uint64_t sum = SumOfBytes(image.source) + SumOfBytes(image.dest);
+  return read;
+}
+
+Bytes BmpFile(uint32_t bits, int32_t width, int32_t height, int32_t colors_used) {
+  const int64_t entries = colors_used >= 1 && colors_used <= 256 ? colors_used : 256;
+  const int64_t palette = bits == 1 ? 8 : bits == 8 ? 4 * entries : 0;
+  Bytes file = Noise(54 + palette + (int64_t{width} * bits + 31) / 32 * 4 * height, bits + 1);
+  Put(file, 18, width, 4);
+  Put(file, 22, height, 4);
+  Put(file, 28, bits, 2);
+  Put(file, 46, colors_used, 4);
+  return file;
+}
+
+Bytes TgaStart(uint32_t type, uint32_t depth, int32_t width, int32_t height, uint32_t descriptor,
+               uint32_t map_length, uint32_t map_entry_bits) {
+  Bytes file = Noise(18 + 5 + map_length * ((map_entry_bits + 7) / 8), map_length);
+  Put(file, 0, 5, 1);
+  Put(file, 2, type, 1);
+  Put(file, 5, map_length, 2);
+  Put(file, 7, map_entry_bits, 1);
+  Put(file, 12, width, 2);
+  Put(file, 14, height, 2);
+  Put(file, 16, depth, 1);
+  Put(file, 17, descriptor, 1);
+  return file;
+}
+
+Bytes NoisePackets(int32_t pixel_bytes, int64_t pixels, uint64_t seed) {
+  Random random(seed);
+  Bytes stream;
+  while (pixels > 0) {
+    const bool is_run = random.Below(2) == 0;
+    const uint32_t length = 1 + random.Below(random.Below(4) == 0 ? 128 : 9);
+    stream.push_back(static_cast<uint8_t>((is_run ? 128 : 0) + length - 1));
+    Append(stream, Noise(pixel_bytes * int64_t{is_run ? 1 : length}, random.Next()));
+    pixels -= length;
+  }
+  return stream;
+}
+
+void Append(Bytes& to, const Bytes& bytes) { to.insert(to.end(), bytes.begin(), bytes.end()); }
+
+Bytes FileBytes(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return Bytes(std::istreambuf_iterator<char>(file), {});
+}
+
+void WriteFile(const std::string& path, const Bytes& bytes) {
+  std::ofstream(path, std::ios::binary)
+      .write(reinterpret_cast<const char*>(bytes.data()),
+             static_cast<std::streamsize>(bytes.size()));
+}
+
+}  // namespace zav::test
