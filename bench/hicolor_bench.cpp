@@ -2,8 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include <benchmark/benchmark.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "convert/pipeline.h"
 #include "convert/surface.h"
@@ -33,25 +36,40 @@ namespace {
 struct Buffers {
   Buffers(int32_t size, int32_t source, int32_t dest)
       : side(size),
-        from(NoisePicture(source, size, size, 0, 1)),
-        to(NoisePicture(dest, size, size, 0, 2)) {}
+        from(Aligned(NoisePicture(source, size, size, 0, 1))),
+        to(Aligned(NoisePicture(dest, size, size, 0, 2))) {}
+  Buffers(const Buffers&) = delete;
+  Buffers& operator=(const Buffers&) = delete;
+  ~Buffers() {
+    std::free(from.pixels);
+    std::free(to.pixels);
+  }
 
-  const uint8_t* source() const { return from.pixels.data(); }
-  uint8_t* dest() { return to.pixels.data(); }
-  int source_pitch() const { return from.definition.pitch; }
-  int dest_pitch() const { return to.definition.pitch; }
+  /// In memory of its own at the start of a cache line, so that no implementation depends on where
+  /// an allocation happens to lie.
+  static ZAV_GFXDEF Aligned(const Picture& picture) {
+    ZAV_GFXDEF definition = picture.definition;
+    definition.pixels = static_cast<uint8_t*>(std::aligned_alloc(4096, picture.pixels.size()));
+    std::memcpy(definition.pixels, picture.pixels.data(), picture.pixels.size());
+    return definition;
+  }
+
+  const uint8_t* source() const { return from.pixels; }
+  uint8_t* dest() { return to.pixels; }
+  int source_pitch() const { return from.pitch; }
+  int dest_pitch() const { return to.pitch; }
 
   int side;
-  Picture from;
-  Picture to;
+  ZAV_GFXDEF from;
+  ZAV_GFXDEF to;
 };
 
 using Conversion = std::function<void(Buffers&)>;
 
 void Convert(Buffers& buffers) {
   ZAV_CONVERTER converter{};
-  converter.source.definition() = buffers.from.definition;
-  converter.dest.definition() = buffers.to.definition;
+  converter.source.definition() = buffers.from;
+  converter.dest.definition() = buffers.to;
   ConvertSurface(converter);
 }
 

@@ -27,22 +27,6 @@ std::atomic<HicolorVariant> g_variant{HicolorVariant::kPlain};
 std::atomic<int64_t> g_streaming_bytes{kStreamingBytes};
 std::atomic<const HicolorRun*> g_last_run{nullptr};
 
-HicolorChannel Channel(uint32_t mask, int32_t shift) {
-  // The masks are 32-bit fields of which a 16-bit pixel has the low half.
-  return {static_cast<uint16_t>(mask), static_cast<uint16_t>(mask & (0xFF00u >> shift)), shift};
-}
-
-/// The layout for true-colour pixels with blue (or else red) in byte 0.
-HicolorLayout Layout(const ZAV_SURFACE& surface, bool blue_first) {
-  const HicolorChannel blue = Channel(surface.blue_mask, surface.blue_shift);
-  const HicolorChannel green = Channel(surface.green_mask, surface.green_shift);
-  const HicolorChannel red = Channel(surface.red_mask, surface.red_shift);
-  const HicolorChannel alpha = Channel(surface.alpha_mask, surface.alpha_shift);
-  const uint32_t stored = uint32_t{alpha.reach} << alpha.shift >> 8;
-  return {{blue_first ? blue : red, green, blue_first ? red : blue, alpha},
-          static_cast<uint8_t>(255 - stored)};
-}
-
 void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow row) {
   const HicolorRun* run = nullptr;
   WalkRows(converter, [&](const uint8_t* source, uint8_t* dest, size_t count) {
@@ -70,9 +54,13 @@ void RunBySize(const ZAV_CONVERTER& converter, const HicolorLayout& layout,
   }
 }
 
-bool Narrow(ZAV_CONVERTER& converter, bool blue_first, HicolorRowPair HicolorRows::*rows) {
+HicolorLayout PrepareDestLayout(ZAV_CONVERTER& converter, ChannelOrder order) {
   PrepareHicolorMasks(converter.dest);
-  RunBySize(converter, Layout(converter.dest, blue_first), rows);
+  return MakeHicolorLayout(converter.dest, order, BytesPerPixel(converter.source.format));
+}
+
+bool Narrow(ZAV_CONVERTER& converter, ChannelOrder order, HicolorRowPair HicolorRows::*rows) {
+  RunBySize(converter, PrepareDestLayout(converter, order), rows);
   return true;
 }
 
@@ -89,31 +77,8 @@ bool HasVariants(const ZAV_SURFACE& surface) {
 
 }  // namespace
 
-void PrepareHicolorMasks(ZAV_SURFACE& surface) {
-  const FormatRow& row = Format(surface.format);
-  if (surface.format != ZAV_FMT_CUSTOM16_1 && surface.format != ZAV_FMT_CUSTOM16_2) {
-    surface.alpha_mask = row.alpha_mask;
-    surface.red_mask = row.red_mask;
-    surface.green_mask = row.green_mask;
-    surface.blue_mask = row.blue_mask;
-  }
-  surface.alpha_shift = DeriveShift(surface.alpha_mask);
-  surface.red_shift = DeriveShift(surface.red_mask);
-  surface.green_shift = DeriveShift(surface.green_mask);
-  surface.blue_shift = DeriveShift(surface.blue_mask);
-}
-
-int32_t DeriveShift(uint32_t mask) {
-  mask &= 0xFFFF;
-  if (mask == 0) return 0;
-  int32_t shift = 0;
-  while ((mask << shift & 0x8000) == 0) ++shift;
-  return shift;
-}
-
 bool BGRA32ToHicolor(ZAV_CONVERTER& converter) {
-  PrepareHicolorMasks(converter.dest);
-  const HicolorLayout layout = Layout(converter.dest, true);
+  const HicolorLayout layout = PrepareDestLayout(converter, ChannelOrder::kBlueFirst);
   const HicolorVariant variant =
       HasVariants(converter.dest) ? SelectedHicolorVariant() : HicolorVariant::kSse;
   switch (variant) {
@@ -132,22 +97,23 @@ bool BGRA32ToHicolor(ZAV_CONVERTER& converter) {
 
 bool RGBA32ToHicolor(ZAV_CONVERTER& converter) {
   TraceHook(kRgba32Warning);
-  return Narrow(converter, false, &HicolorRows::narrow_32);
+  return Narrow(converter, ChannelOrder::kRedFirst, &HicolorRows::narrow_32);
 }
 
 bool BGR24ToHicolor(ZAV_CONVERTER& converter) {
   TraceHook(k24BitWarning);
-  return Narrow(converter, true, &HicolorRows::narrow_24);
+  return Narrow(converter, ChannelOrder::kBlueFirst, &HicolorRows::narrow_24);
 }
 
 bool RGB24ToHicolor(ZAV_CONVERTER& converter) {
   TraceHook(k24BitWarning);
-  return Narrow(converter, false, &HicolorRows::narrow_24);
+  return Narrow(converter, ChannelOrder::kRedFirst, &HicolorRows::narrow_24);
 }
 
 bool HicolorToBGRA32(ZAV_CONVERTER& converter) {
   PrepareHicolorMasks(converter.source);
-  RunBySize(converter, Layout(converter.source, true), &HicolorRows::widen);
+  RunBySize(converter, MakeHicolorLayout(converter.source, ChannelOrder::kBlueFirst, 4),
+            &HicolorRows::widen);
   return true;
 }
 

@@ -34,11 +34,8 @@ const HicolorRun* WidenRow(const HicolorLayout& layout, const uint8_t* source, u
   const HicolorLayout l = layout;
   for (size_t i = 0; i < count; ++i, source += 2, dest += 4) {
     const uint32_t pixel = LoadLe16(source);
-    uint32_t alpha = 255;
-    if (l.channels[3].mask != 0) {
-      alpha = Widen(pixel, l.channels[3]);
-      if (alpha >= 128) alpha |= l.fill;
-    }
+    uint32_t alpha = l.opaque | Widen(pixel, l.channels[3]);
+    if (alpha >= 128) alpha |= l.fill;
     dest[0] = static_cast<uint8_t>(Widen(pixel, l.channels[0]));
     dest[1] = static_cast<uint8_t>(Widen(pixel, l.channels[1]));
     dest[2] = static_cast<uint8_t>(Widen(pixel, l.channels[2]));

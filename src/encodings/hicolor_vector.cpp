@@ -5,10 +5,10 @@
 
 #ifdef ZAV_HAVE_HIGHWAY
 
+#include <hwy/cache_control.h>
+
 #include <algorithm>
 #include <cstring>
-
-#include <hwy/cache_control.h>
 
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "encodings/hicolor_vector.cpp"
@@ -27,162 +27,219 @@ const HicolorRows& Rows() { return PlainHicolorRows(); }
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-using D8 = hn::ScalableTag<uint8_t>;
-using D16 = hn::ScalableTag<uint16_t>;
-using D32 = hn::ScalableTag<uint32_t>;
+// 256 bits are enough to be bound by memory, and leave one or two blocks of 128 bits whose order
+// has to be looked after.
+using D8 = hn::CappedTag<uint8_t, 32>;
+using D16 = hn::Repartition<uint16_t, D8>;
+using D32 = hn::Repartition<uint32_t, D8>;
+using V8 = hn::Vec<D8>;
 using V16 = hn::Vec<D16>;
 using V32 = hn::Vec<D32>;
 
-/// Pixels in one vector of words, and the bytes of that vector.
+/// Pixels in one vector of words.
 constexpr size_t kPixels = hn::MaxLanes(D16());
+constexpr size_t kBlocks = kPixels / 8;
 constexpr size_t kVectorBytes = kPixels * 2;
-constexpr size_t kBlocks = kVectorBytes / 16;
+static_assert(kBlocks == 1 || kBlocks == 2);
 
 template <bool kStream>
 constexpr HicolorRun kRun = {HWY_TARGET, kStream};
 
-/// Indices of 32-bit lanes that move whole groups of 64 bits. Interleaving works within blocks of
-/// 128 bits; these put the groups where that leaves the pixels in order.
-struct LaneTable {
-  alignas(64) uint32_t lanes[kBlocks * 4];
+template <bool kStream>
+HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
+  if constexpr (kStream) {
+    hn::Stream(bytes, D8(), dest);
+  } else {
+    hn::StoreU(bytes, D8(), dest);
+  }
+}
+
+/// Half the pixels of a step each, as 32-bit lanes. Narrowing puts four pixels of `first` and four
+/// of `second` into each block.
+struct PixelVectors {
+  V32 first;
+  V32 second;
 };
 
-/// Group 2b comes from group b, group 2b + 1 from group kBlocks + b: halves into blocks.
-constexpr LaneTable SplitHalves() {
-  LaneTable table{};
-  for (size_t i = 0; i < kBlocks * 4; ++i) {
-    const size_t group = i / 2;
-    table.lanes[i] = static_cast<uint32_t>((group / 2 + group % 2 * kBlocks) * 2 + i % 2);
-  }
-  return table;
-}
-
-/// The inverse.
-constexpr LaneTable JoinHalves() {
-  LaneTable table{};
-  for (size_t i = 0; i < kBlocks * 4; ++i) {
-    const size_t group = i / 2;
-    table.lanes[i] = static_cast<uint32_t>((group % kBlocks * 2 + group / kBlocks) * 2 + i % 2);
-  }
-  return table;
-}
-
-constexpr LaneTable kSplitHalves = SplitHalves();
-constexpr LaneTable kJoinHalves = JoinHalves();
-
-HWY_INLINE V16 MoveGroups(V16 v, const LaneTable& table) {
-  if constexpr (kBlocks == 1) return v;
-  const D32 d32;
-  return hn::BitCast(
-      D16(), hn::TableLookupLanes(hn::BitCast(d32, v), hn::SetTableIndices(d32, table.lanes)));
-}
-
-HWY_INLINE V16 Channels(V16 words, const HicolorChannel& channel) {
-  return hn::And(hn::ShiftRightSame(words, channel.shift), hn::Set(D16(), channel.reach));
-}
-
-/// Two vectors of pixels, as 32-bit lanes, to one of words. A word that holds a channel in its high
-/// byte gives the field whatever its low byte holds: `reach` ends where the channel's bits end. So
-/// bytes 1 and 3 are taken as they stand in the two halves of a lane; bytes 0 and 2 are moved up.
-/// From 24-bit pixels byte 3 is byte 2 once more.
-template <int kBytes, bool kAlpha>
-HWY_INLINE V16 NarrowVectors(const HicolorLayout& l, V32 first, V32 second) {
-  const D16 d16;
-  // Words of `first` in the even places, of `second` in the odd ones.
-  const V16 low = hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(second)), hn::BitCast(d16, first));
-  const V16 high =
-      hn::OddEven(hn::BitCast(d16, second), hn::BitCast(d16, hn::ShiftRight<16>(first)));
-  const V16 field0 = Channels(hn::ShiftLeft<8>(low), l.channels[0]);
-  const V16 field1 = Channels(low, l.channels[1]);
-  const V16 field2 = Channels(kBytes == 4 ? hn::ShiftLeft<8>(high) : high, l.channels[2]);
-  V16 words = hn::Or(hn::Or(field0, field1), field2);
-  if constexpr (kAlpha) {
-    words = hn::Or(words,
-                   kBytes == 4 ? Channels(high, l.channels[3]) : hn::Set(d16, l.channels[3].mask));
-  }
-  alignas(16) static constexpr uint8_t kEvenThenOdd[16] = {0, 1, 4, 5, 8,  9,  12, 13,
-                                                           2, 3, 6, 7, 10, 11, 14, 15};
-  const auto even_then_odd = hn::LoadDup128(D8(), kEvenThenOdd);
-  return MoveGroups(hn::BitCast(d16, hn::TableLookupBytes(hn::BitCast(D8(), words), even_then_odd)),
-                    kJoinHalves);
-}
-
-/// Loads 12 bytes for each block of 16: four 24-bit pixels, and 4 bytes that follow them.
-template <class D>
-HWY_INLINE hn::Vec<D> LoadTriples(D d, const uint8_t* source) {
-  if constexpr (hn::MaxLanes(D()) == 16) {
-    return hn::LoadU(d, source);
+/// Four 24-bit pixels to a block; byte 3 of a lane is byte 2 once more. Reads 4 bytes beyond.
+HWY_INLINE V32 LoadTriples(const uint8_t* source) {
+  const D8 d8;
+  V8 bytes;
+  if constexpr (kBlocks == 1) {
+    bytes = hn::LoadU(d8, source);
   } else {
-    const hn::Half<D> half;
-    return hn::Combine(d, LoadTriples(half, source + hn::MaxLanes(half) / 4 * 3),
-                       LoadTriples(half, source));
+    const hn::Half<D8> block;
+    bytes = hn::Combine(d8, hn::LoadU(block, source + 24), hn::LoadU(block, source));
   }
+  alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 2, 3, 4,  5,  5,
+                                                      6, 7, 8, 8, 9, 10, 11, 11};
+  return hn::BitCast(D32(), hn::TableLookupBytes(bytes, hn::LoadDup128(d8, kSpread)));
 }
 
 template <int kBytes>
-HWY_INLINE V32 LoadPixels(const uint8_t* source) {
-  const D8 d8;
-  if constexpr (kBytes == 4) {
-    return hn::BitCast(D32(), hn::LoadU(d8, source));
+HWY_INLINE PixelVectors LoadPixels(const uint8_t* source) {
+  if constexpr (kBytes == 3) {
+    return {LoadTriples(source), LoadTriples(source + 12)};
   } else {
-    alignas(16) static constexpr uint8_t kSpread[16] = {0, 1, 2, 2, 3, 4,  5,  5,
-                                                        6, 7, 8, 8, 9, 10, 11, 11};
-    return hn::BitCast(D32(),
-                       hn::TableLookupBytes(LoadTriples(d8, source), hn::LoadDup128(d8, kSpread)));
+    const D8 d8;
+    return {hn::BitCast(D32(), hn::LoadU(d8, source)),
+            hn::BitCast(D32(), hn::LoadU(d8, source + kVectorBytes))};
   }
 }
 
-template <bool kStream>
-HWY_INLINE void StoreWords(V16 words, uint8_t* dest) {
-  const D8 d8;
-  if constexpr (kStream) {
-    hn::Stream(hn::BitCast(d8, words), d8, dest);
+/// The words of narrowed pixels in their order. 24-bit pixels were loaded so that they are; 32-bit
+/// ones come in whole vectors, which leaves the middle groups of four exchanged.
+template <int kBytes>
+HWY_INLINE V16 InOrder(V16 words) {
+  if constexpr (kBytes == 4 && kBlocks == 2) {
+    alignas(32) static constexpr uint32_t kOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
+    const D32 d32;
+    return hn::BitCast(
+        D16(), hn::TableLookupLanes(hn::BitCast(d32, words), hn::SetTableIndices(d32, kOrder)));
   } else {
-    hn::StoreU(hn::BitCast(d8, words), d8, dest);
+    return words;
   }
 }
 
-template <int kBytes, bool kAlpha>
-struct Narrowing {
-  static constexpr size_t kSourceBytes = kBytes;
-  static constexpr size_t kDestBytes = 2;
-  static constexpr size_t kReadBeyond = kBytes == 4 ? 0 : 4;
+/// Narrowing by fields, for any masks. A word that holds a channel in its high byte gives the field
+/// whatever its low byte holds: `reach` ends where the channel's bits end. So bytes 1 and 3 are
+/// taken as they stand in the two halves of a lane; bytes 0 and 2 are moved up.
+struct ByFields {
+  static HWY_INLINE V16 Field(V16 words, const HicolorChannel& channel) {
+    return hn::And(hn::ShiftRightSame(words, channel.shift), hn::Set(D16(), channel.reach));
+  }
 
-  template <bool kStream>
-  static HWY_INLINE void Step(const HicolorLayout& l, const uint8_t* source, uint8_t* dest) {
-    const V32 first = LoadPixels<kBytes>(source);
-    const V32 second = LoadPixels<kBytes>(source + kPixels / 2 * kBytes);
-    StoreWords<kStream>(NarrowVectors<kBytes, kAlpha>(l, first, second), dest);
+  static HWY_INLINE V16 Narrow(const HicolorLayout& l, PixelVectors pixels) {
+    const D8 d8;
+    const D16 d16;
+    // Halves of lanes of `first` in the even places, of `second` in the odd ones.
+    const V16 low = hn::OddEven(hn::BitCast(d16, hn::ShiftLeft<16>(pixels.second)),
+                                hn::BitCast(d16, pixels.first));
+    const V16 high = hn::OddEven(hn::BitCast(d16, pixels.second),
+                                 hn::BitCast(d16, hn::ShiftRight<16>(pixels.first)));
+    const V16 words =
+        hn::Or(hn::Or(Field(hn::ShiftLeft<8>(low), l.channels[0]), Field(low, l.channels[1])),
+               hn::Or(Field(hn::ShiftLeft<8>(high), l.channels[2]), Field(high, l.channels[3])));
+    alignas(16) static constexpr uint8_t kEvenThenOdd[16] = {0, 1, 4, 5, 8,  9,  12, 13,
+                                                             2, 3, 6, 7, 10, 11, 14, 15};
+    const V8 order = hn::LoadDup128(d8, kEvenThenOdd);
+    return hn::BitCast(d16, hn::TableLookupBytes(hn::BitCast(d8, words), order));
   }
 };
 
-template <bool kAlpha>
+#if HWY_ARCH_X86
+
+// Highway has no names for these two yet.
+#if HWY_TARGET <= HWY_AVX2
+HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
+  return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
+}
+HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
+  return V16{_mm256_packus_epi32(first.raw, second.raw)};
+}
+#else
+HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
+  return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
+}
+HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
+  return V16{_mm_packus_epi32(first.raw, second.raw)};
+}
+#endif
+
+/// Narrowing by products, where they are exact.
+struct ByProducts {
+  static HWY_INLINE V32 Words(const HicolorProducts& p, V32 pixels) {
+    const D32 d32;
+    const hn::RebindToSigned<D16> di16;
+    const hn::RebindToSigned<D32> di32;
+    const V16 pairs = SumBytePairs(hn::BitCast(D8(), hn::And(pixels, hn::Set(d32, p.kept))),
+                                   hn::BitCast(D8(), hn::Set(d32, p.byte_weights)));
+    auto unused = hn::Zero(di32);
+    const auto sums = hn::ReorderWidenMulAccumulate(di32, hn::BitCast(di16, pairs),
+                                                    hn::BitCast(di16, hn::Set(d32, p.sum_weights)),
+                                                    hn::Zero(di32), unused);
+    return hn::ShiftRightSame(hn::BitCast(d32, sums), p.places);
+  }
+
+  static HWY_INLINE V16 Narrow(const HicolorLayout& l, PixelVectors pixels) {
+    return PackBlocks(Words(l.products, pixels.first), Words(l.products, pixels.second));
+  }
+};
+
+#endif
+
+template <int kBytes, class Method>
+struct Narrowing {
+  static constexpr size_t kSourceBytes = kBytes;
+  static constexpr size_t kDestBytes = 2;
+  static constexpr size_t kReadBeyond = kBytes == 3 ? 4 : 0;
+
+  template <bool kStream>
+  static HWY_INLINE void Step(const HicolorLayout& l, const uint8_t* source, uint8_t* dest) {
+    V16 words = InOrder<kBytes>(Method::Narrow(l, LoadPixels<kBytes>(source)));
+    if constexpr (kBytes == 3) words = hn::Or(words, hn::Set(D16(), l.channels[3].mask));
+    Store<kStream>(hn::BitCast(D8(), words), dest);
+  }
+};
+
+/// How a pair of channels is widened: both bytes by one left shift, the low byte by a left or by a
+/// right shift of its own, or by whichever it is.
+enum class Pairing { kOneShift, kLowUp, kLowDown, kAny };
+enum class Alpha { kNo, kYes, kAny };
+
+template <Pairing kEven, Pairing kOdd, Alpha kAlpha>
 struct Widening {
   static constexpr size_t kSourceBytes = 2;
   static constexpr size_t kDestBytes = 4;
   static constexpr size_t kReadBeyond = 0;
 
-  /// The channel's byte in the high half of every word, the low half 0.
-  static HWY_INLINE V16 High(V16 words, const HicolorChannel& channel) {
-    return hn::ShiftLeftSame(hn::And(words, hn::Set(D16(), channel.reach)), channel.shift);
+  template <Pairing kPairing>
+  static HWY_INLINE V8 Pair(const HicolorPair& p, V16 words) {
+    const D8 d8;
+    const D16 d16;
+    const V16 high = hn::Mul(words, hn::Set(d16, p.high_up));
+    if constexpr (kPairing == Pairing::kOneShift) {
+      return hn::BitCast(d8, hn::And(high, hn::Set(d16, p.mask)));
+    } else {
+      V16 low;
+      if constexpr (kPairing != Pairing::kLowDown) low = hn::Mul(words, hn::Set(d16, p.low_up));
+      if constexpr (kPairing != Pairing::kLowUp) {
+        const V16 down = hn::MulHigh(words, hn::Set(d16, p.low_down));
+        low = kPairing == Pairing::kAny ? hn::Or(low, down) : down;
+      }
+      return hn::BitCast(d8, hn::Or(hn::And(low, hn::Set(d16, p.mask & 0xFF)),
+                                    hn::And(high, hn::Set(d16, p.mask & 0xFF00))));
+    }
   }
 
   template <bool kStream>
   static HWY_INLINE void Step(const HicolorLayout& l, const uint8_t* source, uint8_t* dest) {
+    const D8 d8;
     const D16 d16;
-    const hn::RebindToSigned<D16> di16;
-    const V16 words = MoveGroups(hn::BitCast(d16, hn::LoadU(D8(), source)), kSplitHalves);
-    V16 alpha = hn::Set(d16, 0xFF00);
-    if constexpr (kAlpha) {
-      alpha = High(words, l.channels[3]);
-      const V16 opaque = hn::BitCast(d16, hn::BroadcastSignBit(hn::BitCast(di16, alpha)));
-      alpha = hn::Or(alpha, hn::And(opaque, hn::Set(d16, static_cast<uint16_t>(l.fill << 8))));
+    const hn::RebindToSigned<D8> di8;
+    const V16 words = hn::BitCast(d16, hn::LoadU(d8, source));
+    const V8 even = Pair<kEven>(l.pairs[0], words);
+    V8 odd = Pair<kOdd>(l.pairs[1], words);
+    if constexpr (kAlpha != Alpha::kYes) odd = hn::Or(odd, HighBytes(l.opaque));
+    if constexpr (kAlpha != Alpha::kNo) {
+      // The fill has nothing for the green bytes, so it may go by their signs too.
+      const auto filled = hn::BitCast(di8, hn::Or(odd, HighBytes(l.fill)));
+      const auto signs = hn::BitCast(di8, odd);
+      odd = hn::BitCast(d8, hn::IfNegativeThenElse(signs, filled, signs));
     }
-    const V16 low =
-        hn::Or(High(words, l.channels[1]), hn::ShiftRight<8>(High(words, l.channels[0])));
-    const V16 high = hn::Or(alpha, hn::ShiftRight<8>(High(words, l.channels[2])));
-    StoreWords<kStream>(hn::InterleaveLower(d16, low, high), dest);
-    StoreWords<kStream>(hn::InterleaveUpper(d16, low, high), dest + kVectorBytes);
+    const V8 low = hn::InterleaveLower(d8, even, odd);
+    const V8 high = hn::InterleaveUpper(d8, even, odd);
+    if constexpr (kBlocks == 1) {
+      Store<kStream>(low, dest);
+      Store<kStream>(high, dest + kVectorBytes);
+    } else {
+      Store<kStream>(hn::ConcatLowerLower(d8, high, low), dest);
+      Store<kStream>(hn::ConcatUpperUpper(d8, high, low), dest + kVectorBytes);
+    }
+  }
+
+  static HWY_INLINE V8 HighBytes(uint8_t value) {
+    return hn::BitCast(D8(), hn::Set(D16(), static_cast<uint16_t>(value << 8)));
   }
 };
 
@@ -199,13 +256,12 @@ HWY_INLINE void PartialStep(const HicolorLayout& l, const uint8_t* source, uint8
 
 template <class Kernel, bool kStream>
 HWY_INLINE void Steps(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size_t count) {
-  constexpr size_t kNeeded =
-      kPixels + (Kernel::kReadBeyond + Kernel::kSourceBytes - 1) / Kernel::kSourceBytes;
-  while (count >= kNeeded) {
+  constexpr size_t kPixelsBeyond =
+      (Kernel::kReadBeyond + Kernel::kSourceBytes - 1) / Kernel::kSourceBytes;
+  for (; count >= kPixels + kPixelsBeyond; count -= kPixels) {
     Kernel::template Step<kStream>(l, source, dest);
     source += kPixels * Kernel::kSourceBytes;
     dest += kPixels * Kernel::kDestBytes;
-    count -= kPixels;
   }
   while (count != 0) {
     const size_t part = std::min(count, kPixels);
@@ -217,42 +273,57 @@ HWY_INLINE void Steps(const HicolorLayout& l, const uint8_t* source, uint8_t* de
 }
 
 template <class Kernel, bool kStream>
-HWY_INLINE void Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
-                    size_t count) {
+const HicolorRun* Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
+                      size_t count) {
   const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
-  // Non-temporal stores want their address aligned, and whole cache lines.
+  // Non-temporal stores need aligned addresses, and want whole cache lines. Ordinary ones gain by
+  // that too, but a short row does not earn the start that it costs.
   constexpr size_t kLine = 64;
-  const size_t beyond = reinterpret_cast<uintptr_t>(dest) % kLine;
-  if (!kStream || beyond % Kernel::kDestBytes != 0) {
-    Steps<Kernel, false>(l, source, dest, count);
-    return;
+  constexpr size_t kLongRow = 2048;
+  const size_t past = reinterpret_cast<uintptr_t>(dest) % kLine;
+  const bool alignable = past % Kernel::kDestBytes == 0;
+  if (alignable && (kStream || count >= kLongRow)) {
+    const size_t head = std::min((kLine - past) % kLine / Kernel::kDestBytes, count);
+    Steps<Kernel, false>(l, source, dest, head);
+    source += head * Kernel::kSourceBytes;
+    dest += head * Kernel::kDestBytes;
+    count -= head;
   }
-  const size_t head = std::min((kLine - beyond) % kLine / Kernel::kDestBytes, count);
-  Steps<Kernel, false>(l, source, dest, head);
-  Steps<Kernel, kStream>(l, source + head * Kernel::kSourceBytes, dest + head * Kernel::kDestBytes,
-                         count - head);
+  if (kStream && alignable) {
+    Steps<Kernel, kStream>(l, source, dest, count);
+  } else {
+    Steps<Kernel, false>(l, source, dest, count);
+  }
+  return &kRun<kStream>;
 }
 
 template <int kBytes, bool kStream>
-const HicolorRun* NarrowRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
+const HicolorRun* NarrowRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest,
                             size_t count) {
-  if (layout.channels[3].mask == 0) {
-    Row<Narrowing<kBytes, false>, kStream>(layout, source, dest, count);
-  } else {
-    Row<Narrowing<kBytes, true>, kStream>(layout, source, dest, count);
-  }
-  return &kRun<kStream>;
+#if HWY_ARCH_X86
+  if (l.products.exact) return Row<Narrowing<kBytes, ByProducts>, kStream>(l, source, dest, count);
+#endif
+  return Row<Narrowing<kBytes, ByFields>, kStream>(l, source, dest, count);
 }
 
+bool IsOneShift(const HicolorPair& pair) {
+  return pair.low_down == 0 && pair.low_up == pair.high_up;
+}
+
+// The fixed layouts have loops of their own: 4444; 1555; 565 and 555.
 template <bool kStream>
-const HicolorRun* WidenRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
+const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest,
                            size_t count) {
-  if (layout.channels[3].mask == 0) {
-    Row<Widening<false>, kStream>(layout, source, dest, count);
-  } else {
-    Row<Widening<true>, kStream>(layout, source, dest, count);
+  using enum Pairing;
+  const bool alpha = l.channels[3].mask != 0;
+  HicolorRow row = Row<Widening<kAny, kAny, Alpha::kAny>, kStream>;
+  if (alpha && IsOneShift(l.pairs[0]) && IsOneShift(l.pairs[1])) {
+    row = Row<Widening<kOneShift, kOneShift, Alpha::kYes>, kStream>;
+  } else if (l.pairs[0].low_down == 0 && l.pairs[1].low_up == 0) {
+    row = alpha ? Row<Widening<kLowUp, kLowDown, Alpha::kYes>, kStream>
+                : Row<Widening<kLowUp, kLowDown, Alpha::kNo>, kStream>;
   }
-  return &kRun<kStream>;
+  return row(l, source, dest, count);
 }
 
 void Flush() { hwy::FlushStream(); }
