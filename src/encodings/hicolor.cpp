@@ -19,9 +19,9 @@ constexpr char k24BitWarning[] =
     "ZAV -- PERFORMANCE WARNING: Converting 24 Bit to Hicolor is not recommended! Use BGRA32 "
     "Source instead!\n";
 
-// Smaller destinations are likely to be read again before the cache has lost them, and ordinary
-// stores then win.
-constexpr int64_t kStreamingBytes = 4 << 20;
+// Source and destination together. Smaller pictures stay in the last-level cache, where ordinary
+// stores are faster and whoever reads the result finds it.
+constexpr int64_t kStreamingBytes = 24 << 20;
 
 std::atomic<HicolorVariant> g_variant{HicolorVariant::kPlain};
 std::atomic<int64_t> g_streaming_bytes{kStreamingBytes};
@@ -38,15 +38,17 @@ void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow
   }
 }
 
-bool Large(const ZAV_SURFACE& dest) {
-  return int64_t{dest.width} * dest.height * BytesPerPixel(dest.format) >=
+bool IsLarge(const ZAV_CONVERTER& converter) {
+  const int64_t bytes_per_pixel =
+      BytesPerPixel(converter.source.format) + BytesPerPixel(converter.dest.format);
+  return int64_t{converter.dest.width} * converter.dest.height * bytes_per_pixel >=
          g_streaming_bytes.load(std::memory_order_relaxed);
 }
 
 void RunBySize(const ZAV_CONVERTER& converter, const HicolorLayout& layout,
                HicolorRowPair HicolorRows::*rows) {
   const HicolorRows& selected = SelectedHicolorRows();
-  if (Large(converter.dest)) {
+  if (IsLarge(converter)) {
     Run(converter, layout, (selected.*rows).streamed);
     selected.flush();
   } else {

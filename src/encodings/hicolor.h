@@ -33,8 +33,8 @@ enum class HicolorVariant : uint32_t { kPlain, kMmx, kSse };
 void SelectHicolorVariant(uint32_t processor_bits);
 HicolorVariant SelectedHicolorVariant();
 
-/// Destinations of at least this many bytes are written with non-temporal stores. Tests lower it;
-/// 0 restores the default.
+/// Conversions of at least this many bytes, source and destination together, are written with
+/// non-temporal stores. Tests change it; 0 restores the default.
 void SetHicolorStreamingBytes(int64_t bytes);
 
 /// Which code did the work: told by the row function itself.
