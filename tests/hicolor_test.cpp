@@ -208,7 +208,7 @@ TEST_F(Hicolor, EveryWidthPitchAndAlignmentConverts) {
       }
     }
     // Long enough for a row of its own to be aligned first.
-    for (const size_t shift : {0, 2, 7, 60}) {
+    for (const size_t shift : {size_t{0}, size_t{2}, size_t{7}, size_t{60}}) {
       Picture picture = NoisePicture(ZAV_FMT_BGR24, 2111, 2, 0, 5);
       Check(picture, kLayouts[9], ZAV_FMT_CUSTOM16_1, 2111 * 2, shift);
       Check(picture, kLayouts[0], ZAV_FMT_RGB565, 2111 * 2 + 5, shift);

@@ -54,8 +54,36 @@ HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
   }
 }
 
+// What Highway has no names for yet: sums of neighbouring bytes times signed bytes; 32-bit lanes to
+// words, block by block.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
+  return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
+}
+HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
+  return V16{_mm256_packus_epi32(first.raw, second.raw)};
+}
+#elif HWY_ARCH_X86
+HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
+  return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
+}
+HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
+  return V16{_mm_packus_epi32(first.raw, second.raw)};
+}
+#endif
+
+/// Puts the words of two whole vectors, packed block by block, in their order.
+#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
+HWY_INLINE V16 OrderBlocks(V16 words) {
+  return V16{_mm256_permute4x64_epi64(words.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+}
+#else
+static_assert(kBlocks == 1);
+HWY_INLINE V16 OrderBlocks(V16 words) { return words; }
+#endif
+
 /// Half the pixels of a step each, as 32-bit lanes. Narrowing puts four pixels of `first` and four
-/// of `second` into each block.
+/// of `second` into each block; 24-bit pixels are loaded so that this is their order.
 struct PixelVectors {
   V32 first;
   V32 second;
@@ -87,20 +115,6 @@ HWY_INLINE PixelVectors LoadPixels(const uint8_t* source) {
   }
 }
 
-/// The words of narrowed pixels in their order. 24-bit pixels were loaded so that they are; 32-bit
-/// ones come in whole vectors, which leaves the middle groups of four exchanged.
-template <int kBytes>
-HWY_INLINE V16 InOrder(V16 words) {
-  if constexpr (kBytes == 4 && kBlocks == 2) {
-    alignas(32) static constexpr uint32_t kOrder[8] = {0, 1, 4, 5, 2, 3, 6, 7};
-    const D32 d32;
-    return hn::BitCast(
-        D16(), hn::TableLookupLanes(hn::BitCast(d32, words), hn::SetTableIndices(d32, kOrder)));
-  } else {
-    return words;
-  }
-}
-
 /// Narrowing by fields, for any masks. A word that holds a channel in its high byte gives the field
 /// whatever its low byte holds: `reach` ends where the channel's bits end. So bytes 1 and 3 are
 /// taken as they stand in the two halves of a lane; bytes 0 and 2 are moved up.
@@ -128,23 +142,6 @@ struct ByFields {
 };
 
 #if HWY_ARCH_X86
-
-// Highway has no names for these two yet.
-#if HWY_TARGET <= HWY_AVX2
-HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
-  return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
-}
-HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
-  return V16{_mm256_packus_epi32(first.raw, second.raw)};
-}
-#else
-HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
-  return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
-}
-HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
-  return V16{_mm_packus_epi32(first.raw, second.raw)};
-}
-#endif
 
 /// Narrowing by products, where they are exact.
 struct ByProducts {
@@ -176,8 +173,12 @@ struct Narrowing {
 
   template <bool kStream>
   static HWY_INLINE void Step(const HicolorLayout& l, const uint8_t* source, uint8_t* dest) {
-    V16 words = InOrder<kBytes>(Method::Narrow(l, LoadPixels<kBytes>(source)));
-    if constexpr (kBytes == 3) words = hn::Or(words, hn::Set(D16(), l.channels[3].mask));
+    V16 words = Method::Narrow(l, LoadPixels<kBytes>(source));
+    if constexpr (kBytes == 3) {
+      words = hn::Or(words, hn::Set(D16(), l.channels[3].mask));
+    } else {
+      words = OrderBlocks(words);
+    }
     Store<kStream>(hn::BitCast(D8(), words), dest);
   }
 };
