@@ -2,9 +2,12 @@
 // SPDX-License-Identifier: MIT
 #include "encodings/hicolor.h"
 
-#include "base/endian.h"
+#include <atomic>
+
 #include "convert/row_walker.h"
+#include "encodings/hicolor_rows.h"
 #include "frame/trace.h"
+#include "platform/processor.h"
 
 namespace zav {
 namespace {
@@ -16,94 +19,122 @@ constexpr char k24BitWarning[] =
     "ZAV -- PERFORMANCE WARNING: Converting 24 Bit to Hicolor is not recommended! Use BGRA32 "
     "Source instead!\n";
 
-/// The masks are 32-bit fields of which a 16-bit pixel has the low half.
-uint32_t Field(uint32_t value, int32_t shift, uint32_t mask) {
-  return (value << 8 >> shift) & mask & 0xFFFF;
-}
+// Source and destination together. Smaller pictures stay in the last-level cache, where ordinary
+// stores are faster and whoever reads the result finds it.
+constexpr int64_t kStreamingBytes = 24 << 20;
 
-uint32_t Widen(uint32_t pixel, int32_t shift, uint32_t mask) {
-  return ((pixel & mask) << shift >> 8) & 255;
-}
+std::atomic<HicolorVariant> g_variant{HicolorVariant::kPlain};
+std::atomic<int64_t> g_streaming_bytes{kStreamingBytes};
+std::atomic<const HicolorRun*> g_last_run{nullptr};
 
-template <int kBytes, int kRed, int kBlue>
-bool Narrow(ZAV_CONVERTER& converter) {
-  PrepareHicolorMasks(converter.dest);
-  const ZAV_SURFACE& d = converter.dest;
-  WalkRows(converter, [&d](const uint8_t* source, uint8_t* dest, size_t count) {
-    for (size_t i = 0; i < count; ++i, source += kBytes, dest += 2) {
-      const uint32_t alpha = kBytes == 4 ? Field(source[kBytes - 1], d.alpha_shift, d.alpha_mask)
-                                         : d.alpha_mask & 0xFFFF;
-      StoreLe16(dest, alpha | Field(source[kRed], d.red_shift, d.red_mask) |
-                          Field(source[1], d.green_shift, d.green_mask) |
-                          Field(source[kBlue], d.blue_shift, d.blue_mask));
-    }
+void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow row) {
+  const HicolorRun* run = nullptr;
+  WalkRows(converter, [&](const uint8_t* source, uint8_t* dest, size_t count) {
+    run = row(layout, source, dest, count);
   });
+  // Written only when it changes, so that threads that convert alike share the cache line.
+  if (run != g_last_run.load(std::memory_order_relaxed)) {
+    g_last_run.store(run, std::memory_order_relaxed);
+  }
+}
+
+bool IsLarge(const ZAV_CONVERTER& converter) {
+  const int64_t bytes_per_pixel =
+      BytesPerPixel(converter.source.format) + BytesPerPixel(converter.dest.format);
+  return int64_t{converter.dest.width} * converter.dest.height * bytes_per_pixel >=
+         g_streaming_bytes.load(std::memory_order_relaxed);
+}
+
+void RunBySize(const ZAV_CONVERTER& converter, const HicolorLayout& layout,
+               HicolorRowPair HicolorRows::*rows) {
+  const HicolorRows& selected = SelectedHicolorRows();
+  if (IsLarge(converter)) {
+    Run(converter, layout, (selected.*rows).streamed);
+    selected.flush();
+  } else {
+    Run(converter, layout, (selected.*rows).stored);
+  }
+}
+
+HicolorLayout PrepareDestLayout(ZAV_CONVERTER& converter, ChannelOrder order) {
+  PrepareHicolorMasks(converter.dest);
+  return MakeHicolorLayout(converter.dest, order, BytesPerPixel(converter.source.format));
+}
+
+bool Narrow(ZAV_CONVERTER& converter, ChannelOrder order, HicolorRowPair HicolorRows::*rows) {
+  RunBySize(converter, PrepareDestLayout(converter, order), rows);
   return true;
+}
+
+/// The two layouts that the variants are for.
+bool HasVariants(const ZAV_SURFACE& surface) {
+  const FormatRow& rgb565 = Format(ZAV_FMT_RGB565);
+  const FormatRow& rgb555 = Format(ZAV_FMT_RGB555);
+  const auto is = [&surface](const FormatRow& row) {
+    return surface.red_mask == row.red_mask && surface.green_mask == row.green_mask &&
+           surface.blue_mask == row.blue_mask;
+  };
+  return surface.alpha_mask == 0 && (is(rgb565) || is(rgb555));
 }
 
 }  // namespace
 
-void PrepareHicolorMasks(ZAV_SURFACE& surface) {
-  const FormatRow& row = Format(surface.format);
-  if (surface.format != ZAV_FMT_CUSTOM16_1 && surface.format != ZAV_FMT_CUSTOM16_2) {
-    surface.alpha_mask = row.alpha_mask;
-    surface.red_mask = row.red_mask;
-    surface.green_mask = row.green_mask;
-    surface.blue_mask = row.blue_mask;
+bool BGRA32ToHicolor(ZAV_CONVERTER& converter) {
+  const HicolorLayout layout = PrepareDestLayout(converter, ChannelOrder::kBlueFirst);
+  const HicolorVariant variant =
+      HasVariants(converter.dest) ? SelectedHicolorVariant() : HicolorVariant::kSse;
+  switch (variant) {
+    case HicolorVariant::kPlain:
+      Run(converter, layout, PlainHicolorRows().narrow_32.stored);
+      break;
+    case HicolorVariant::kMmx:
+      Run(converter, layout, SelectedHicolorRows().narrow_32.stored);
+      break;
+    case HicolorVariant::kSse:
+      RunBySize(converter, layout, &HicolorRows::narrow_32);
+      break;
   }
-  surface.alpha_shift = DeriveShift(surface.alpha_mask);
-  surface.red_shift = DeriveShift(surface.red_mask);
-  surface.green_shift = DeriveShift(surface.green_mask);
-  surface.blue_shift = DeriveShift(surface.blue_mask);
+  return true;
 }
-
-int32_t DeriveShift(uint32_t mask) {
-  mask &= 0xFFFF;
-  if (mask == 0) return 0;
-  int32_t shift = 0;
-  while ((mask << shift & 0x8000) == 0) ++shift;
-  return shift;
-}
-
-bool BGRA32ToHicolor(ZAV_CONVERTER& converter) { return Narrow<4, 2, 0>(converter); }
 
 bool RGBA32ToHicolor(ZAV_CONVERTER& converter) {
   TraceHook(kRgba32Warning);
-  return Narrow<4, 0, 2>(converter);
+  return Narrow(converter, ChannelOrder::kRedFirst, &HicolorRows::narrow_32);
 }
 
 bool BGR24ToHicolor(ZAV_CONVERTER& converter) {
   TraceHook(k24BitWarning);
-  return Narrow<3, 2, 0>(converter);
+  return Narrow(converter, ChannelOrder::kBlueFirst, &HicolorRows::narrow_24);
 }
 
 bool RGB24ToHicolor(ZAV_CONVERTER& converter) {
   TraceHook(k24BitWarning);
-  return Narrow<3, 0, 2>(converter);
+  return Narrow(converter, ChannelOrder::kRedFirst, &HicolorRows::narrow_24);
 }
 
 bool HicolorToBGRA32(ZAV_CONVERTER& converter) {
   PrepareHicolorMasks(converter.source);
-  const ZAV_SURFACE& s = converter.source;
-  const uint32_t alpha_mask = s.alpha_mask & 0xFFFF;
-  // The bits of the alpha byte below the stored field: set where alpha is 128 or more, so that the
-  // largest stored alpha is opaque.
-  const uint32_t fill = 255 - Widen(alpha_mask, s.alpha_shift, alpha_mask);
-  WalkRows(converter, [&s, alpha_mask, fill](const uint8_t* source, uint8_t* dest, size_t count) {
-    for (size_t i = 0; i < count; ++i, source += 2, dest += 4) {
-      const uint32_t pixel = LoadLe16(source);
-      uint32_t alpha = 255;
-      if (alpha_mask != 0) {
-        alpha = Widen(pixel, s.alpha_shift, alpha_mask);
-        if (alpha >= 128) alpha |= fill;
-      }
-      dest[0] = static_cast<uint8_t>(Widen(pixel, s.blue_shift, s.blue_mask));
-      dest[1] = static_cast<uint8_t>(Widen(pixel, s.green_shift, s.green_mask));
-      dest[2] = static_cast<uint8_t>(Widen(pixel, s.red_shift, s.red_mask));
-      dest[3] = static_cast<uint8_t>(alpha);
-    }
-  });
+  RunBySize(converter, MakeHicolorLayout(converter.source, ChannelOrder::kBlueFirst, 4),
+            &HicolorRows::widen);
   return true;
+}
+
+void SelectHicolorVariant(uint32_t processor_bits) {
+  HicolorVariant variant = HicolorVariant::kPlain;
+  if ((processor_bits & kProcessorMmx) != 0) variant = HicolorVariant::kMmx;
+  if ((processor_bits & kProcessorSse) != 0) variant = HicolorVariant::kSse;
+  g_variant.store(variant, std::memory_order_relaxed);
+}
+
+HicolorVariant SelectedHicolorVariant() { return g_variant.load(std::memory_order_relaxed); }
+
+void SetHicolorStreamingBytes(int64_t bytes) {
+  g_streaming_bytes.store(bytes == 0 ? kStreamingBytes : bytes, std::memory_order_relaxed);
+}
+
+HicolorRun LastHicolorRun() {
+  const HicolorRun* run = g_last_run.load(std::memory_order_relaxed);
+  return run == nullptr ? HicolorRun{} : *run;
 }
 
 }  // namespace zav

@@ -23,4 +23,27 @@ bool BGR24ToHicolor(ZAV_CONVERTER& converter);
 bool RGB24ToHicolor(ZAV_CONVERTER& converter);
 bool HicolorToBGRA32(ZAV_CONVERTER& converter);
 
+/// How BGRA32ToHicolor writes the 565 and 555 layouts without alpha: one pixel at a time; with
+/// vectors and ordinary stores; with vectors, and non-temporal stores for large pictures. All give
+/// the same words. Other layouts and sources always get the fastest code.
+enum class HicolorVariant : uint32_t { kPlain, kMmx, kSse };
+
+/// Chooses the variant by the processor's feature word: SSE before MMX before plain. One word is
+/// stored, so this may happen while another thread converts.
+void SelectHicolorVariant(uint32_t processor_bits);
+HicolorVariant SelectedHicolorVariant();
+
+/// Conversions of at least this many bytes, source and destination together, are written with
+/// non-temporal stores. Tests change it; 0 restores the default.
+void SetHicolorStreamingBytes(int64_t bytes);
+
+/// Which code did the work: told by the row function itself.
+struct HicolorRun {
+  int64_t target;  ///< vector target's bit, 0 for the plain code (platform/vector_target.h)
+  bool streamed;   ///< made for non-temporal stores
+};
+
+/// The code that the last conversion to or from a 16-bit layout ran, in this process.
+HicolorRun LastHicolorRun();
+
 }  // namespace zav

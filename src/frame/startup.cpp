@@ -4,6 +4,7 @@
 
 #include <atomic>
 
+#include "encodings/hicolor.h"
 #include "platform/processor.h"
 
 namespace zav {
@@ -17,6 +18,9 @@ void ReadCpuFeatures() { g_cpu_features.store(ReadProcessorBits(), std::memory_o
 
 uint32_t ZAV_CPU_FEATURES() { return g_cpu_features.load(std::memory_order_relaxed); }
 
-void StartUp() { ReadCpuFeatures(); }
+void StartUp() {
+  ReadCpuFeatures();
+  SelectHicolorVariant(ZAV_CPU_FEATURES());
+}
 
 }  // namespace zav

@@ -1,0 +1,110 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <utility>
+
+#include "convert/format_table.h"
+#include "encodings/hicolor_rows.h"
+
+namespace zav {
+namespace {
+
+using Channels = std::array<HicolorChannel, 4>;
+
+HicolorChannel Channel(uint32_t mask, int32_t shift) {
+  // The masks are 32-bit fields of which a 16-bit pixel has the low half.
+  return {static_cast<uint16_t>(mask), static_cast<uint16_t>(mask & (0xFF00u >> shift)), shift};
+}
+
+/// The channel's bits as they stand in a byte.
+uint32_t TopByte(const HicolorChannel& channel) {
+  return uint32_t{channel.reach} << channel.shift >> 8;
+}
+
+bool FieldsAreApart(const Channels& channels) {
+  uint32_t taken = 0;
+  for (const HicolorChannel& channel : channels) {
+    if ((taken & channel.reach) != 0) return false;
+    taken |= channel.reach;
+  }
+  return true;
+}
+
+/// A channel's byte is wanted 2^(8 - shift) times; all are made whole by 2^places, and split into
+/// the weight of the byte and that of the sum of its pair. Byte weights up to 2^6 keep a pair's sum
+/// within 15 bits; sum weights up to 2^14 have a sign bit to spare.
+HicolorProducts Products(const Channels& channels) {
+  HicolorProducts products{FieldsAreApart(channels), 0, 0, 0, 0};
+  for (const HicolorChannel& c : channels) {
+    if (c.reach != 0) products.places = std::max(products.places, c.shift - 8);
+  }
+  const auto power = [&](size_t i) { return 8 - channels[i].shift + products.places; };
+  for (size_t first = 0; first < 4; first += 2) {
+    int32_t sum_power = 14;
+    for (size_t i = first; i < first + 2; ++i) {
+      if (channels[i].reach != 0) sum_power = std::min(sum_power, power(i));
+    }
+    products.sum_weights |= 1u << sum_power << (first * 8);
+    for (size_t i = first; i < first + 2; ++i) {
+      if (channels[i].reach == 0) continue;
+      const int32_t byte_power = power(i) - sum_power;
+      if (byte_power > 6) {
+        products.exact = false;
+        return products;
+      }
+      products.byte_weights |= 1u << byte_power << (i * 8);
+      products.kept |= TopByte(channels[i]) << (i * 8);
+    }
+  }
+  return products;
+}
+
+HicolorPair Pair(const HicolorChannel& low, const HicolorChannel& high) {
+  return {static_cast<uint16_t>(TopByte(low) | TopByte(high) << 8),
+          static_cast<uint16_t>(low.shift >= 8 ? 1 << (low.shift - 8) : 0),
+          static_cast<uint16_t>(low.shift < 8 ? 1 << (low.shift + 8) : 0),
+          static_cast<uint16_t>(1 << high.shift)};
+}
+
+}  // namespace
+
+void PrepareHicolorMasks(ZAV_SURFACE& surface) {
+  const FormatRow& row = Format(surface.format);
+  if (surface.format != ZAV_FMT_CUSTOM16_1 && surface.format != ZAV_FMT_CUSTOM16_2) {
+    surface.alpha_mask = row.alpha_mask;
+    surface.red_mask = row.red_mask;
+    surface.green_mask = row.green_mask;
+    surface.blue_mask = row.blue_mask;
+  }
+  surface.alpha_shift = DeriveShift(surface.alpha_mask);
+  surface.red_shift = DeriveShift(surface.red_mask);
+  surface.green_shift = DeriveShift(surface.green_mask);
+  surface.blue_shift = DeriveShift(surface.blue_mask);
+}
+
+int32_t DeriveShift(uint32_t mask) {
+  mask &= 0xFFFF;
+  if (mask == 0) return 0;
+  int32_t shift = 0;
+  while ((mask << shift & 0x8000) == 0) ++shift;
+  return shift;
+}
+
+HicolorLayout MakeHicolorLayout(const ZAV_SURFACE& surface, ChannelOrder order,
+                                int32_t true_color_bytes) {
+  HicolorLayout layout{};
+  std::array<HicolorChannel, 4>& channels = layout.channels;
+  channels = {Channel(surface.red_mask, surface.red_shift),
+              Channel(surface.green_mask, surface.green_shift),
+              Channel(surface.blue_mask, surface.blue_shift),
+              Channel(surface.alpha_mask, surface.alpha_shift)};
+  if (order == ChannelOrder::kBlueFirst) std::swap(channels[0], channels[2]);
+  if (true_color_bytes == 3) channels[3].reach = 0;
+  layout.opaque = channels[3].mask == 0 ? 255 : 0;
+  layout.fill = channels[3].mask == 0 ? 0 : static_cast<uint8_t>(255 - TopByte(channels[3]));
+  layout.products = Products(channels);
+  layout.pairs = {Pair(channels[0], channels[2]), Pair(channels[1], channels[3])};
+  return layout;
+}
+
+}  // namespace zav

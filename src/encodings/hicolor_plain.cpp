@@ -1,0 +1,58 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "base/endian.h"
+#include "encodings/hicolor_rows.h"
+
+namespace zav {
+namespace {
+
+constexpr HicolorRun kRun = {0, false};
+
+uint32_t Field(uint32_t value, const HicolorChannel& channel) {
+  return (value << 8 >> channel.shift) & channel.mask;
+}
+
+uint32_t Widen(uint32_t pixel, const HicolorChannel& channel) {
+  return ((pixel & channel.mask) << channel.shift >> 8) & 255;
+}
+
+template <int kBytes>
+const HicolorRun* NarrowRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
+                            size_t count) {
+  const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
+  for (size_t i = 0; i < count; ++i, source += kBytes, dest += 2) {
+    const uint32_t alpha =
+        kBytes == 4 ? Field(source[kBytes - 1], l.channels[3]) : l.channels[3].mask;
+    StoreLe16(dest, alpha | Field(source[0], l.channels[0]) | Field(source[1], l.channels[1]) |
+                        Field(source[2], l.channels[2]));
+  }
+  return &kRun;
+}
+
+const HicolorRun* WidenRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
+                           size_t count) {
+  const HicolorLayout l = layout;
+  for (size_t i = 0; i < count; ++i, source += 2, dest += 4) {
+    const uint32_t pixel = LoadLe16(source);
+    uint32_t alpha = l.opaque | Widen(pixel, l.channels[3]);
+    if (alpha >= 128) alpha |= l.fill;
+    dest[0] = static_cast<uint8_t>(Widen(pixel, l.channels[0]));
+    dest[1] = static_cast<uint8_t>(Widen(pixel, l.channels[1]));
+    dest[2] = static_cast<uint8_t>(Widen(pixel, l.channels[2]));
+    dest[3] = static_cast<uint8_t>(alpha);
+  }
+  return &kRun;
+}
+
+constexpr HicolorRows kPlain = {
+    {NarrowRow<4>, NarrowRow<4>},
+    {NarrowRow<3>, NarrowRow<3>},
+    {WidenRow, WidenRow},
+    [] {},
+};
+
+}  // namespace
+
+const HicolorRows& PlainHicolorRows() { return kPlain; }
+
+}  // namespace zav

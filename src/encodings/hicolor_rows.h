@@ -1,0 +1,80 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <cstdint>
+
+#include "encodings/hicolor.h"
+
+namespace zav {
+
+/// One channel of a 16-bit pixel.
+struct HicolorChannel {
+  uint16_t mask;   ///< its bits in the pixel; possibly none, scattered, or shared
+  uint16_t reach;  ///< those of them that the bits of a byte come to when its top meets the mask's
+  int32_t shift;   ///< places from the mask's top bit to bit 15
+};
+
+/// Narrowing by products: every byte times a power of two, summed. Pairs of neighbouring bytes
+/// first, then the two sums, then `places` down. Exact while no two fields share a bit.
+struct HicolorProducts {
+  bool exact;
+  uint32_t kept;          ///< the bits of the pixel's bytes that end up in the word
+  uint32_t byte_weights;  ///< four bytes
+  uint32_t sum_weights;   ///< two words
+  int32_t places;
+};
+
+/// Widening of two channels into the low and the high byte of a word: the pixel times a power of
+/// two, masked.
+struct HicolorPair {
+  uint16_t mask;              ///< the bits of both bytes that are filled
+  uint16_t low_up, low_down;  ///< low byte: times low_up, or times low_down / 65536; one is 0
+  uint16_t high_up;
+};
+
+/// A 16-bit layout as the row functions want it, set up once per conversion. The channels stand in
+/// the order of the true-colour pixel's bytes, which makes one function serve both channel orders.
+struct HicolorLayout {
+  std::array<HicolorChannel, 4> channels;  ///< the fourth is alpha
+  uint8_t opaque;                          ///< widening: what alpha is where the layout has none
+  uint8_t fill;  ///< widening: the bits of the alpha byte below the field, set from 128 up
+  HicolorProducts products;
+  std::array<HicolorPair, 2> pairs;  ///< channels 0 and 2, channels 1 and 3
+};
+
+enum class ChannelOrder : uint8_t { kRedFirst, kBlueFirst };
+
+/// The layout of a surface whose masks and shifts are set, towards or from true-colour pixels of 3
+/// or 4 bytes. Without an alpha byte, alpha has a mask and no reach.
+HicolorLayout MakeHicolorLayout(const ZAV_SURFACE& surface, ChannelOrder order,
+                                int32_t true_color_bytes);
+
+/// Converts `count` consecutive pixels and returns which code it is. The buffers are apart.
+using HicolorRow = const HicolorRun* (*)(const HicolorLayout& layout, const uint8_t* source,
+                                         uint8_t* dest, size_t count);
+
+/// One row function in its two ways of storing. The streamed one needs the table's `flush` after
+/// the last row.
+struct HicolorRowPair {
+  HicolorRow stored;
+  HicolorRow streamed;
+};
+
+/// One implementation of the row functions.
+struct HicolorRows {
+  HicolorRowPair narrow_32;
+  HicolorRowPair narrow_24;  ///< every pixel gets the whole alpha mask
+  HicolorRowPair widen;      ///< to 32 bits
+  void (*flush)();
+};
+
+/// The reference: one pixel at a time, ordinary stores.
+const HicolorRows& PlainHicolorRows();
+
+/// The fastest for this processor, or the one that a test forced (platform/vector_target.h).
+const HicolorRows& SelectedHicolorRows();
+
+}  // namespace zav
