@@ -83,7 +83,7 @@ void Check(int32_t format, bool filter, int32_t sw, int32_t sh, int32_t dw, int3
     }
     for (int64_t b = row_bytes; j + 1 < dh && b < dest.pitch; ++b) wrong += row[b] != kGuard;
   }
-  EXPECT_EQ(wrong, 0) << SelectedScaleKernels().target << (filter ? " bilinear " : " point ")
+  EXPECT_EQ(wrong, 0) << SelectedPointKernel().target << (filter ? " bilinear " : " point ")
                       << format << ": " << sw << "x" << sh << " to " << dw << "x" << dh;
 }
 
@@ -98,8 +98,14 @@ void CheckEverywhere(int32_t sw, int32_t sh, int32_t dw, int32_t dh, int32_t pad
 
 TEST(Scale, MatchesThePositionsAtSmallSizes) {
   ForEachVectorTarget([](const VectorTarget& target) {
-    EXPECT_TRUE(SelectedScaleKernels().target == std::string(target.name) ||
-                &SelectedScaleKernels() == &PlainScaleKernels());
+    // Targets without a byte shuffle use the plain loops.
+    if (&SelectedPointKernel() != &PlainPointKernel()) {
+      EXPECT_EQ(SelectedPointKernel().target, std::string(target.name));
+      EXPECT_EQ(SelectedBilinearKernel().target, std::string(target.name));
+    }
+    if (target.name == std::string("plain") || target.name == std::string("AVX2")) {
+      EXPECT_EQ(SelectedPointKernel().target, std::string(target.name));
+    }
     for (int32_t sw = 1; sw <= 9; ++sw) {
       for (int32_t dw = 1; dw <= 17; ++dw) {
         CheckEverywhere(sw, 1 + dw % 9, dw, 1 + (sw * 5 + dw) % 17, dw % 4);

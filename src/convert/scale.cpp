@@ -32,12 +32,12 @@ ScaleJob MakeJob(const ZAV_SURFACE& source, const ZAV_SURFACE& dest, int64_t wid
 
 void ResamplePoint(const ZAV_SURFACE& source, const ZAV_SURFACE& dest) {
   if (!CanScale(source, dest) || source.bytes_per_pixel < 1 || source.bytes_per_pixel > 4) return;
-  SelectedScaleKernels().point(MakeJob(source, dest, source.width, source.height));
+  SelectedPointKernel().run(MakeJob(source, dest, source.width, source.height));
 }
 
 void ResampleBilinear(const ZAV_SURFACE& source, const ZAV_SURFACE& dest) {
   if (!CanScale(source, dest) || source.bytes_per_pixel < 3 || source.bytes_per_pixel > 4) return;
-  SelectedScaleKernels().bilinear(
+  SelectedBilinearKernel().run(
       MakeJob(source, dest, int64_t{source.width} - 1, int64_t{source.height} - 1));
 }
 

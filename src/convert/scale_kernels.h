@@ -23,19 +23,18 @@ struct ScaleJob {
   int32_t bytes;  ///< per pixel; 1 to 4, for the filter 3 or 4
 };
 
-using ScaleLoop = void (*)(const ScaleJob& job);
-
-/// One implementation of the scaling loops.
-struct ScaleKernels {
+/// One implementation of a scaling loop.
+struct ScaleKernel {
   const char* target;  ///< "plain" or the instruction set's name
-  ScaleLoop point;
-  ScaleLoop bilinear;
+  void (*run)(const ScaleJob& job);
 };
 
-/// The reference: one pixel at a time.
-const ScaleKernels& PlainScaleKernels();
+/// The references: one pixel at a time.
+const ScaleKernel& PlainPointKernel();
+const ScaleKernel& PlainBilinearKernel();
 
-/// The fastest for this processor, or the one that a test forced (platform/vector_target.h).
-const ScaleKernels& SelectedScaleKernels();
+/// The fastest for this processor, or the ones that a test forced (platform/vector_target.h).
+const ScaleKernel& SelectedPointKernel();
+const ScaleKernel& SelectedBilinearKernel();
 
 }  // namespace zav

@@ -20,7 +20,7 @@ void Point(const ScaleJob& job) {
 }
 
 void PlainPoint(const ScaleJob& job) {
-  constexpr ScaleLoop kLoops[] = {Point<1>, Point<2>, Point<3>, Point<4>};
+  constexpr void (*kLoops[])(const ScaleJob&) = {Point<1>, Point<2>, Point<3>, Point<4>};
   kLoops[job.bytes - 1](job);
 }
 
@@ -51,10 +51,12 @@ void PlainBilinear(const ScaleJob& job) {
   }
 }
 
-constexpr ScaleKernels kPlain = {"plain", PlainPoint, PlainBilinear};
+constexpr ScaleKernel kPoint = {"plain", PlainPoint};
+constexpr ScaleKernel kBilinear = {"plain", PlainBilinear};
 
 }  // namespace
 
-const ScaleKernels& PlainScaleKernels() { return kPlain; }
+const ScaleKernel& PlainPointKernel() { return kPoint; }
+const ScaleKernel& PlainBilinearKernel() { return kBilinear; }
 
 }  // namespace zav
