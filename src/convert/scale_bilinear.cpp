@@ -66,6 +66,8 @@ struct FilterTable {
   int16_t* difference;  // lower row - upper row, even and odd bytes of each vector
 };
 
+constexpr size_t kVectorPixels = kVectorBytes / 4;
+
 /// Bytes of whole vectors of 4-byte pixels.
 size_t LaneBytes(size_t count) { return RoundUpTo(count * 4, kVectorBytes); }
 
@@ -104,8 +106,14 @@ void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTab
     std::memcpy(shuffle, &even, 4);
     std::memcpy(shuffle + (kReach == Reach::kFour ? kVectorBytes : 8), &odd, 4);
     std::memcpy(table.weight + 2 * i, &weight, 4);
-    // What the last vector has too many repeats the last pixel.
-    if (i + 1 < count) x += job.step_x;
+    x += job.step_x;
+    // The last vector ends with the row and repeats pixels of the one before; a row of less than a
+    // vector repeats its last pixel.
+    if (i + 1 == count / kVectorPixels * kVectorPixels && count > kVectorPixels) {
+      x = (first + static_cast<int64_t>(count - kVectorPixels)) * job.step_x;
+    } else if (i + 1 >= count && count < kVectorPixels) {
+      x -= job.step_x;
+    }
   }
 }
 
@@ -151,7 +159,7 @@ HWY_INLINE Lanes BlendAcross(const FilterTable& table, const uint8_t* row, const
 
 /// Offsets that BlendAcross takes for one vector.
 template <Reach kReach>
-constexpr size_t kVectorLoads = kVectorBytes / 4 / kPixelsOfLoad<kReach>;
+constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
 
 HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
   return hn::BitCast(Bytes(), hn::Or(lanes.even, hn::ShiftLeft<8>(lanes.odd)));
@@ -174,21 +182,24 @@ HWY_INLINE void StorePixels(hn::Vec<D> pixels, D d, uint8_t* dest) {
   }
 }
 
-/// Writes a row of `bytes` bytes; `pixels(at)` gives a vector of 4-byte pixels, in order.
+/// Writes a row; `pixels(at)` gives a vector of 4-byte pixels.
 template <size_t kBytes, class Pixels>
-HWY_INLINE void StoreRow(uint8_t* dest, size_t bytes, const Pixels& pixels) {
-  constexpr size_t kStride = kVectorBytes / 4 * kBytes;
+HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
+  constexpr size_t kStride = kVectorPixels * kBytes;
+  size_t left = count * kBytes;
   size_t at = 0;
-  for (; bytes >= kVectorBytes; bytes -= kStride, dest += kStride, at += kVectorBytes) {
+  for (; left >= kVectorBytes; left -= kStride, dest += kStride, at += kVectorBytes) {
     StorePixels<kBytes>(pixels(at), Bytes(), dest);
   }
-  for (; bytes != 0; at += kVectorBytes) {
+  while (left != 0) {
     HWY_ALIGN uint8_t tail[kVectorBytes];
-    const size_t rest = std::min(bytes, kStride);
     StorePixels<kBytes>(pixels(at), Bytes(), tail);
-    std::memcpy(dest, tail, rest);
-    bytes -= rest;
+    if (count < kVectorPixels) return static_cast<void>(std::memcpy(dest, tail, left));
+    const size_t rest = std::min(left, kStride);
+    std::memcpy(dest + rest - kStride, tail, kStride);
+    left -= rest;
     dest += rest;
+    at += kVectorBytes;
   }
 }
 
@@ -203,7 +214,7 @@ class KeptRows {
     const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
     const uint8_t* upper = Row(y >> 16, nullptr);
     if (fraction == 0) {
-      return StoreRow<kBytes>(dest, count_ * kBytes,
+      return StoreRow<kBytes>(dest, count_,
                               [=](size_t at) HWY_ATTR { return hn::Load(Bytes(), upper + at); });
     }
     const uint8_t* lower = Row((y >> 16) + 1, upper);
@@ -211,7 +222,7 @@ class KeptRows {
     const int16_t* difference = table_.difference;
     // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
     const auto weight = hn::Set(Words(), static_cast<int16_t>(fraction));
-    StoreRow<kBytes>(dest, count_ * kBytes, [=](size_t at) HWY_ATTR {
+    StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
       const Words d16;
       const Bytes d8;
       const auto even = hn::MulHigh(hn::Load(d16, difference + at), weight);
@@ -277,7 +288,7 @@ void MakeFromBoth(const ScaleJob& job, const FilterTable table, size_t count, in
   const auto load = [&](size_t at)
                         HWY_ATTR { return table.load + at / kVectorBytes * kVectorLoads<kReach>; };
   if (fraction == 0) {
-    return StoreRow<kBytes>(dest, count * kBytes, [&](size_t at) HWY_ATTR {
+    return StoreRow<kBytes>(dest, count, [&](size_t at) HWY_ATTR {
       return Join(BlendAcross<kReach>(table, upper, load(at), at));
     });
   }
@@ -287,7 +298,7 @@ void MakeFromBoth(const ScaleJob& job, const FilterTable table, size_t count, in
   const uint8_t* other_row = lower_is_base ? upper : lower;
   const auto weight =
       hn::Set(Words(), static_cast<int16_t>(lower_is_base ? fraction - 0x10000 : 0 - fraction));
-  StoreRow<kBytes>(dest, count * kBytes, [=](size_t at) HWY_ATTR {
+  StoreRow<kBytes>(dest, count, [=](size_t at) HWY_ATTR {
     const Lanes base = BlendAcross<kReach>(table, base_row, load(at), at);
     const Lanes other = BlendAcross<kReach>(table, other_row, load(at), at);
     return Join({hn::Add(base.even, hn::MulHigh(hn::Sub(base.even, other.even), weight)),

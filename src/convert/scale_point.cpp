@@ -25,8 +25,10 @@ namespace {
 
 /// How the pixels of a destination row are fetched.
 enum class Fetch {
-  kRow,        // as they stand
-  kEven,       // every second one
+  kRow,     // as they stand
+  kTwice,   // every one twice
+  kSecond,  // every second one
+  kFourth,
   kStride,     // every n-th one
   kBlock,      // 16 destination bytes from 16 source bytes
   kHalfBlock,  // 8 from 16
@@ -36,8 +38,10 @@ enum class Fetch {
 template <size_t kBytes>
 Fetch FetchFor(int64_t step) {
   if (step == kOne) return Fetch::kRow;
+  if (kBytes == 4 && step == kOne / 2) return Fetch::kTwice;
+  if (kBytes == 4 && step == 2 * kOne) return Fetch::kSecond;
+  if (kBytes == 4 && step == 4 * kOne) return Fetch::kFourth;
   if (step < kOne) return Fetch::kBlock;
-  if (step == 2 * kOne && kBytes == 4) return Fetch::kEven;
   // The first and the last pixel of 8 destination bytes are at most this far apart.
   constexpr int64_t kApart = kBytes == 3 ? 3 : 8 / int64_t{kBytes} - 1;
   const int64_t source_apart = (kApart * step + kOne - 1) >> 16;
@@ -61,10 +65,17 @@ struct PointTable {
 
 /// The shuffles for `kTaken` destination bytes to a load.
 template <size_t kBytes, size_t kTaken>
-void FillShuffles(const PointTable& table, size_t bytes, uint32_t last_load) {
+void FillShuffles(const PointTable& table, size_t count, uint32_t last_load) {
+  const size_t bytes = count * kBytes;
+  const size_t whole = bytes / kVectorBytes * kVectorBytes;
   size_t pixel = 0;
   uint32_t channel = 0;
-  for (size_t block = 0; block * kTaken < bytes; ++block) {
+  for (size_t block = 0; block * kTaken < RoundUpTo(bytes, kVectorBytes); ++block) {
+    if (whole != 0 && block * kTaken == whole) {
+      // The last vector ends with the row and repeats bytes of the one before.
+      pixel = (bytes - kVectorBytes) / kBytes;
+      channel = static_cast<uint32_t>((bytes - kVectorBytes) % kBytes);
+    }
     const size_t slot = kTaken == kBlock ? block : AlternatingSlot(block);
     // Where the block starts within a pixel that the next one repeats, that is the first byte.
     const uint32_t start = channel == 0
@@ -100,15 +111,14 @@ void FillPointTable(const ScaleJob& job, Fetch fetch, int64_t first, size_t coun
     table.pixel[i] = static_cast<uint32_t>(x >> 16) * uint32_t{kBytes};
   }
   if (fetch == Fetch::kPixel) return;
-  // Whole vectors: what the last one has too many repeats the last pixel.
-  const size_t bytes = RoundUpTo(count * kBytes, kVectorBytes);
-  std::fill(table.pixel + count, table.pixel + (bytes + kBytes - 1) / kBytes,
+  // A row of less than a vector is filled up with its last pixel.
+  std::fill(table.pixel + count, table.pixel + std::max(count, kVectorBytes),
             table.pixel[count - 1]);
   const auto last_load = static_cast<uint32_t>(RowBytes(job) - kBlock);
   if (fetch == Fetch::kBlock) {
-    FillShuffles<kBytes, kBlock>(table, bytes, last_load);
+    FillShuffles<kBytes, kBlock>(table, count, last_load);
   } else {
-    FillShuffles<kBytes, kBlock / 2>(table, bytes, last_load);
+    FillShuffles<kBytes, kBlock / 2>(table, count, last_load);
   }
 }
 
@@ -138,9 +148,11 @@ void PointBlocks(const PointTable& table, const uint8_t* row, uint8_t* dest, siz
     hn::StoreU(PointVector<kFetch>(table, row, at), d, dest + at);
   }
   if (at == bytes) return;
+  const auto last = PointVector<kFetch>(table, row, at);
+  if (at != 0) return hn::StoreU(last, d, dest + bytes - kVectorBytes);
   HWY_ALIGN uint8_t tail[kVectorBytes];
-  hn::Store(PointVector<kFetch>(table, row, at), d, tail);
-  std::memcpy(dest + at, tail, bytes - at);
+  hn::Store(last, d, tail);
+  std::memcpy(dest, tail, bytes);
 }
 
 /// Copies pixels that lie `stride` bytes apart.
@@ -155,19 +167,45 @@ void PointStride(const uint8_t* from, size_t stride, uint8_t* dest, size_t count
   for (; count != 0; --count, from += stride, dest += kBytes) std::memcpy(dest, from, kBytes);
 }
 
-/// Every second 4-byte pixel.
-void PointEven(const uint8_t* from, uint8_t* dest, size_t count) {
+using Pixels = hn::Repartition<uint32_t, Bytes>;
+
+HWY_INLINE hn::Vec<Pixels> LoadPixels(const uint8_t* from) {
+  return hn::BitCast(Pixels(), hn::LoadU(Bytes(), from));
+}
+
+HWY_INLINE hn::Vec<Pixels> EvenPixels(const uint8_t* from) {
+  return hn::ConcatEven(Pixels(), LoadPixels(from + kVectorBytes), LoadPixels(from));
+}
+
+/// Every second or fourth 4-byte pixel. The row holds that many for each, also for the last.
+template <size_t kStride>
+void PointEvery(const uint8_t* from, uint8_t* dest, size_t count) {
+  constexpr size_t kVectorPixels = kVectorBytes / 4;
+  const auto group = [](const uint8_t* first) HWY_ATTR {
+    if constexpr (kStride == 2) return EvenPixels(first);
+    return hn::ConcatEven(Pixels(), EvenPixels(first + 2 * kVectorBytes), EvenPixels(first));
+  };
+  const auto store = [&](size_t i) HWY_ATTR {
+    hn::StoreU(hn::BitCast(Bytes(), group(from + i * 4 * kStride)), Bytes(), dest + i * 4);
+  };
+  if (count < kVectorPixels) return PointStride<4>(from, 4 * kStride, dest, count);
+  for (size_t i = 0; i + kVectorPixels <= count; i += kVectorPixels) store(i);
+  if (count % kVectorPixels != 0) store(count - kVectorPixels);
+}
+
+/// Every 4-byte pixel twice.
+void PointTwice(const uint8_t* from, uint8_t* dest, size_t count) {
   const Bytes d;
-  const hn::Repartition<uint32_t, Bytes> d32;
-  // The last source pixel to take may be the row's last: short of it by one whole vector.
-  for (; count > kVectorBytes / 4; count -= kVectorBytes / 4) {
-    const auto low = hn::BitCast(d32, hn::LoadU(d, from));
-    const auto high = hn::BitCast(d32, hn::LoadU(d, from + kVectorBytes));
-    hn::StoreU(hn::BitCast(d, hn::ConcatEven(d32, high, low)), d, dest);
-    from += 2 * kVectorBytes;
-    dest += kVectorBytes;
+  const hn::Repartition<uint64_t, Bytes> d64;
+  const hn::Half<Pixels> half;
+  constexpr size_t kVectorPixels = kVectorBytes / 4;
+  size_t i = 0;
+  for (; i + kVectorPixels <= count; i += kVectorPixels) {
+    const auto bytes = hn::LoadU(hn::Half<Bytes>(), from + i * 2);
+    const auto pixels = hn::PromoteTo(d64, hn::BitCast(half, bytes));
+    hn::StoreU(hn::BitCast(d, hn::Or(pixels, hn::ShiftLeft<32>(pixels))), d, dest + i * 4);
   }
-  PointStride<4>(from, 8, dest, count);
+  for (; i < count; ++i) std::memcpy(dest + i * 4, from + i / 2 * 4, 4);
 }
 
 template <size_t kBytes>
@@ -189,7 +227,8 @@ void PointTile(const ScaleJob& job, Fetch fetch, const PointTable& table, int64_
       fetch == Fetch::kBlock || fetch == Fetch::kHalfBlock || fetch == Fetch::kPixel;
   if (by_table) FillPointTable<kBytes>(job, fetch, first, count, table);
   const auto stride = static_cast<size_t>(job.step_x >> 16) * kBytes;
-  const size_t start = static_cast<size_t>(first) * stride;  // where the step is whole
+  // Where the step is whole, or one half: tiles start at even columns.
+  const size_t start = static_cast<size_t>(first * job.step_x >> 16) * kBytes;
   SourceRow source;
   uint8_t* dest = job.dest + first * int64_t{kBytes};
   int64_t made = -1;  // the source row of the destination row above
@@ -205,8 +244,14 @@ void PointTile(const ScaleJob& job, Fetch fetch, const PointTable& table, int64_
       case Fetch::kRow:
         std::memcpy(dest, row + start, count * kBytes);
         break;
-      case Fetch::kEven:
-        PointEven(row + start, dest, count);
+      case Fetch::kTwice:
+        PointTwice(row + start, dest, count);
+        break;
+      case Fetch::kSecond:
+        PointEvery<2>(row + start, dest, count);
+        break;
+      case Fetch::kFourth:
+        PointEvery<4>(row + start, dest, count);
         break;
       case Fetch::kStride:
         PointStride<kBytes>(row + start, stride, dest, count);
