@@ -30,10 +30,19 @@ void Resample(const ZAV_CONVERTER& scaling, bool filter) {
   }
 }
 
-/// Whether the destination has a buffer that takes pixels of this format as they are.
-bool HasBufferFor(int32_t format, const ZAV_SURFACE& dest) {
-  return dest.pixels != nullptr && dest.format == format &&
-         dest.pitch >= int64_t{dest.width} * BytesPerPixel(format) && ImageBytes(dest) <= kMaxBytes;
+bool Overlap(const ZAV_SURFACE& a, const ZAV_SURFACE& b) {
+  const auto first = [](const ZAV_SURFACE& s) { return reinterpret_cast<uintptr_t>(s.pixels); };
+  const auto end = [&](const ZAV_SURFACE& s) {
+    return first(s) + static_cast<uintptr_t>(ImageBytes(s));
+  };
+  return first(a) < end(b) && first(b) < end(a);
+}
+
+/// Whether the destination has a buffer that takes the source's pixels as they are.
+bool CanScaleInto(const ZAV_SURFACE& dest, const ZAV_SURFACE& source) {
+  return dest.pixels != nullptr && dest.format == source.format &&
+         dest.pitch >= int64_t{dest.width} * BytesPerPixel(source.format) &&
+         ImageBytes(dest) <= kMaxBytes && !Overlap(dest, source);
 }
 
 /// Scales straight into the buffer that the host supplied.
@@ -43,7 +52,7 @@ bool ScaleIntoBuffer(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filt
   dest.bytes_per_pixel = BytesPerPixel(dest.format);
   scaling.dest = Borrow(dest);
   Resample(scaling, filter);
-  if (dest.palette != nullptr && scaling.source.palette != nullptr &&
+  if (IsPalettized(dest.format) && scaling.source.palette != nullptr &&
       dest.palette != scaling.source.palette) {
     FastCopy(dest.palette, scaling.source.palette, ZAV_PALETTE_BYTES);
   }
@@ -86,7 +95,7 @@ bool ResizeSurface(ZAV_CONVERTER& converter) {
       format.family == FormatRow::Family::kDxt || (filter && format.bytes_per_pixel < 3);
   if (through_bgra32 && !SourceToBgra32(scaling)) return false;
 
-  const bool scaled = HasBufferFor(scaling.source.format, dest)
+  const bool scaled = CanScaleInto(dest, scaling.source)
                           ? ScaleIntoBuffer(scaling, converter, filter)
                           : ScaleAndConvert(scaling, converter, filter);
   if (!scaled) return false;
