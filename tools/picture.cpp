@@ -1,0 +1,102 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "picture.h"
+
+#include <fmt/core.h>
+
+#include <new>
+#include <utility>
+
+#include "error.h"
+#include "formats.h"
+
+namespace zav::tool {
+namespace {
+
+/// Takes the destination out of an image whose operation has succeeded.
+Picture TakeDestination(Image& image) {
+  ZAV_DETACH(image.get());
+  Picture picture;
+  picture.definition = std::exchange(image->dest, ZAV_GFXDEF{});
+  picture.pixels.reset(picture.definition.pixels);
+  picture.palette.reset(picture.definition.palette);
+  return picture;
+}
+
+Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const Wanted& wanted) {
+  const std::string_view from = FormatOf(source.format).name;
+  const std::string_view to = FormatOf(wanted.format).name;
+  const bool resized = wanted.width != 0 || wanted.height != 0;
+  std::string what = fmt::format("{} cannot be converted to {}", from, to);
+  if (IsCopyOnly(source.format) || IsCopyOnly(wanted.format)) {
+    what = fmt::format("{} is only copied: {} x {} {} cannot become {}",
+                       IsCopyOnly(source.format) ? from : to, source.width, source.height, from,
+                       resized ? fmt::format("{} x {} {}", wanted.width, wanted.height, to) : to);
+  } else if (resized) {
+    what = fmt::format("{} x {} {} cannot be converted to {} x {} {}", source.width, source.height,
+                       from, wanted.width, wanted.height, to);
+  }
+  return Error(ErrorKind::kNotSupported, subject, what);
+}
+
+}  // namespace
+
+Image::Image() {
+  ZAV_INIT(&image_);
+  if (image_.converter == nullptr) throw std::bad_alloc();
+}
+
+Picture Decode(const std::string& subject, const std::string& name,
+               std::vector<unsigned char>& bytes) {
+  Image image;
+  const long size = static_cast<long>(bytes.size());
+  if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
+    throw Error(ErrorKind::kBadFile, subject, "cannot be read: the library refuses its contents");
+  }
+  // Only a destination can be detached. Asking for the format that the source has hands its buffer
+  // over without copying.
+  image->dest.format = image->source.format;
+  if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
+  return TakeDestination(image);
+}
+
+Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {
+  Image image;
+  image->source = source.definition;
+  image->dest.format = wanted.format != 0 ? wanted.format : source.definition.format;
+  image->dest.width = wanted.width;
+  image->dest.height = wanted.height;
+  if (IsCustom(image->dest.format)) {
+    const bool keep = wanted.format == 0;
+    image->dest.alpha_mask = keep ? source.definition.alpha_mask : wanted.masks[0];
+    image->dest.red_mask = keep ? source.definition.red_mask : wanted.masks[1];
+    image->dest.green_mask = keep ? source.definition.green_mask : wanted.masks[2];
+    image->dest.blue_mask = keep ? source.definition.blue_mask : wanted.masks[3];
+  }
+  if (wanted.bilinear) ZAV_SETENV(image.get(), ZAV_ENV_FILTER);
+  if (ZAV_CONVERT_RAW(image.get()) != 1) {
+    Wanted asked = wanted;
+    asked.format = image->dest.format;
+    throw CannotConvert(subject, source.definition, asked);
+  }
+  return TakeDestination(image);
+}
+
+Picture Convert(const std::string& subject, const Picture& source, int32_t format) {
+  Wanted wanted;
+  wanted.format = format;
+  return Convert(subject, source, wanted);
+}
+
+Picture MipLevel(const std::string& subject, const Picture& source) {
+  Image image;
+  image->source = source.definition;
+  if (ZAV_GEN_MIPMAPLEVEL(image.get()) != 1) {
+    throw Error(
+        ErrorKind::kNotSupported, subject,
+        fmt::format("no mip level can be made from {}", FormatOf(source.definition.format).name));
+  }
+  return TakeDestination(image);
+}
+
+}  // namespace zav::tool
