@@ -88,9 +88,11 @@ void CheckHolds(const FileType& type, int32_t format, const std::string& path) {
       fmt::format("a {} file cannot hold {}; it holds {}", type.name, FormatOf(format).name, held));
 }
 
-Picture ReadPicture(const std::string& path) {
-  std::string storage;
-  return TypeOf(path).read(path, storage);
+Picture ReadPicture(const std::string& path, std::string* storage) {
+  // What is not there is missed under any name: the ending comes second.
+  CheckReadable(path);
+  std::string ignored;
+  return TypeOf(path).read(path, storage != nullptr ? *storage : ignored);
 }
 
 void WritePicture(const Picture& picture, const std::string& path) {

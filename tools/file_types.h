@@ -37,7 +37,8 @@ int32_t DefaultFormat(const FileType& type, const ZAV_GFXDEF& definition);
 /// Fails when `type` cannot hold `format`.
 void CheckHolds(const FileType& type, int32_t format, const std::string& path);
 
-Picture ReadPicture(const std::string& path);
+/// Reads a picture with the reader of its type.
+Picture ReadPicture(const std::string& path, std::string* storage = nullptr);
 
 /// Writes the picture, whose format the type holds, whole or not at all.
 void WritePicture(const Picture& picture, const std::string& path);

@@ -33,9 +33,8 @@ struct Facts {
 Facts Look(const std::string& file) {
   Facts facts;
   facts.file = file;
-  const FileType& type = TypeOf(file);
-  facts.type = type.name;
-  facts.definition = type.read(file, facts.storage).definition;
+  facts.definition = ReadPicture(file, &facts.storage).definition;
+  facts.type = TypeOf(file).name;
   std::error_code ignored;
   facts.bytes = std::filesystem::file_size(file, ignored);
   return facts;
