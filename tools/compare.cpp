@@ -94,6 +94,10 @@ void PrintJson(const Options& options, const ZAV_GFXDEF& a, const ZAV_GFXDEF& b,
   fmt::print("{}\n", result.dump(2, ' ', false, Json::error_handler_t::replace));
 }
 
+std::string PsnrText(double psnr) {
+  return std::isfinite(psnr) ? fmt::format("{:.2f} dB", psnr) : "equal";
+}
+
 void Print(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b, const Difference* difference) {
   const auto differ = StyleOn(stdout, fg(fmt::terminal_color::yellow));
   if (difference == nullptr) {
@@ -107,11 +111,12 @@ void Print(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b, const Difference* differenc
     return;
   }
   fmt::print(differ, "different");
-  fmt::print(": {} of {} pixels, colours {:.2f} dB\n", difference->differing, difference->pixels,
-             ColourPsnr(*difference));
+  fmt::print(": {} of {} pixels, colours {}\n", difference->differing, difference->pixels,
+             PsnrText(ColourPsnr(*difference)));
   for (const Channel& channel : difference->channels) {
-    fmt::print("  {:<6}{:>8.2f} dB, greatest difference {:>3}, {} pixels\n", channel.name,
-               Psnr(channel.squares, difference->pixels), channel.greatest, channel.differing);
+    fmt::print("  {:<6} {:>9}, greatest difference {:>3}, {} pixels\n", channel.name,
+               PsnrText(Psnr(channel.squares, difference->pixels)), channel.greatest,
+               channel.differing);
   }
 }
 
