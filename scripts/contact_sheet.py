@@ -2,7 +2,7 @@
 # SPDX-License-Identifier: MIT
 """contact_sheet.py OUT.png ENTRY...: pictures with labels on one PNG.
 
-An entry is '# heading' or 'PICTURE.raw|label|second label'; the pictures are rgba32 pixels as
+An entry is '# heading' or 'PICTURE.raw|label|fainter label'; the pictures are rgba32 pixels as
 `zav convert` writes them, with their JSON file. A checkerboard shows through where they are
 transparent.
 """
@@ -11,7 +11,7 @@ import struct
 import sys
 import zlib
 
-WIDTH, MARGIN, GAP = 1440, 28, 22
+WIDTH, MARGIN, GAP = 1760, 28, 22
 PAPER, INK, FAINT, ACCENT = (28, 31, 38), (232, 234, 238), (146, 154, 168), (242, 177, 52)
 CHECKS = ((92, 96, 104), (124, 128, 136))
 
@@ -20,11 +20,11 @@ GLYPHS = {
     "0": "3e5149453e", "1": "00427f4000", "2": "4261514946", "3": "2141454b31", "4": "1814127f10",
     "5": "2745454539", "6": "3c4a494930", "7": "0171090503", "8": "3649494936", "9": "064949291e",
     "a": "2054545478", "b": "7f48444438", "c": "3844444420", "d": "384444487f", "e": "3854545418",
-    "f": "087e090102", "g": "0c5252523e", "h": "7f08040478", "i": "00447d4000", "j": "2040443d00",
+    "f": "087e090102", "g": "18a4a4a47c", "h": "7f08040478", "i": "00447d4000", "j": "4080847d00",
     "k": "7f10284400", "l": "00417f4000", "m": "7c04180478", "n": "7c08040478", "o": "3844444438",
-    "p": "7c14141408", "q": "081414187c", "r": "7c08040408", "s": "4854545420", "t": "043f444020",
-    "u": "3c4040207c", "v": "1c2040201c", "w": "3c4030403c", "x": "4428102844", "y": "0c5050503c",
-    "z": "4464544c44", ".": "0060600000", ",": "0050300000", ":": "0036360000", "-": "0808080808",
+    "p": "fc18242418", "q": "18242418fc", "r": "7c08040408", "s": "4854545420", "t": "043f444020",
+    "u": "3c4040207c", "v": "1c2040201c", "w": "3c4030403c", "x": "4428102844", "y": "1ca0a0a07c",
+    "z": "4464544c44", ".": "0060600000", ",": "00a0600000", ":": "0036360000", "-": "0808080808",
     "_": "4040404040", "+": "08083e0808", "%": "2313086462", "/": "2010080402", "(": "001c224100",
     ")": "0041221c00", " ": "0000000000",
 }
@@ -95,14 +95,13 @@ def main(target, entries):
             continue
         path, label, second = entry.split("|")
         width, height, pixels = load(path)
-        second = second or f"{width} x {height}"
-        cell = max(width, 6 * len(label), 6 * len(second))
+        cell = max(width, 12 * len(label), 12 * len(second))
         if x + cell > WIDTH - MARGIN and x > MARGIN:
             x, y = MARGIN, bottom + GAP
         sheet.picture(x, y, width, height, pixels)
-        sheet.text(x, y + height + 8, label, INK, 1)
-        sheet.text(x, y + height + 20, second, FAINT, 1)
-        x, bottom = x + cell + GAP, max(bottom, y + height + 30)
+        sheet.text(x, y + height + 8, label, INK, 2)
+        sheet.text(x, y + height + 28, second, FAINT, 2)
+        x, bottom = x + cell + GAP, max(bottom, y + height + (46 if second else 26))
     sheet.reach(bottom + MARGIN)
     with open(target, "wb") as file:
         file.write(sheet.png())

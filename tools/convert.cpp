@@ -52,7 +52,7 @@ void ParseMasks(const Options& options, Wanted& wanted) {
     throw Usage("--masks goes with --format custom16_1 and custom16_2");
   }
   int end = 0;
-  uint32_t* masks = wanted.masks;
+  Masks& masks = wanted.masks;
   if (std::sscanf(options.masks.c_str(), "%x,%x,%x,%x%n", &masks[0], &masks[1], &masks[2],
                   &masks[3], &end) != 4 ||
       options.masks.size() != static_cast<size_t>(end) ||

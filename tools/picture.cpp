@@ -23,6 +23,17 @@ Picture TakeDestination(Image& image) {
   return picture;
 }
 
+Masks MasksOf(const ZAV_GFXDEF& definition) {
+  return {definition.alpha_mask, definition.red_mask, definition.green_mask, definition.blue_mask};
+}
+
+void SetMasks(ZAV_GFXDEF& definition, const Masks& masks) {
+  definition.alpha_mask = masks[0];
+  definition.red_mask = masks[1];
+  definition.green_mask = masks[2];
+  definition.blue_mask = masks[3];
+}
+
 Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const Wanted& wanted) {
   const std::string_view from = FormatOf(source.format).name;
   const std::string_view to = FormatOf(wanted.format).name;
@@ -61,17 +72,18 @@ Picture Decode(const std::string& subject, const std::string& name,
 }
 
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {
+  // One code stands for many layouts. The library copies what has the same code.
+  if (wanted.format == source.definition.format && IsCustom(wanted.format) &&
+      wanted.masks != MasksOf(source.definition)) {
+    return Convert(subject, Convert(subject, source, ZAV_FMT_BGRA32), wanted);
+  }
   Image image;
   image->source = source.definition;
   image->dest.format = wanted.format != 0 ? wanted.format : source.definition.format;
   image->dest.width = wanted.width;
   image->dest.height = wanted.height;
   if (IsCustom(image->dest.format)) {
-    const bool keep = wanted.format == 0;
-    image->dest.alpha_mask = keep ? source.definition.alpha_mask : wanted.masks[0];
-    image->dest.red_mask = keep ? source.definition.red_mask : wanted.masks[1];
-    image->dest.green_mask = keep ? source.definition.green_mask : wanted.masks[2];
-    image->dest.blue_mask = keep ? source.definition.blue_mask : wanted.masks[3];
+    SetMasks(image->dest, wanted.format != 0 ? wanted.masks : MasksOf(source.definition));
   }
   if (wanted.bilinear) ZAV_SETENV(image.get(), ZAV_ENV_FILTER);
   if (ZAV_CONVERT_RAW(image.get()) != 1) {

@@ -5,6 +5,7 @@
 
 #include <zav.h>
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -40,12 +41,15 @@ struct Picture {
   Buffer palette;
 };
 
+/// Bits of a 16-bit pixel: alpha, red, green, blue.
+using Masks = std::array<uint32_t, 4>;
+
 /// What a conversion shall give. Format 0 and size 0 x 0 keep the source's.
 struct Wanted {
   int32_t format = 0;
   int32_t width = 0;
   int32_t height = 0;
-  uint32_t masks[4] = {};  // alpha, red, green, blue; custom layouts only
+  Masks masks = {};  // of a custom layout
   bool bilinear = false;
 };
 

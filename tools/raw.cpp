@@ -117,7 +117,7 @@ Picture ReadRaw(const std::string& path) {
                 fmt::format("gives a pitch of {} to rows of {} bytes", definition.pitch, least));
   }
   definition.pixels = bytes.data();
-  return Convert(path, borrowed, definition.format);  // a copy that owns its buffers
+  return Convert(path, borrowed, Wanted{});  // a copy that owns its buffers
 }
 
 void WriteRaw(const Picture& picture, const std::string& path) {
