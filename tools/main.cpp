@@ -29,7 +29,7 @@ constexpr char kExitCodes[] =
 int Dispatch(int argc, char** argv) {
   CLI::App app("ZAV: pictures into the forms that a renderer uploads.", "zav");
   app.set_version_flag("--version", "zav " ZAV_VERSION_STRING);
-  app.require_subcommand(1);
+  app.require_subcommand(0, 1);  // none is found out below: so a misspelt one is named first
   app.footer([] { return FormatHelp() + "\n" + kExitCodes; });
   int exit_code = 0;
   AddConvert(app, exit_code);
@@ -44,6 +44,9 @@ int Dispatch(int argc, char** argv) {
   } catch (const CLI::ParseError& error) {
     throw Error(ErrorKind::kUsage, "",
                 fmt::format("{} (zav --help shows the usage)", error.what()));
+  }
+  if (app.get_subcommands().empty()) {
+    throw Error(ErrorKind::kUsage, "", "a command is required (zav --help lists them)");
   }
   return exit_code;
 }
