@@ -1,0 +1,25 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#ifndef ZAV_TOOLS_COMMANDS_H_
+#define ZAV_TOOLS_COMMANDS_H_
+
+#include <CLI/CLI.hpp>
+
+#include "error.h"
+
+namespace zav::tool {
+
+/// Each adds one command to the application. A command that ends well leaves `exit_code` at 0 or
+/// sets what it has to say by it; any other end is an Error.
+void AddConvert(CLI::App& app, int& exit_code);
+void AddInfo(CLI::App& app, int& exit_code);
+void AddMip(CLI::App& app, int& exit_code);
+void AddPalette(CLI::App& app, int& exit_code);
+void AddCompare(CLI::App& app, int& exit_code);
+
+/// Prints "zav: SUBJECT: what" on stderr.
+void Report(const Error& error);
+
+}  // namespace zav::tool
+
+#endif  // ZAV_TOOLS_COMMANDS_H_

@@ -1,0 +1,104 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "file_types.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cctype>
+
+#include "error.h"
+#include "formats.h"
+#include "input.h"
+#include "inspect.h"
+#include "raw.h"
+#include "save.h"
+
+namespace zav::tool {
+namespace {
+
+Picture ReadBmp(const std::string& path, std::string& storage) {
+  std::vector<unsigned char> bytes = LoadFile(path);
+  storage = InspectBmp(path, bytes);
+  return Decode(path, ".bmp", bytes);
+}
+
+Picture ReadTarga(const std::string& path, std::string& storage) {
+  std::vector<unsigned char> bytes = LoadFile(path);
+  storage = InspectTarga(path, bytes);
+  return Decode(path, ".tga", bytes);
+}
+
+Picture ReadRawPicture(const std::string& path, std::string& storage) {
+  storage = "as in memory";
+  return ReadRaw(path);
+}
+
+void WriteRawPicture(const FileType&, const Picture& picture, const std::string& path) {
+  WriteRaw(picture, path);
+}
+
+constexpr Stored kBmpStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_BMP8}, {ZAV_FMT_BGR24, ZAV_SAVE_BMP24}};
+constexpr Stored kTargaStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_TGA8},
+                                   {ZAV_FMT_RGB555, ZAV_SAVE_TGA16},
+                                   {ZAV_FMT_BGR24, ZAV_SAVE_TGA24},
+                                   {ZAV_FMT_BGRA32, ZAV_SAVE_TGA32}};
+
+constexpr FileType kTypes[] = {
+    {"bmp", "BMP", ReadBmp, SaveWithLibrary, kBmpStored},
+    {"tga", "Targa", ReadTarga, SaveWithLibrary, kTargaStored},
+    {"raw", "raw pixels", ReadRawPicture, WriteRawPicture, {}},
+};
+
+bool Holds(const FileType& type, int32_t format) {
+  return type.stored.empty() || std::ranges::any_of(type.stored, [=](const Stored& stored) {
+           return stored.format == format;
+         });
+}
+
+}  // namespace
+
+const FileType& TypeOf(const std::string& path) {
+  const size_t dot = path.find_last_of("./");
+  std::string ending = dot == path.npos || path[dot] == '/' ? "" : path.substr(dot + 1);
+  for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  std::string known;
+  for (const FileType& type : kTypes) {
+    if (type.ending == ending) return type;
+    known += fmt::format("{}{}", known.empty() ? "" : ", ", type.ending);
+  }
+  throw Error(ErrorKind::kNotSupported, path,
+              fmt::format("has an unknown ending; known are {}", known));
+}
+
+int32_t DefaultFormat(const FileType& type, const ZAV_GFXDEF& definition) {
+  if (type.stored.empty()) return definition.format;
+  if (IsPalettized(definition.format)) return ZAV_FMT_PAL8;
+  return HasAlpha(definition) && Holds(type, ZAV_FMT_BGRA32) ? ZAV_FMT_BGRA32 : ZAV_FMT_BGR24;
+}
+
+void CheckHolds(const FileType& type, int32_t format, const std::string& path) {
+  if (Holds(type, format)) return;
+  std::string held;
+  for (const Stored& stored : type.stored) {
+    held += fmt::format("{}{}", held.empty() ? "" : ", ", FormatOf(stored.format).name);
+  }
+  throw Error(
+      ErrorKind::kNotSupported, path,
+      fmt::format("a {} file cannot hold {}; it holds {}", type.name, FormatOf(format).name, held));
+}
+
+Picture ReadPicture(const std::string& path, std::string* storage) {
+  // What is not there is missed under any name: the ending comes second.
+  CheckReadable(path);
+  std::string ignored;
+  return TypeOf(path).read(path, storage != nullptr ? *storage : ignored);
+}
+
+void WritePicture(const Picture& picture, const std::string& path) {
+  const FileType& type = TypeOf(path);
+  CheckHolds(type, picture.definition.format, path);
+  type.write(type, picture, path);
+}
+
+}  // namespace zav::tool

@@ -1,0 +1,55 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "input.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+
+#include "error.h"
+#include "file_descriptor.h"
+
+namespace zav::tool {
+namespace {
+
+void CheckKind(const std::string& path, const struct stat& status) {
+  if (S_ISDIR(status.st_mode)) throw SystemError(path, EISDIR);
+  // A device may never end.
+  if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
+    throw Error(ErrorKind::kInputOutput, path, "is not a regular file");
+  }
+}
+
+}  // namespace
+
+void CheckReadable(const std::string& path) {
+  struct stat status = {};
+  if (::stat(path.c_str(), &status) != 0) throw SystemError(path);
+  CheckKind(path, status);
+  if (::access(path.c_str(), R_OK) != 0) throw SystemError(path);
+}
+
+std::vector<unsigned char> LoadFile(const std::string& path) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status = {};
+  if (file.get() < 0 || ::fstat(file.get(), &status) != 0) throw SystemError(path);
+  CheckKind(path, status);
+
+  constexpr size_t kStep = 1 << 16;
+  std::vector<unsigned char> bytes(static_cast<size_t>(status.st_size) + 1);
+  size_t length = 0;
+  for (;;) {
+    if (length == bytes.size()) bytes.resize(length + std::max(length / 2, kStep));
+    const ssize_t got = ::read(file.get(), bytes.data() + length, bytes.size() - length);
+    if (got == 0) break;
+    if (got > 0) length += static_cast<size_t>(got);
+    if (got < 0 && errno != EINTR) throw SystemError(path);
+  }
+  bytes.resize(length);
+  if (bytes.empty()) throw Error(ErrorKind::kBadFile, path, "is empty");
+  return bytes;
+}
+
+}  // namespace zav::tool

@@ -1,0 +1,139 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "inspect.h"
+
+#include <fmt/core.h>
+
+#include <cstdint>
+
+#include "error.h"
+
+namespace zav::tool {
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+int64_t Word(const Bytes& bytes, size_t at) { return bytes[at] | bytes[at + 1] << 8; }
+
+int64_t SignedLong(const Bytes& bytes, size_t at) {
+  return static_cast<int32_t>(Word(bytes, at) | Word(bytes, at + 2) << 16);
+}
+
+Error NotSupported(const std::string& path, const std::string& what) {
+  return Error(ErrorKind::kNotSupported, path, what);
+}
+
+Error BadFile(const std::string& path, const std::string& what) {
+  return Error(ErrorKind::kBadFile, path, what);
+}
+
+Error CutOff(const std::string& path, size_t size, int64_t needed) {
+  return BadFile(path, fmt::format("is cut off: {} bytes of at least {}", size, needed));
+}
+
+/// The end of a run-length stream of `pixels` pixels, or -1 when it ends early.
+int64_t RunLengthEnd(const Bytes& bytes, int64_t position, int64_t pixels, int64_t pixel_size) {
+  const int64_t size = static_cast<int64_t>(bytes.size());
+  while (pixels > 0) {
+    if (position >= size) return -1;
+    const int64_t header = bytes[static_cast<size_t>(position)];
+    const int64_t count = (header & 127) + 1;
+    position += 1 + (header >= 128 ? 1 : count) * pixel_size;
+    if (position > size) return -1;
+    pixels -= count;
+  }
+  return position;
+}
+
+}  // namespace
+
+std::string InspectBmp(const std::string& path, const Bytes& bytes) {
+  constexpr size_t kHeader = 54;
+  if (bytes.size() < 2 || bytes[0] != 'B' || bytes[1] != 'M') {
+    throw BadFile(path, "is not a BMP file: it does not begin with BM");
+  }
+  if (bytes.size() < kHeader) throw CutOff(path, bytes.size(), kHeader);
+
+  const int64_t header = SignedLong(bytes, 14);
+  const int64_t width = SignedLong(bytes, 18);
+  const int64_t height = SignedLong(bytes, 22);
+  const int64_t bits = Word(bytes, 28);
+  const int64_t compression = SignedLong(bytes, 30);
+  const int64_t colours = SignedLong(bytes, 46);
+  if (header != 40) {
+    throw NotSupported(
+        path, fmt::format("has a BMP header of {} bytes; only the one of 40 is read", header));
+  }
+  if (width <= 0 || height == 0) {
+    throw BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
+  }
+  if (height < 0) throw NotSupported(path, "stores its rows top-down, which is not read");
+  if (compression != 0) {
+    throw NotSupported(
+        path, fmt::format("is compressed (method {}), which is not read in BMP", compression));
+  }
+  if (bits != 1 && bits != 8 && bits != 16 && bits != 24) {
+    throw NotSupported(
+        path, fmt::format("has {} bits per pixel; BMP is read with 1, 8, 16 and 24", bits));
+  }
+  const int64_t palette = bits == 1                        ? 2
+                          : bits > 8                       ? 0
+                          : colours >= 1 && colours <= 256 ? colours
+                                                           : 256;
+  const int64_t pixels_at = static_cast<int64_t>(kHeader) + 4 * palette;
+  if (SignedLong(bytes, 10) != pixels_at) {
+    throw NotSupported(path, fmt::format("has its pixels at byte {} instead of {}",
+                                         SignedLong(bytes, 10), pixels_at));
+  }
+  const int64_t needed = pixels_at + (width * bits + 31) / 32 * 4 * height;
+  if (static_cast<int64_t>(bytes.size()) < needed) throw CutOff(path, bytes.size(), needed);
+  return fmt::format("{}-bit", bits);
+}
+
+std::string InspectTarga(const std::string& path, const Bytes& bytes) {
+  constexpr int64_t kHeader = 18;
+  const int64_t size = static_cast<int64_t>(bytes.size());
+  if (size < kHeader) throw CutOff(path, bytes.size(), kHeader);
+
+  const int type = bytes[2];
+  const int map_type = bytes[1];
+  const int64_t map_length = Word(bytes, 5);
+  const int map_bits = bytes[7];
+  const int64_t width = Word(bytes, 12);
+  const int64_t height = Word(bytes, 14);
+  const int depth = bytes[16];
+  if (type == 3 || type == 11 || type == 32 || type == 33) {
+    throw NotSupported(path,
+                       fmt::format("is a Targa file of type {}; read are 1, 2, 9 and 10", type));
+  }
+  const bool known = type == 1 || type == 2 || type == 9 || type == 10;
+  if (!known || map_type > 1) throw BadFile(path, "is not a Targa file: its header makes no sense");
+  if (depth != 8 && depth != 16 && depth != 24 && depth != 32) {
+    throw NotSupported(
+        path, fmt::format("has {} bits per pixel; Targa is read with 8, 16, 24 and 32", depth));
+  }
+  if (width == 0 || height == 0) {
+    throw BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
+  }
+  const bool mapped = depth == 8;
+  if (map_length > 0 && (!mapped || (map_bits != 16 && map_bits != 24))) {
+    throw NotSupported(
+        path, fmt::format("has a colour map of {} bits an entry beside {}-bit pixels; read "
+                          "are 16 and 24 beside 8",
+                          map_bits, depth));
+  }
+
+  const int64_t pixels_at = kHeader + bytes[0] + (mapped ? map_length * (map_bits / 8) : 0);
+  const int64_t pixel_size = depth / 8;
+  const bool run_length = type >= 9;
+  if (!run_length) {
+    const int64_t needed = pixels_at + width * height * pixel_size;
+    if (size < needed) throw CutOff(path, bytes.size(), needed);
+  } else if (RunLengthEnd(bytes, pixels_at, width * height, pixel_size) < 0) {
+    throw BadFile(
+        path, fmt::format("is cut off: {} bytes do not hold {} x {} pixels", size, width, height));
+  }
+  return fmt::format("{}-bit{}", depth, run_length ? ", run-length" : "");
+}
+
+}  // namespace zav::tool

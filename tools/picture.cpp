@@ -1,0 +1,114 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "picture.h"
+
+#include <fmt/core.h>
+
+#include <new>
+#include <utility>
+
+#include "error.h"
+#include "formats.h"
+
+namespace zav::tool {
+namespace {
+
+/// Takes the destination out of an image whose operation has succeeded.
+Picture TakeDestination(Image& image) {
+  ZAV_DETACH(image.get());
+  Picture picture;
+  picture.definition = std::exchange(image->dest, ZAV_GFXDEF{});
+  picture.pixels.reset(picture.definition.pixels);
+  picture.palette.reset(picture.definition.palette);
+  return picture;
+}
+
+Masks MasksOf(const ZAV_GFXDEF& definition) {
+  return {definition.alpha_mask, definition.red_mask, definition.green_mask, definition.blue_mask};
+}
+
+void SetMasks(ZAV_GFXDEF& definition, const Masks& masks) {
+  definition.alpha_mask = masks[0];
+  definition.red_mask = masks[1];
+  definition.green_mask = masks[2];
+  definition.blue_mask = masks[3];
+}
+
+Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const Wanted& wanted) {
+  const std::string_view from = FormatOf(source.format).name;
+  const std::string_view to = FormatOf(wanted.format).name;
+  const bool resized = wanted.width != 0 || wanted.height != 0;
+  std::string what = fmt::format("{} cannot be converted to {}", from, to);
+  if (IsCopyOnly(source.format) || IsCopyOnly(wanted.format)) {
+    what = fmt::format("{} is only copied: {} x {} {} cannot become {}",
+                       IsCopyOnly(source.format) ? from : to, source.width, source.height, from,
+                       resized ? fmt::format("{} x {} {}", wanted.width, wanted.height, to) : to);
+  } else if (resized) {
+    what = fmt::format("{} x {} {} cannot be converted to {} x {} {}", source.width, source.height,
+                       from, wanted.width, wanted.height, to);
+  }
+  return Error(ErrorKind::kNotSupported, subject, what);
+}
+
+}  // namespace
+
+Image::Image() {
+  ZAV_INIT(&image_);
+  if (image_.converter == nullptr) throw std::bad_alloc();
+}
+
+Picture Decode(const std::string& subject, const std::string& name,
+               std::vector<unsigned char>& bytes) {
+  Image image;
+  const long size = static_cast<long>(bytes.size());
+  if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
+    throw Error(ErrorKind::kBadFile, subject, "cannot be read: the library refuses its contents");
+  }
+  // Only a destination can be detached. Asking for the format that the source has hands its buffer
+  // over without copying.
+  image->dest.format = image->source.format;
+  if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
+  return TakeDestination(image);
+}
+
+Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {
+  // One code stands for many layouts. The library copies what has the same code.
+  if (wanted.format == source.definition.format && IsCustom(wanted.format) &&
+      wanted.masks != MasksOf(source.definition)) {
+    return Convert(subject, Convert(subject, source, ZAV_FMT_BGRA32), wanted);
+  }
+  Image image;
+  image->source = source.definition;
+  image->dest.format = wanted.format != 0 ? wanted.format : source.definition.format;
+  image->dest.width = wanted.width;
+  image->dest.height = wanted.height;
+  if (IsCustom(image->dest.format)) {
+    SetMasks(image->dest, wanted.format != 0 ? wanted.masks : MasksOf(source.definition));
+  }
+  if (wanted.bilinear) ZAV_SETENV(image.get(), ZAV_ENV_FILTER);
+  if (ZAV_CONVERT_RAW(image.get()) != 1) {
+    Wanted asked = wanted;
+    asked.format = image->dest.format;
+    throw CannotConvert(subject, source.definition, asked);
+  }
+  return TakeDestination(image);
+}
+
+Picture Convert(const std::string& subject, const Picture& source, int32_t format) {
+  Wanted wanted;
+  wanted.format = format;
+  return Convert(subject, source, wanted);
+}
+
+Picture MipLevel(const std::string& subject, const Picture& source) {
+  Image image;
+  image->source = source.definition;
+  if (ZAV_GEN_MIPMAPLEVEL(image.get()) != 1) {
+    throw Error(
+        ErrorKind::kNotSupported, subject,
+        fmt::format("no mip level can be made from {}", FormatOf(source.definition.format).name));
+  }
+  return TakeDestination(image);
+}
+
+}  // namespace zav::tool

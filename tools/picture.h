@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#ifndef ZAV_TOOLS_PICTURE_H_
+#define ZAV_TOOLS_PICTURE_H_
+
+#include <zav.h>
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace zav::tool {
+
+/// ZAV_INIT and ZAV_FREE around a ZAV_IMAGE.
+class Image {
+ public:
+  Image();
+  Image(const Image&) = delete;
+  Image& operator=(const Image&) = delete;
+  ~Image() { ZAV_FREE(&image_); }
+
+  ZAV_IMAGE* operator->() { return &image_; }
+  ZAV_IMAGE* get() { return &image_; }
+
+ private:
+  ZAV_IMAGE image_;
+};
+
+struct FreeBuffer {
+  void operator()(unsigned char* buffer) const { ZAV_FREE_BUFFER(buffer); }
+};
+using Buffer = std::unique_ptr<unsigned char, FreeBuffer>;
+
+/// A picture in memory. The definition describes, and points into, the buffers that stand beside
+/// it.
+struct Picture {
+  ZAV_GFXDEF definition = {};
+  Buffer pixels;
+  Buffer palette;
+};
+
+/// Bits of a 16-bit pixel: alpha, red, green, blue.
+using Masks = std::array<uint32_t, 4>;
+
+/// What a conversion shall give. Format 0 and size 0 x 0 keep the source's.
+struct Wanted {
+  int32_t format = 0;
+  int32_t width = 0;
+  int32_t height = 0;
+  Masks masks = {};  // of a custom layout
+  bool bilinear = false;
+};
+
+/// All of these throw an Error about `subject` when the library answers 0.
+
+/// Reads the bytes of a picture file; `name` chooses the reader.
+Picture Decode(const std::string& subject, const std::string& name,
+               std::vector<unsigned char>& bytes);
+
+/// The picture in another format, another size, or as a copy of its own.
+Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted);
+Picture Convert(const std::string& subject, const Picture& source, int32_t format);
+
+/// The next mip level, in the same format.
+Picture MipLevel(const std::string& subject, const Picture& source);
+
+}  // namespace zav::tool
+
+#endif  // ZAV_TOOLS_PICTURE_H_

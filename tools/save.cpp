@@ -1,0 +1,68 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "save.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "error.h"
+#include "formats.h"
+#include "input.h"
+#include "output.h"
+
+namespace zav::tool {
+namespace {
+
+int64_t FileBytes(const FileType& type, const ZAV_GFXDEF& definition) {
+  const bool mapped = IsPalettized(definition.format);
+  const int64_t row = int64_t{definition.width} * FormatOf(definition.format).bits / 8;
+  if (type.ending == "bmp") return 54 + (mapped ? 1024 : 0) + (row + 3) / 4 * 4 * definition.height;
+  return 18 + (mapped ? 768 : 0) + row * definition.height;
+}
+
+/// Colours of palettes count, their fourth bytes do not: Targa has none, and BMP a rule of its own.
+bool SamePalette(const unsigned char* a, const unsigned char* b) {
+  for (int at = 0; at < ZAV_PALETTE_BYTES; at += 4) {
+    if (std::memcmp(a + at, b + at, 3) != 0) return false;
+  }
+  return true;
+}
+
+bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
+  if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
+  const size_t row = static_cast<size_t>(int64_t{a.width} * FormatOf(a.format).bits / 8);
+  for (int64_t y = 0; y < a.height; ++y) {
+    if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch, row) != 0) return false;
+  }
+  return !IsPalettized(a.format) || SamePalette(a.palette, b.palette);
+}
+
+}  // namespace
+
+void SaveWithLibrary(const FileType& type, const Picture& picture, const std::string& path) {
+  const ZAV_GFXDEF& definition = picture.definition;
+  const auto stored = std::ranges::find(type.stored, definition.format, &Stored::format);
+  if (type.ending == "tga" && (definition.width > 0xFFFF || definition.height > 0xFFFF)) {
+    throw Error(ErrorKind::kNotSupported, path, "the sides of a Targa file end at 65535");
+  }
+
+  Output output(path);
+  Image image;
+  image->source = definition;
+  if (ZAV_SAVE_BITMAP(image.get(), stored->save_type, output.path().c_str()) != 1) {
+    throw Error(ErrorKind::kInputOutput, path,
+                fmt::format("the library could not write {} x {} {} as {}", definition.width,
+                            definition.height, FormatOf(definition.format).name, type.name));
+  }
+  output.CheckSize(FileBytes(type, definition));
+  std::vector<unsigned char> bytes = LoadFile(output.path());
+  const Picture written = Decode(path, output.path(), bytes);
+  if (!SamePicture(written.definition, definition)) {
+    throw Error(ErrorKind::kInputOutput, path, "what was written does not read back the same");
+  }
+  Output::Commit({&output});
+}
+
+}  // namespace zav::tool

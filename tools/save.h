@@ -1,0 +1,18 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#ifndef ZAV_TOOLS_SAVE_H_
+#define ZAV_TOOLS_SAVE_H_
+
+#include <string>
+
+#include "file_types.h"
+
+namespace zav::tool {
+
+/// Writes a picture with ZAV_SAVE_BITMAP, which does not report refused writes: the file is read
+/// back and compared before it takes its name.
+void SaveWithLibrary(const FileType& type, const Picture& picture, const std::string& path);
+
+}  // namespace zav::tool
+
+#endif  // ZAV_TOOLS_SAVE_H_
