@@ -79,7 +79,7 @@ class Encoder {
   const uint8_t* source_;
   uint32_t size_;
   uint8_t* dest_;
-  uint8_t* out_;        ///< where the word goes that `pending_` fills
+  uint8_t* out_;  ///< where the word goes that `pending_` fills
   uint64_t pending_ = 0;
   uint32_t held_ = 0;  ///< bits in `pending_`, fewer than 32 between fields
   Chains chains_;

@@ -23,7 +23,7 @@ namespace zav::packer {
 // in groups of 2, 3, 4, ... bits; a group of all ones says that another one follows, and the groups
 // add up. Behind the last token stands always one more word, which holds the bits that are left.
 
-inline constexpr uint32_t kWindow = 510;  ///< the longest distance, and the positions searched
+inline constexpr uint32_t kWindow = 510;     ///< the longest distance, and the positions searched
 inline constexpr int32_t kLeastPacked = 16;  ///< shorter data is stored raw
 inline constexpr uint32_t kLiteralBits = 9;
 inline constexpr uint32_t kLeastMatch = 2;
