@@ -105,8 +105,8 @@ class BitReader {
  public:
   BitReader(const uint8_t* stream, int64_t size) : stream_(stream), size_(size) {}
 
-  /// Whether two wide refills stay in the stream.
-  bool wide() const { return size_ - next_ >= 16; }
+  /// Whether a wide refill stays in the stream.
+  bool wide() const { return size_ - next_ >= 8; }
   int64_t used() const { return next_ * 8 - held_; }
   uint64_t bits() const { return bits_; }
   void Drop(uint64_t count) {
@@ -284,7 +284,7 @@ int32_t ZAV_PACKER::Decompress(const uint8_t* source, int64_t source_size, uint8
   if (size <= 0 || size > dest_capacity) return 0;
   if (LoadLe32(source) >> 31 != 0) {
     if (source_size - 4 < size) return 0;
-    std::memcpy(dest, source + 4, static_cast<size_t>(size));
+    CopyRaw(dest, source + 4, size);
     return size;
   }
   return Decoder(source + 4, source_size - 4, dest, size).Run() ? size : 0;
