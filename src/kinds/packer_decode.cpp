@@ -13,18 +13,18 @@ namespace {
 
 using namespace packer;
 
-// The first three groups of a match's length, looked up by the 9 bits that they take at most. A
-// length of 0 stands for longer ones.
+// The first three groups of a match's length, looked up by the 9 bits that they take at most.
 constexpr uint32_t kGroupBits = 2 + 3 + 4;
 constexpr uint8_t kLonger = 255;
 struct TableLength {
-  uint8_t length;
+  uint8_t length;  ///< kLonger when the third group is not the last one
   uint8_t width;
 };
 
 constexpr std::array<TableLength, 1 << kGroupBits> MakeLengths() {
   std::array<TableLength, 1 << kGroupBits> table{};
   for (uint32_t bits = 0; bits < 1u << kGroupBits; ++bits) {
+    table[bits] = {kLonger, 0};
     uint32_t length = kLeastMatch, used = 0;
     for (uint32_t width = 2; width <= 4; ++width) {
       const uint32_t ones = (1u << width) - 1, group = bits >> used & ones;
@@ -34,7 +34,6 @@ constexpr std::array<TableLength, 1 << kGroupBits> MakeLengths() {
       table[bits] = {static_cast<uint8_t>(length), static_cast<uint8_t>(used)};
       break;
     }
-    if (table[bits].length == 0) table[bits].length = kLonger;
   }
   return table;
 }
@@ -51,25 +50,54 @@ constexpr std::array<uint16_t, 1 << 11> MakeDistances() {
 }
 constexpr auto kDistances = MakeDistances();
 
-/// How to repeat a period of 1 to 7 bytes: `mask` cuts it out of eight bytes, times `factor` gives
-/// eight bytes of repetition, and from there on eight bytes can be copied from `multiple` bytes
-/// back, a multiple of the period. Entry 8 leaves eight bytes as they are.
+/// How a period shorter than the word (4 or 8 bytes) repeats: `mask` cuts it out of a word, times
+/// `factor` it fills the word, and behind it words can be copied from `multiple` bytes back, a
+/// multiple of the period. The last entry leaves a word as it is.
+template <typename Word>
 struct Repeat {
-  uint64_t mask;
-  uint64_t factor;
+  Word mask;
+  Word factor;
   uint32_t multiple;
 };
-constexpr std::array<Repeat, 9> MakeRepeats() {
-  std::array<Repeat, 9> repeats{};
-  for (uint32_t period = 1; period <= 8; ++period) {
-    Repeat& repeat = repeats[period];
-    repeat.mask = ~uint64_t{0} >> (64 - 8 * period);
-    for (uint32_t at = 0; at < 64; at += 8 * period) repeat.factor |= uint64_t{1} << at;
-    repeat.multiple = (8 + period - 1) / period * period;
+
+template <typename Word>
+constexpr std::array<Repeat<Word>, sizeof(Word) + 1> MakeRepeats() {
+  constexpr uint32_t kBytes = sizeof(Word);
+  std::array<Repeat<Word>, kBytes + 1> repeats{};
+  for (uint32_t period = 1; period <= kBytes; ++period) {
+    Repeat<Word>& repeat = repeats[period];
+    repeat.mask = static_cast<Word>(~Word{0} >> 8 * (kBytes - period));
+    for (uint32_t at = 0; at < kBytes; at += period) repeat.factor |= Word{1} << 8 * at;
+    repeat.multiple = (kBytes + period - 1) / period * period;
   }
   return repeats;
 }
-constexpr auto kRepeats = MakeRepeats();
+constexpr auto kRepeats4 = MakeRepeats<uint32_t>();
+constexpr auto kRepeats8 = MakeRepeats<uint64_t>();
+
+/// Repeats what lies `distance` bytes back, for up to 4 bytes.
+inline void Repeat4(uint8_t* out, uint64_t distance) {
+  const Repeat<uint32_t>& repeat = kRepeats4[std::min<uint64_t>(distance, 4)];
+  StoreLe32(out, (LoadLe32(out - distance) & repeat.mask) * repeat.factor);
+}
+
+/// The same for up to `length` bytes, at most 32, which may be written.
+inline void Repeat32(uint8_t* out, uint64_t distance, uint32_t length) {
+  if (distance == 1) {
+    // Runs are half of the longer matches. The byte is often a literal just stored; a wide load
+    // would have to wait until it has reached the cache.
+    const uint64_t word = out[-1] * 0x0101010101010101u;
+    for (int32_t i = 0; i < 32; i += 8) StoreLe64(out + i, word);
+    return;
+  }
+  const Repeat<uint64_t>& repeat = kRepeats8[std::min<uint64_t>(distance, 8)];
+  StoreLe64(out, (LoadLe64(out - distance) & repeat.mask) * repeat.factor);
+  const uint64_t back = distance < 8 ? repeat.multiple : distance;
+  StoreLe64(out + 8, LoadLe64(out + 8 - back));
+  if (length <= 16) return;
+  StoreLe64(out + 16, LoadLe64(out + 16 - back));
+  StoreLe64(out + 24, LoadLe64(out + 24 - back));
+}
 
 /// The stream's bits, the next one lowest. Behind its end come zeros, which the caller detects by
 /// the bits used.
@@ -77,13 +105,13 @@ class BitReader {
  public:
   BitReader(const uint8_t* stream, int64_t size) : stream_(stream), size_(size) {}
 
-  /// Whether two wide refills stay in the stream.
-  bool wide() const { return size_ - next_ >= 16; }
+  /// Whether a wide refill stays in the stream.
+  bool wide() const { return size_ - next_ >= 8; }
   int64_t used() const { return next_ * 8 - held_; }
   uint64_t bits() const { return bits_; }
-  void Drop(uint32_t count) {
+  void Drop(uint64_t count) {
     bits_ >>= count;
-    held_ -= count;
+    held_ -= static_cast<uint32_t>(count);
   }
 
   /// Makes 56 bits available. What is loaded above them is loaded once more by the next refill.
@@ -114,18 +142,23 @@ class BitReader {
 class Decoder {
  public:
   Decoder(const uint8_t* stream, int64_t stream_size, uint8_t* dest, int64_t size)
-      : reader_(stream, stream_size), stream_size_(stream_size), dest_(dest), out_(dest),
+      : reader_(stream, stream_size),
+        stream_size_(stream_size),
+        dest_(dest),
+        out_(dest),
         end_(dest + size) {}
 
   bool Run();
 
  private:
-  static constexpr int64_t kOutSlack = 40;
+  /// What a turn of RunWide may write: three literals and 32 bytes of a match, and one more byte
+  /// that no literal is.
+  static constexpr int64_t kOutSlack = 36;
 
   template <bool kCheckDistance>
-  bool RunWide(uint8_t* limit);
+  bool RunWide(const uint8_t* limit);
   bool TakeToken();
-  bool TakeLongMatch(uint32_t distance);
+  bool TakeLengthAndCopy(uint32_t distance);
   bool Copy(uint32_t distance, int64_t length);
 
   BitReader reader_;
@@ -151,7 +184,7 @@ bool Decoder::Copy(uint32_t distance, int64_t length) {
 }
 
 /// Takes the length of a match and copies it.
-bool Decoder::TakeLongMatch(uint32_t distance) {
+bool Decoder::TakeLengthAndCopy(uint32_t distance) {
   int64_t length = kLeastMatch;
   for (uint32_t width = 2;; ++width) {
     const uint32_t group = reader_.Take(width);
@@ -167,14 +200,14 @@ bool Decoder::TakeToken() {
     return true;
   }
   const uint32_t kind = reader_.Take(3);
-  return TakeLongMatch(reader_.Take(kind + 1) + (2u << kind) - 1);
+  return TakeLengthAndCopy(reader_.Take(kind + 1) + (2u << kind) - 1);
 }
 
-/// Decodes up to `limit` at least, while eight bytes can be read and written at a time: up to three
-/// literals and a match per turn, without branches that depend on the data as long as matches are
-/// short. Where no distance can reach before the output any more, they are not checked.
+/// Decodes until `limit` is reached or the stream's end is near: up to three literals and a match
+/// per turn. How many literals there are decides no branch, because it cannot be predicted. Where
+/// no distance can reach before the output any more, they are not checked.
 template <bool kCheckDistance>
-bool Decoder::RunWide(uint8_t* limit) {
+bool Decoder::RunWide(const uint8_t* limit) {
   BitReader reader = reader_;
   uint8_t* out = out_;
   while (reader.wide() && out < limit) {
@@ -183,35 +216,39 @@ bool Decoder::RunWide(uint8_t* limit) {
     // A literal's first bit is 0: the lowest set one of these positions says how many there are.
     constexpr uint64_t kFirstBits = 1 | 1 << 9 | 1 << 18, kStop = 1 << 27;
     const auto literal_bits = static_cast<uint32_t>(std::countr_zero((bits & kFirstBits) | kStop));
-    const uint64_t literals = (bits >> 1 & 0xFF) | (bits >> 2 & 0xFF00) | (bits >> 3 & 0xFF0000);
-    StoreLe64(out, literals);
+    out[0] = static_cast<uint8_t>(bits >> 1);
+    out[1] = static_cast<uint8_t>(bits >> 10);
+    out[2] = static_cast<uint8_t>(bits >> 19);
     out += literal_bits & 3;  // 9, 18 and 27 leave 1, 2 and 3
     reader.Drop(literal_bits);
     bits = reader.bits();
     if ((bits & 1) == 0) continue;
 
-    const uint32_t prefix = static_cast<uint32_t>(bits >> 1 & 7) + 5;
     const uint64_t distance = kDistances[bits >> 1 & 0x7FF];
     if (kCheckDistance && distance > static_cast<uint64_t>(out - dest_)) return false;
-    const TableLength entry = kLengths[bits >> prefix & ((1u << kGroupBits) - 1)];
-    if (entry.length == kLonger) {
-      reader.Drop(prefix);
-      reader_ = reader;
-      out_ = out;
-      if (!TakeLongMatch(static_cast<uint32_t>(distance))) return false;
-      reader = reader_;
-      out = out_;
+    reader.Drop(5);
+    reader.Drop(bits >> 1 & 7);
+    // Every turn waits for the bits of the one before. Most lengths take one group: guessing that
+    // is shorter than looking it up.
+    const uint32_t group = reader.bits() & 3;
+    if (group < 3) {
+      reader.Drop(2);
+      Repeat4(out, distance);
+      out += kLeastMatch + group;
       continue;
     }
-    reader.Drop(prefix + entry.width);
-    const Repeat& repeat = kRepeats[distance < 8 ? distance : 8];
-    StoreLe64(out, (LoadLe64(out - distance) & repeat.mask) * repeat.factor);
-    uint8_t* const stop = out + entry.length;
-    if (entry.length > 8) {
-      const uint64_t multiple = distance < 8 ? repeat.multiple : distance;
-      for (out += 8; out < stop; out += 8) std::memcpy(out, out - multiple, 8);
+    const TableLength entry = kLengths[reader.bits() & ((1u << kGroupBits) - 1)];
+    if (entry.length != kLonger) {
+      reader.Drop(entry.width);
+      Repeat32(out, distance, entry.length);
+      out += entry.length;
+      continue;
     }
-    out = stop;
+    reader_ = reader;
+    out_ = out;
+    if (!TakeLengthAndCopy(static_cast<uint32_t>(distance))) return false;
+    reader = reader_;
+    out = out_;
   }
   reader_ = reader;
   out_ = out;
@@ -220,13 +257,15 @@ bool Decoder::RunWide(uint8_t* limit) {
 
 bool Decoder::Run() {
   if (end_ - out_ > kOutSlack) {
-    uint8_t* const limit = end_ - kOutSlack;
-    uint8_t* const reached = dest_ + std::min<int64_t>(kWindow, limit - dest_);
+    const uint8_t* limit = end_ - kOutSlack;
+    const uint8_t* reached = dest_ + std::min<int64_t>(kWindow, limit - dest_);
     if (!RunWide<true>(reached) || !RunWide<false>(limit)) return false;
   }
   while (out_ < end_) {
     if (reader_.used() > stream_size_ * 8 || !TakeToken()) return false;
   }
+  // The last word must be there, even where none of its bits are needed: a block cut off anywhere
+  // is refused.
   return (reader_.used() / 32 + 1) * 4 <= stream_size_;
 }
 
@@ -245,7 +284,7 @@ int32_t ZAV_PACKER::Decompress(const uint8_t* source, int64_t source_size, uint8
   if (size <= 0 || size > dest_capacity) return 0;
   if (LoadLe32(source) >> 31 != 0) {
     if (source_size - 4 < size) return 0;
-    std::memcpy(dest, source + 4, static_cast<size_t>(size));
+    CopyRaw(dest, source + 4, size);
     return size;
   }
   return Decoder(source + 4, source_size - 4, dest, size).Run() ? size : 0;

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include <algorithm>
 #include <bit>
-#include <cstring>
 
 #include "kinds/packer.h"
 #include "kinds/packer_format.h"
@@ -79,7 +78,7 @@ class Encoder {
   const uint8_t* source_;
   uint32_t size_;
   uint8_t* dest_;
-  uint8_t* out_;        ///< where the word goes that `pending_` fills
+  uint8_t* out_;  ///< where the word goes that `pending_` fills
   uint64_t pending_ = 0;
   uint32_t held_ = 0;  ///< bits in `pending_`, fewer than 32 between fields
   Chains chains_;
@@ -225,7 +224,7 @@ int32_t ZAV_PACKER::Compress(const uint8_t* source, uint8_t* dest, int32_t size)
     if (packed != 0) return packed;
   }
   StoreLe32(dest, 0u - static_cast<uint32_t>(size));
-  if (size != 0) std::memcpy(dest + 4, source, static_cast<size_t>(size));
+  CopyRaw(dest + 4, source, size);
   return size + 4;
 }
 

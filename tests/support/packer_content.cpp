@@ -93,8 +93,12 @@ std::vector<uint8_t> MakePackerContent(PackerContent content, size_t size) {
     const int32_t x = at % kWidth, y = at / kWidth, pixel = at / 4, block = at / 8;
     int32_t value = 0;
     switch (content) {
-      case PackerContent::kPlanar: value = Photo(x, y, 1); break;
-      case PackerContent::kPlanar5: value = Photo(x, y, 1) >> 3; break;
+      case PackerContent::kPlanar:
+        value = Photo(x, y, 1);
+        break;
+      case PackerContent::kPlanar5:
+        value = Photo(x, y, 1) >> 3;
+        break;
       case PackerContent::kInterleaved: {
         // The channels of a photograph follow its brightness.
         const int32_t px = pixel % kWidth, py = pixel / kWidth;
@@ -102,11 +106,21 @@ std::vector<uint8_t> MakePackerContent(PackerContent content, size_t size) {
         value = channel == 3 ? 255 : (Photo(px, py, 1) * 3 + Photo(px, py, 2 + channel)) / 4;
         break;
       }
-      case PackerContent::kDrawn: value = Drawn(x, y); break;
-      case PackerContent::kIndices: value = Index(x, y); break;
-      case PackerContent::kMask: value = Mask(x, y); break;
-      case PackerContent::kBlocks: value = BlockByte(block % 64, block / 64, at % 8); break;
-      case PackerContent::kNoise: value = random.Byte(); break;
+      case PackerContent::kDrawn:
+        value = Drawn(x, y);
+        break;
+      case PackerContent::kIndices:
+        value = Index(x, y);
+        break;
+      case PackerContent::kMask:
+        value = Mask(x, y);
+        break;
+      case PackerContent::kBlocks:
+        value = BlockByte(block % 64, block / 64, at % 8);
+        break;
+      case PackerContent::kNoise:
+        value = random.Byte();
+        break;
     }
     bytes[i] = static_cast<uint8_t>(value);
   }

@@ -20,9 +20,9 @@ enum class PackerContent {
   kNoise,        ///< does not shrink
 };
 inline constexpr PackerContent kAllPackerContents[] = {
-    PackerContent::kPlanar,  PackerContent::kPlanar5, PackerContent::kInterleaved,
-    PackerContent::kDrawn,   PackerContent::kIndices, PackerContent::kMask,
-    PackerContent::kBlocks,  PackerContent::kNoise};
+    PackerContent::kPlanar, PackerContent::kPlanar5, PackerContent::kInterleaved,
+    PackerContent::kDrawn,  PackerContent::kIndices, PackerContent::kMask,
+    PackerContent::kBlocks, PackerContent::kNoise};
 
 const char* Name(PackerContent content);
 std::vector<uint8_t> MakePackerContent(PackerContent content, size_t size);

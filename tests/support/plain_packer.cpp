@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "support/plain_packer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
 
@@ -15,11 +16,11 @@ constexpr int32_t kNodes = 510;
 class Dictionary {
  public:
   explicit Dictionary(const uint8_t* source) : source_(source), newest_(new int32_t[65536]) {
-    for (int32_t key = 0; key < 65536; ++key) newest_[key] = -1;
+    std::fill_n(newest_.get(), 65536, -1);
   }
 
   /// Nodes are named by their index; -1 is none.
-  int32_t Newest(int32_t position) const { return newest_[Key(position)]; }
+  int32_t Newest(int32_t position) const { return Head(position); }
   int32_t Older(int32_t node) const { return nodes_[node].older; }
   int32_t Position(int32_t node) const { return nodes_[node].position; }
 
@@ -29,12 +30,12 @@ class Dictionary {
       if (node.newer >= 0) {
         nodes_[node.newer].older = -1;
       } else {
-        newest_[Key(node.position)] = -1;
+        Head(node.position) = -1;
       }
     } else {
       ++held_;
     }
-    int32_t& newest = newest_[Key(position)];
+    int32_t& newest = Head(position);
     node = {position, newest, -1};
     if (newest >= 0) nodes_[newest].newer = next_;
     newest = next_;
@@ -46,7 +47,10 @@ class Dictionary {
     int32_t position, older, newer;
   };
 
-  int32_t Key(int32_t position) const { return source_[position] | source_[position + 1] << 8; }
+  /// The newest node of the two bytes at `position`.
+  int32_t& Head(int32_t position) const {
+    return newest_.get()[source_[position] | source_[position + 1] << 8];
+  }
 
   const uint8_t* source_;
   std::unique_ptr<int32_t[]> newest_;
