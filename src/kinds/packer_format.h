@@ -3,7 +3,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstring>
 
@@ -49,25 +48,6 @@ constexpr std::array<LengthGroups, kShortLengths> MakeLengthGroups() {
     all.width += width;
   }
   return groups;
-}
-
-inline uint64_t LoadLe64(const uint8_t* p) {
-  if constexpr (std::endian::native == std::endian::little) {
-    uint64_t value;
-    std::memcpy(&value, p, 8);
-    return value;
-  } else {
-    return uint64_t{LoadLe32(p + 4)} << 32 | LoadLe32(p);
-  }
-}
-
-inline void StoreLe64(uint8_t* p, uint64_t value) {
-  if constexpr (std::endian::native == std::endian::little) {
-    std::memcpy(p, &value, 8);
-  } else {
-    StoreLe32(p, static_cast<uint32_t>(value));
-    StoreLe32(p + 4, static_cast<uint32_t>(value >> 32));
-  }
 }
 
 /// Copies the bytes of a raw block, a piece at a time: long copies may go through the processor's
