@@ -243,7 +243,7 @@ const int registered = [] {
   for (const Kind& kind : kKinds) {
     for (bool flat : {false, true}) {
       if (flat && !kind.packets) continue;  // raw pixels cost the same whatever they show
-      for (size_t side : {512, 2048}) {
+      for (size_t side : {size_t{512}, size_t{2048}}) {
         Register("zav", DecodeZav, kind, flat, side);
 #ifdef ZAV_PEER_STB
         Register("stb", DecodeStb, kind, flat, side);

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 
+#include "base/endian.h"
 #include "formats/targa_packets.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"
@@ -79,28 +80,26 @@ TEST(TargaPackets, EqualThePlainReaderAtEveryCut) {
       const Bytes stream = NoisePackets(p, row * rows - 3, static_cast<uint64_t>(p * 1000 + row));
       for (size_t cut = 0; cut <= stream.size(); ++cut) {
         const PageEndBuffer data(stream.data(), cut);
-        for (bool run_length : {true, false}) {
-          for (auto overrun :
-               {TgaPacketReader::Overrun::kForbidden, TgaPacketReader::Overrun::kAllowed}) {
-            const auto end = static_cast<int64_t>(cut);
-            PlainReader plain{stream.data(), 0, end, run_length};
-            ByteReader file(const_cast<PageEndBuffer&>(data).data(), end);
-            TgaPacketReader reader(file, run_length, p, overrun);
-            PageEndBuffer dest(static_cast<size_t>(row * p));
-            Bytes expected(dest.size());
-            for (int64_t y = 0; y < rows; ++y) {
-              std::fill_n(dest.data(), dest.size(), uint8_t{0xA5});
-              std::fill(expected.begin(), expected.end(), uint8_t{0xA5});
-              const int64_t written = plain.Read(expected.data(), row * p, p);
-              ASSERT_EQ(reader.Read(dest.data(), row) * p, written);
-              const bool exact = overrun == TgaPacketReader::Overrun::kForbidden;
-              ASSERT_EQ(std::memcmp(dest.data(), expected.data(),
-                                    exact ? dest.size() : static_cast<size_t>(written)),
-                        0)
-                  << p << " bytes, row " << y << " of " << row << ", cut " << cut;
-              ASSERT_EQ(file.position(), plain.position);
-              ASSERT_EQ(reader.pending(), plain.run_pending || plain.raw_pending ? plain.count : 0);
-            }
+        for (auto overrun :
+             {TgaPacketReader::Overrun::kForbidden, TgaPacketReader::Overrun::kAllowed}) {
+          const auto end = static_cast<int64_t>(cut);
+          PlainReader plain{stream.data(), 0, end, true};
+          ByteReader file(const_cast<PageEndBuffer&>(data).data(), end);
+          TgaPacketReader reader(file, p, overrun);
+          PageEndBuffer dest(static_cast<size_t>(row * p));
+          Bytes expected(dest.size());
+          for (int64_t y = 0; y < rows; ++y) {
+            std::fill_n(dest.data(), dest.size(), uint8_t{0xA5});
+            std::fill(expected.begin(), expected.end(), uint8_t{0xA5});
+            const int64_t written = plain.Read(expected.data(), row * p, p);
+            ASSERT_EQ(reader.Read(dest.data(), row) * p, written);
+            const bool exact = overrun == TgaPacketReader::Overrun::kForbidden;
+            ASSERT_EQ(std::memcmp(dest.data(), expected.data(),
+                                  exact ? dest.size() : static_cast<size_t>(written)),
+                      0)
+                << p << " bytes, row " << y << " of " << row << ", cut " << cut;
+            ASSERT_EQ(file.position(), plain.position);
+            ASSERT_EQ(reader.pending(), plain.run_pending || plain.raw_pending ? plain.count : 0);
           }
         }
       }
@@ -169,16 +168,13 @@ TEST(Targa, ColourMaps) {
       for (uint32_t i = 0; i < 256; ++i) {
         uint32_t color = i < length ? 0xFF000000 : 0xFFFFFFFF;
         if (i < length && bits == 24) {
-          const uint8_t* entry = &file[23 + i * 3];
-          color |= entry[0] | static_cast<uint32_t>(entry[1]) << 8 |
-                   static_cast<uint32_t>(entry[2]) << 16;
+          color |= LoadLe32(&file[22 + i * 3]) >> 8;
         } else if (i < length && bits == 16) {
-          const uint32_t v = file[23 + i * 2] | static_cast<uint32_t>(file[24 + i * 2]) << 8;
+          const uint32_t v = LoadLe16(&file[23 + i * 2]);
           color |= (v & 0x1F) << 3 | ((v >> 2) & 0xF8) << 8 | ((v >> 7) & 0xF8) << 16;
         }
         const uint8_t* got = image.source.palette + i * 4;
-        ASSERT_EQ(got[0] | got[1] << 8 | got[2] << 16 | static_cast<uint32_t>(got[3]) << 24, color)
-            << i;
+        ASSERT_EQ(LoadLe32(got), color) << i;
       }
     }
   }

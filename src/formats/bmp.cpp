@@ -7,6 +7,7 @@
 #include "base/byte_reader.h"
 #include "base/byte_writer.h"
 #include "base/endian.h"
+#include "convert/copy.h"
 #include "convert/pipeline.h"
 #include "convert/surface.h"
 #include "convert/true_color.h"
@@ -107,19 +108,19 @@ bool BmpRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
   if (header.bits == 1) file.Skip(kMonochromePaletteBytes);
   const int64_t row_bytes = (int64_t{width} * header.bits + 31) / 32 * 4;
   // Before anything is allocated: the file must hold what it announces.
-  const uint8_t* row = file.Take(row_bytes * height);
+  const uint8_t* rows = file.Take(row_bytes * height);
   if (file.failed()) return false;
 
   ZAV_SURFACE& source = converter.source;
   if (!AllocSurface(source, width, height, format)) return false;
   if (palette_bytes != 0) FillPalette(source.palette, entries, palette_bytes);
-  for (int64_t y = height - 1; y >= 0; --y, row += row_bytes) {
-    uint8_t* dest = source.pixels + y * source.pitch;
-    if (header.bits == 1) {
-      ExpandBits(dest, row, width);
-    } else {
-      std::memcpy(dest, row, static_cast<size_t>(row_bytes));
+  const uint8_t* top_row = rows + row_bytes * (height - 1);
+  if (header.bits == 1) {
+    for (int64_t y = 0; y < height; ++y) {
+      ExpandBits(source.pixels + y * source.pitch, top_row - y * row_bytes, width);
     }
+  } else {
+    CopyRows(source.pixels, top_row, row_bytes, height, source.pitch, -row_bytes);
   }
   if (format == ZAV_FMT_BGR24 && converter.dest.format == ZAV_FMT_RGB24) {
     SwapRedBlue24(source.pixels, source.pixels, width, height, source.pitch, source.pitch);

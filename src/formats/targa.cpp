@@ -9,6 +9,7 @@
 #include "base/byte_reader.h"
 #include "base/byte_writer.h"
 #include "base/endian.h"
+#include "convert/copy.h"
 #include "convert/pipeline.h"
 #include "convert/surface.h"
 #include "convert/true_color.h"
@@ -106,19 +107,42 @@ void ReadColorMap(ByteReader& file, const TgaHeader& header, uint8_t* palette) {
   }
 }
 
-/// Zeroes the rows from `row` on in the file's order but for the first `filled` pixels.
-void ClearUnfilled(const ZAV_SURFACE& surface, bool top_down, int32_t row, int64_t filled) {
-  if (row >= surface.height) return;
-  const auto clear = [&](int64_t from, int64_t to) {
-    std::memset(surface.pixels + from, 0, static_cast<size_t>(to - from));
-  };
-  const int64_t pitch = surface.pitch;
-  const int64_t start = pitch * (top_down ? row : surface.height - 1 - row);
-  clear(start + filled * surface.bytes_per_pixel, start + pitch);
-  if (top_down) {
-    clear(start + pitch, pitch * surface.height);
-  } else {
-    clear(0, start);
+/// How far the data went, in the file's order: whole rows, and pixels of the row after them.
+struct Filled {
+  int64_t rows;
+  int64_t pixels;
+};
+
+/// Where the file's first row goes, and the way to the next.
+struct RowOrder {
+  RowOrder(const ZAV_SURFACE& surface, bool top_down)
+      : first(surface.pixels + (top_down ? 0 : ImageBytes(surface) - surface.pitch)),
+        step(top_down ? surface.pitch : -int64_t{surface.pitch}) {}
+  uint8_t* first;
+  int64_t step;
+};
+
+/// A row that is cut off is dropped whole.
+Filled ReadRawRows(const ZAV_SURFACE& surface, ByteReader& file, const RowOrder& order) {
+  const int64_t row_bytes = surface.pitch;
+  const int64_t rows = std::min<int64_t>(surface.height, file.remaining() / row_bytes);
+  CopyRows(order.first, file.Take(rows * row_bytes), row_bytes, rows, order.step, row_bytes);
+  return {rows, 0};
+}
+
+Filled ReadPacketRows(const ZAV_SURFACE& surface, TgaPacketReader stream, const RowOrder& order) {
+  for (int64_t row = 0; row < surface.height; ++row) {
+    const int64_t pixels = stream.Read(order.first + row * order.step, surface.width);
+    if (pixels < surface.width) return {row, pixels};
+  }
+  return {surface.height, 0};
+}
+
+void ClearUnfilled(const ZAV_SURFACE& surface, const RowOrder& order, const Filled& filled) {
+  int64_t keep = filled.pixels * surface.bytes_per_pixel;
+  for (int64_t row = filled.rows; row < surface.height; ++row, keep = 0) {
+    std::memset(order.first + row * order.step + keep, 0,
+                static_cast<size_t>(surface.pitch - keep));
   }
 }
 
@@ -131,19 +155,17 @@ bool ReadPixels(ZAV_SURFACE& source, ByteReader& file, const TgaHeader& header) 
   const auto allocate = sparse ? AllocClearedSurface : AllocSurface;
   if (!allocate(source, wanted.width, wanted.height, wanted.format)) return false;
   source.pitch = source.width * source.bytes_per_pixel;  // rows without padding
-
   if (source.format == ZAV_FMT_PAL8) ReadColorMap(file, header, source.palette);
-  using Overrun = TgaPacketReader::Overrun;
-  TgaPacketReader stream(file, header.run_length, source.bytes_per_pixel,
-                         callers_own || sparse ? Overrun::kForbidden : Overrun::kAllowed);
-  int32_t row = 0;
-  int64_t filled = 0;
-  for (; row < source.height; ++row) {
-    const int64_t y = header.top_down ? row : source.height - 1 - row;
-    filled = stream.Read(source.pixels + y * source.pitch, source.width);
-    if (filled < source.width) break;
-  }
-  if (!callers_own && !sparse) ClearUnfilled(source, header.top_down, row, filled);
+
+  const RowOrder order(source, header.top_down);
+  const bool clear = !callers_own && !sparse;
+  const auto overrun =
+      clear ? TgaPacketReader::Overrun::kAllowed : TgaPacketReader::Overrun::kForbidden;
+  const Filled filled =
+      header.run_length
+          ? ReadPacketRows(source, TgaPacketReader(file, source.bytes_per_pixel, overrun), order)
+          : ReadRawRows(source, file, order);
+  if (clear) ClearUnfilled(source, order, filled);
   return true;
 }
 

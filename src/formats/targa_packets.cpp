@@ -108,7 +108,6 @@ int64_t ReadShortPackets(ByteReader& file, uint8_t* dest, int64_t room) {
 }  // namespace
 
 int64_t TgaPacketReader::Read(uint8_t* dest, int64_t count) {
-  if (!run_length_) return ReadRaw(dest, count);
   switch (pixel_bytes_) {
     case 1:
       return ReadPackets<1>(dest, count);
@@ -119,17 +118,6 @@ int64_t TgaPacketReader::Read(uint8_t* dest, int64_t count) {
     default:
       return ReadPackets<4>(dest, count);
   }
-}
-
-int64_t TgaPacketReader::ReadRaw(uint8_t* dest, int64_t count) {
-  const int64_t bytes = count * pixel_bytes_;
-  const uint8_t* pixels = file_.Take(bytes);
-  if (pixels == nullptr) {
-    file_.ToEnd();
-    return 0;
-  }
-  std::memcpy(dest, pixels, static_cast<size_t>(bytes));
-  return count;
 }
 
 template <int32_t kPixelBytes>

@@ -8,13 +8,12 @@
 
 namespace zav {
 
-/// The pixel stream of a Targa file: raw pixels, or packets of 1 to 128 of them that begin with a
-/// header byte. A packet may run across the ends of rows, so the reader keeps what is left of one
-/// from request to request. It is left where it lies in the file; nothing is copied but pixels to
-/// their place.
+/// The pixel stream of a run-length Targa file: packets of 1 to 128 pixels that begin with a header
+/// byte. A packet may run across the ends of rows, so the reader keeps what is left of one from
+/// request to request. It is left where it lies in the file; nothing is copied but pixels to their
+/// place.
 ///
-/// A packet (or a raw request) that the end of the data cuts off is dropped whole, and the data
-/// counts as used up.
+/// A packet that the end of the data cuts off is dropped whole, and the data counts as used up.
 class TgaPacketReader {
  public:
   /// Whether pixels of a request behind those that it fills may be written to, which is faster.
@@ -22,8 +21,8 @@ class TgaPacketReader {
 
   /// `file` stands at the first pixel and is read from through the reader's life. A pixel has 1 to
   /// 4 bytes.
-  TgaPacketReader(ByteReader& file, bool run_length, int32_t pixel_bytes, Overrun overrun)
-      : file_(file), run_length_(run_length), pixel_bytes_(pixel_bytes), overrun_(overrun) {}
+  TgaPacketReader(ByteReader& file, int32_t pixel_bytes, Overrun overrun)
+      : file_(file), pixel_bytes_(pixel_bytes), overrun_(overrun) {}
 
   /// Writes the next `count` pixels of the stream and returns how many there were: fewer only when
   /// the data is used up.
@@ -39,12 +38,10 @@ class TgaPacketReader {
     bool is_run;
   };
 
-  int64_t ReadRaw(uint8_t* dest, int64_t count);
   template <int32_t kPixelBytes>
   int64_t ReadPackets(uint8_t* dest, int64_t count);
 
   ByteReader& file_;
-  const bool run_length_;
   const int32_t pixel_bytes_;
   const Overrun overrun_;
   Packet packet_{};
