@@ -113,24 +113,24 @@ constexpr Method kMethods[] = {{"point", Point,
 #ifdef ZAV_PEER_LIBYUV
                                 Libyuv<libyuv::kFilterNone>,
 #else
-                                 nullptr,
+                                nullptr,
 #endif
 #ifdef ZAV_PEER_PIXMAN
                                 Pixman<PIXMAN_FILTER_NEAREST>
 #else
-                                 nullptr
+                                nullptr
 #endif
                                },
                                {"bilinear", Bilinear,
 #ifdef ZAV_PEER_LIBYUV
                                 Libyuv<libyuv::kFilterBilinear>,
 #else
-                                 nullptr,
+                                nullptr,
 #endif
 #ifdef ZAV_PEER_PIXMAN
                                 Pixman<PIXMAN_FILTER_BILINEAR>
 #else
-                                 nullptr
+                                nullptr
 #endif
                                }};
 
