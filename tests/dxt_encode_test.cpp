@@ -22,17 +22,26 @@
 namespace zav::test {
 namespace {
 
-enum class Kind { kNoise, kGradient, kFlat, kTwoColors, kSoftAlpha, kHardAlpha, kGrid, kKinds };
+enum class Kind {
+  kNoise,
+  kGradient,
+  kFlat,
+  kTwoColors,
+  kSoftAlpha,
+  kHardAlpha,
+  kGrid,
+  kMixed,
+  kKinds
+};
 
-/// Blocks of one character each, side by side.
+/// Blocks of one kind; kMixed has neighbours of all kinds.
 Picture BlockPicture(Kind kind, int width, int height, uint64_t seed) {
   Picture picture = NoisePicture(ZAV_FMT_BGRA32, width, height, 0, seed);
-  Random random(seed + 77);
   for (int y = 0; y < height; ++y) {
     for (int x = 0; x < width; ++x) {
       uint8_t* p = picture.Row(y) + x * 4;
       const int block = x / 4 + y / 4 * (width / 4);
-      switch (kind) {
+      switch (kind == Kind::kMixed ? static_cast<Kind>(block * 5 % 7) : kind) {
         case Kind::kGradient:
           for (int k = 0; k < 4; ++k)
             p[k] = static_cast<uint8_t>(x * (k + 1) + y * (5 - k) + block);

@@ -30,10 +30,14 @@ class AlphaFit {
     FindExtent();
     best_ = AlphaBlock<L>{L::Set(0), L::Set(0), L::Set(0), L::Set(0), L::Set(0x7FFFFFFF)};
     V low = low_, high = high_;
-    TryEnds(low, high);
-    for (int pass = 0; pass < 2; ++pass) {
+    Assign(low, high);
+    if (L::AllZero(best_.error)) return best_;
+    Solve(low, high);
+    Assign(low, high);
+    // Most blocks take the seven steps in the end; a second pass and a search pay for them only.
+    if (kSteps == 7) {
       Solve(low, high);
-      TryEnds(low, high);
+      SearchAround(low, high);
     }
     return best_;
   }
@@ -108,8 +112,8 @@ class AlphaFit {
     return L::Min(L::Quotient(L::Add(scaled, half), determinant), L::Set(255));
   }
 
-  /// The exact values and error of the ends, and of ends a little apart from them.
-  void TryEnds(V low, V high) {
+  /// Ends a little apart from least squares: values are truncated and pixels few.
+  void SearchAround(V low, V high) {
     static constexpr int32_t kAside[][2] = {{0, 0}, {-1, 0}, {1, 0}, {0, -1}, {0, 1}};
     for (const auto& aside : kAside) {
       const V least = L::Min(L::Max(L::Add(low, L::Set(aside[0])), L::Set(0)), L::Set(255));
@@ -118,6 +122,8 @@ class AlphaFit {
     }
   }
 
+  /// Assigns every pixel to the nearest of the values between the ends; kept when it is the best so
+  /// far.
   void Assign(V low, V high) {
     // With the greater end first the decoder knows seven steps, otherwise five.
     const V ends[2] = {kSteps == 7 ? high : low, kSteps == 7 ? low : high};

@@ -121,7 +121,7 @@ class BlockEncoder {
       pairs[i] = L::Or(pixels.alpha[i], L::Shl(16, pixels.alpha[i + 8]));
     }
     const AlphaBlock<L> seven = AlphaFit<L, 7>(pairs).Run();
-    const AlphaBlock<L> five = AlphaFit<L, 5>(pairs).Run();
+    const AlphaBlock<L> five = L::AllZero(seven.error) ? seven : AlphaFit<L, 5>(pairs).Run();
     const M better = L::Gt(seven.error, five.error);
     const V low = L::Select(better, five.indices_low, seven.indices_low);
     const V high = L::Select(better, five.indices_high, seven.indices_high);

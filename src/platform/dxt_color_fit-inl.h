@@ -12,7 +12,7 @@
 // numbers side by side:
 //   Set, Add, Sub, Mul, And, Or, Xor, AndNot(a, b) = ~a & b, Min, Max, Shl(n, v), Shr(n, v)
 //   (arithmetic), ShrBy(v, n) with an n per lane, Gt, Eq, Select(mask, yes, no),
-//   Bits(mask) = all ones or zero, Lookup(table, indices)
+//   Bits(mask) = all ones or zero, Lookup(table, indices), AllZero(v) of all lanes
 //   Add16, Sub16, Mul16 (low half), MulHigh16, Min16, Max16, Gt16 (all ones or zero),
 //   Dot(a, b) = the sum of both 16-bit products
 //   BitLength(v) = the bits of v rounded to 24 significant ones, v >= 0
@@ -75,9 +75,10 @@ class BlockColors {
   V count;           ///< pixels that count
   V green_blue_sum;  ///< their channels' sums
   V red_sum;
-  V place[16];  ///< where each pixel lies along the principal axis
-  V start;      ///< the least place of a pixel that counts
-  V length;     ///< how far from there to the greatest
+  V place[16];    ///< where each pixel lies along the principal axis
+  V start;        ///< the least place of a pixel that counts
+  V length;       ///< how far from there to the greatest
+  bool all_flat;  ///< no lane's pixels differ: there is nothing to assign
 
  private:
   void Project() {
@@ -152,6 +153,7 @@ class BlockColors {
     }
     start = low;
     length = L::Max(L::Sub(high, low), L::Set(0));
+    all_flat = L::AllZero(length);
   }
 };
 
@@ -179,6 +181,10 @@ class ColorFit {
     for (int i = 0; i < (kSteps == 3 ? 2 : 1); ++i) {
       const int32_t* thresholds = kThresholds[kSteps - 2][i];
       const Ends ends = Solve(Assign(colors_.place, colors_.start, colors_.length, thresholds));
+      if (colors_.all_flat) break;
+      // A flat block is done, whatever its neighbours in the vector still need: results must not
+      // depend on who they are.
+      best_cost_ = L::Select(L::Eq(colors_.length, L::Set(0)), L::Set(-0x7FFFFFFF), best_cost_);
       Solve(AssignToLine(ends));
     }
     return Finish();

@@ -62,6 +62,7 @@ struct OneLane {
     return static_cast<V>(static_cast<float>(a) / static_cast<float>(b));
   }
 
+  static bool AllZero(V v) { return v == 0; }
   static V Lookup(const int32_t* table, V i) { return table[i]; }
 
   static void LoadColumns(const uint32_t* row, V* columns) {

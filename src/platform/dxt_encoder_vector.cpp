@@ -86,6 +86,7 @@ struct VectorLanes {
     return hn::ConvertTo(D(), hn::Div(hn::ConvertTo(DF(), a), hn::ConvertTo(DF(), b)));
   }
 
+  static HWY_INLINE bool AllZero(V v) { return hn::AllTrue(D(), hn::Eq(v, Set(0))); }
   static HWY_INLINE V Lookup(const int32_t* table, V i) { return hn::GatherIndex(D(), table, i); }
 
   static HWY_INLINE void LoadColumns(const uint32_t* row, V* columns) {
