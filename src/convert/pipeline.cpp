@@ -11,6 +11,7 @@
 #include "convert/resize.h"
 #include "convert/surface.h"
 #include "convert/true_color.h"
+#include "encodings/dxt.h"
 #include "encodings/hicolor.h"
 #include "frame/trace.h"
 
@@ -45,6 +46,12 @@ constexpr KernelRow kKernelRows[] = {
     {ZAV_FMT_RGB24, ZAV_FMT_BGRA32, Widen24To32Swap},
     {ZAV_FMT_BGR24, ZAV_FMT_RGBA32, Widen24To32Swap},
     {ZAV_FMT_BGR24, ZAV_FMT_BGRA32, Widen24To32},
+    {ZAV_FMT_BGRA32, ZAV_FMT_DXT1, BGRA32ToDXT1},
+    {ZAV_FMT_BGRA32, ZAV_FMT_DXT3, BGRA32ToDXT3},
+    {ZAV_FMT_BGRA32, ZAV_FMT_DXT5, BGRA32ToDXT5},
+    {ZAV_FMT_DXT1, ZAV_FMT_BGRA32, DXT1ToBGRA32},
+    {ZAV_FMT_DXT3, ZAV_FMT_BGRA32, DXT3ToBGRA32},
+    {ZAV_FMT_DXT5, ZAV_FMT_BGRA32, DXT5ToBGRA32},
 };
 
 /// Indexed by source and destination code; null where there is no direct kernel.

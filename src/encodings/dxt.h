@@ -1,0 +1,57 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "frame/records.h"
+
+namespace zav {
+
+/// What a compression or decoding of DXT blocks works on. `flags` says which buffers the job frees.
+struct DxtJob {
+  int32_t width = 0;
+  int32_t height = 0;
+  int32_t pitch = 0;        ///< bytes from row to row of the pixels
+  int32_t block_bytes = 0;  ///< bytes of the blocks; set by a compression that allocates them
+  uint8_t* pixels = nullptr;
+  uint8_t* blocks = nullptr;
+  uint32_t flags = 0;
+
+  DxtJob() = default;
+  DxtJob(const DxtJob&) = delete;
+  DxtJob& operator=(const DxtJob&) = delete;
+  ~DxtJob();
+};
+
+enum : uint32_t { kDxtOwnsBlocks = 1, kDxtOwnsPixels = 2 };
+
+/// Bytes of the blocks of a picture: whole 4 x 4 cells, 8 bytes each in DXT1 and 16 in the others.
+int64_t DxtBlockBytes(int32_t variant, int64_t width, int64_t height);
+
+/// Compresses the job's pixels into DXT1 to DXT5. Without a blocks buffer one is allocated; with
+/// one its size must be the encoder's. False, with the blocks untouched, for sides that are no
+/// multiples of 4, another size, or no encoder.
+bool CompressSurface(DxtJob& job, int32_t variant);
+bool CompressToDXT1(DxtJob& job);
+bool CompressToDXT2(DxtJob& job);
+bool CompressToDXT3(DxtJob& job);
+bool CompressToDXT4(DxtJob& job);
+bool CompressToDXT5(DxtJob& job);
+
+// Decode the job's blocks into its pixels. Only whole cells are written: the last width mod 4
+// columns and height mod 4 rows are left alone. Colours widen from 5-6-5 without replicated bits,
+// and thirds are truncated.
+void DecodeDXT1(const DxtJob& job);
+void DecodeDXT3(const DxtJob& job);
+void DecodeDXT5(const DxtJob& job);
+
+// Kernels of the pipeline.
+bool BGRA32ToDXT1(ZAV_CONVERTER& converter);
+bool BGRA32ToDXT3(ZAV_CONVERTER& converter);
+bool BGRA32ToDXT5(ZAV_CONVERTER& converter);
+bool DXT1ToBGRA32(ZAV_CONVERTER& converter);
+bool DXT3ToBGRA32(ZAV_CONVERTER& converter);
+bool DXT5ToBGRA32(ZAV_CONVERTER& converter);
+
+}  // namespace zav
