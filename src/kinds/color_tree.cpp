@@ -28,11 +28,11 @@ size_t ChildIndex(uint32_t path, int depth) { return path >> (21 - 3 * depth) & 
 
 void CoveredColors::AddLeaf(uint32_t color, int depth) {
   if (depth <= 4) {
-    FillCube(cells_.data(), CellOf(color), 4, 4 - depth, ~uint64_t{0});
+    FillCube(cells_.data(), kCell.Of(color), 4, 4 - depth, ~uint64_t{0});
   } else if (depth <= 6) {
     // 8 subcells agree in all but the lowest bits of their places' three fields.
-    const uint32_t subcell = SubcellOf(color);
-    cells_[CellOf(color)] |=
+    const uint32_t subcell = kSubcell.Of(color);
+    cells_[kCell.Of(color)] |=
         depth == 6 ? uint64_t{1} << subcell : uint64_t{0x330033} << (subcell & ~0x15u);
   }
 }

@@ -3,54 +3,80 @@
 #include "kinds/quantizer.h"
 
 #include <algorithm>
-#include <array>
+#include <bit>
 #include <cstring>
 #include <memory>
+#include <new>
 
 #include "base/endian.h"
 #include "base/heap.h"
 #include "convert/row_walker.h"
 #include "kinds/color_tree.h"
+#include "kinds/quantizer_rows.h"
 
 namespace zav {
+
+void IndexTable::AddLeaf(uint32_t color, int depth, uint32_t index) {
+  subcells_[index] = static_cast<uint16_t>(index);
+  if (depth <= 4) {
+    FillCube(cells_.data(), kCell.Of(color), 4, 4 - depth, index << 6);
+    return;
+  }
+  uint32_t& cell = cells_[kCell.Of(color)];
+  if (cell == 0) {
+    cell = (kMaxColors + 64 * subcell_blocks_++) << 6 | 63;
+    std::fill_n(subcells_.data() + (cell >> 6), 64, uint16_t{0});
+  }
+  uint16_t* subcells = subcells_.data() + (cell >> 6);
+  if (depth <= 6) {
+    FillCube(subcells, kSubcell.Of(color), 2, 6 - depth, static_cast<uint16_t>(index));
+    return;
+  }
+  uint16_t& subcell = subcells[kSubcell.Of(color)];
+  if (subcell == 0) {
+    subcell = static_cast<uint16_t>(kMaxColors + fine_blocks_);
+    std::fill_n(fine_.data() + fine_blocks_++ * 64, 64, uint8_t{0});
+  }
+  FillCube(fine_.data() + (subcell - kMaxColors) * 64, kFine.Of(color), 2, 8 - depth,
+           static_cast<uint8_t>(index));
+}
+
 namespace {
 
 // The picture is walked twice. The first walk only builds the tree, for which a pixel counts when
-// its colour has no leaf yet: nearly all are passed over after two look-ups. The second gives each
-// pixel its index in the finished tree and sums the leaves' colours, which adds up to what leaves
-// that grow by merging would have summed.
+// its colour has no leaf yet. The second gives each pixel its index in the finished tree and sums
+// the leaves' colours, which adds up to what leaves that grow by merging would have summed.
 
 struct FreeOnExit {
   void operator()(void* bytes) const { FreeBytes(bytes); }
 };
 
-/// Zeroed memory for tables that would burden a host thread's stack.
+/// Memory for a table that would burden a host thread's stack; null when it runs out.
 template <typename T>
-std::unique_ptr<T, FreeOnExit> AllocateTable() {
-  return std::unique_ptr<T, FreeOnExit>(reinterpret_cast<T*>(AllocateZeroed(sizeof(T))));
+std::unique_ptr<T, FreeOnExit> NewTable() {
+  uint8_t* bytes = AllocateBytes(sizeof(T));
+  return std::unique_ptr<T, FreeOnExit>(bytes != nullptr ? new (bytes) T : nullptr);
 }
 
-/// Runs of equal pixels are passed over in blocks.
-constexpr size_t kBlock = 8;
+struct Leaf {
+  uint32_t color;
+  int depth;
+};
 
-/// Whether a block of pixels repeats the pixel before it.
-bool RepeatsPrevious(const uint8_t* block) {
-  std::array<uint64_t, kBlock / 2> pixels;
-  std::array<uint64_t, kBlock / 2> shifted;
-  std::memcpy(pixels.data(), block, sizeof(pixels));
-  std::memcpy(shifted.data(), block - 4, sizeof(shifted));
-  uint64_t differing = 0;
-  for (size_t i = 0; i < pixels.size(); ++i) differing |= pixels[i] ^ shifted[i];
-  return differing == 0;
-}
+/// In palette order.
+struct Leaves {
+  std::array<Leaf, kMaxColors> list;
+  size_t count = 0;
+};
+
+/// After an uncovered pixel this many are tried one at a time: new colours come in clusters.
+constexpr size_t kCluster = 8;
 
 bool AddRow(const uint8_t* pixels, size_t count, const CoveredColors& covered, ColorTree& tree) {
+  const QuantizerRows& rows = SelectedQuantizerRows();
   for (size_t i = 0; i < count;) {
-    if (i != 0 && count - i >= kBlock && RepeatsPrevious(pixels + i * 4)) {
-      i += kBlock;
-      continue;
-    }
-    for (const size_t end = std::min(count, i + kBlock); i < end; ++i) {
+    i += rows.find_uncovered(covered, pixels + i * 4, count - i);
+    for (const size_t end = std::min(count, i + kCluster); i < end; ++i) {
       const uint32_t color = LoadLe32(pixels + i * 4);
       if (!covered.Contains(color) && !tree.Add(color)) return false;
     }
@@ -58,166 +84,99 @@ bool AddRow(const uint8_t* pixels, size_t count, const CoveredColors& covered, C
   return true;
 }
 
-/// From a colour to its leaf's index in two look-ups, or three where leaves are deeper than 6.
-class IndexTable {
- public:
-  void AddLeaf(uint32_t color, int depth, uint32_t index);
+bool FindLeaves(const ZAV_CONVERTER& converter, Leaves& leaves) {
+  const auto covered = NewTable<CoveredColors>();
+  if (covered == nullptr) return false;
+  ColorTree tree(*covered);
+  bool built = true;
+  WalkRows(converter, [&](const uint8_t* pixels, uint8_t*, size_t count) {
+    built = built && AddRow(pixels, count, *covered, tree);
+  });
+  tree.ForEachLeaf([&](uint32_t color, int depth) {
+    leaves.list[leaves.count++] = {color, depth};
+  });
+  return built;
+}
 
-  uint32_t IndexOf(uint32_t color) const {
-    const uint32_t cell = cells_[CellOf(color)];
-    const uint32_t place = subcells_[(cell >> 6) + (SubcellOf(color) & cell)];
-    return place < kMaxColors ? place : fine_[(place - kMaxColors) * 64 + FineOf(color)];
+/// How many levels down from the root two colours share their path.
+int SharedDepth(const Leaf& a, const Leaf& b) {
+  const uint32_t differing = a.color ^ b.color;
+  return std::countl_zero(static_cast<uint8_t>(differing | differing >> 8 | differing >> 16));
+}
+
+void FillTable(const Leaves& leaves, IndexTable& table) {
+  int shared_before = -1;
+  for (size_t i = 0; i < leaves.count; ++i) {
+    const Leaf& leaf = leaves.list[i];
+    const int shared_after = i + 1 < leaves.count ? SharedDepth(leaf, leaves.list[i + 1]) : -1;
+    // At this depth the leaf is alone. Above depth 4, where a cube is more than one entry, nothing
+    // is gained by filling more than its own.
+    const int alone = std::max(shared_before, shared_after) + 1;
+    table.AddLeaf(leaf.color, std::max(alone, std::min(leaf.depth, 4)), static_cast<uint32_t>(i));
+    shared_before = shared_after;
   }
+}
 
- private:
-  /// A place in subcells_ times 64, plus a mask: 63 where it is the start of a block of 64, and 0
-  /// where it is one entry, so that both are looked up without a branch.
-  std::array<uint32_t, 4096> cells_;
-  /// One entry for each index, then blocks. Below kMaxColors: an index. From there on: a block in
-  /// fine_. There are no more blocks than leaves.
-  std::array<uint16_t, kMaxColors + kMaxColors * 64> subcells_;
-  std::array<uint8_t, kMaxColors * 64> fine_;
-  uint32_t subcell_blocks_;
-  uint32_t fine_blocks_;
+struct Totals {
+  std::array<uint64_t, 4> lanes;
 };
-
-void IndexTable::AddLeaf(uint32_t color, int depth, uint32_t index) {
-  subcells_[index] = static_cast<uint16_t>(index);
-  uint32_t& cell = cells_[CellOf(color)];
-  if (depth <= 4) {
-    FillCube(cells_.data(), CellOf(color), 4, 4 - depth, index << 6);
-    return;
-  }
-  if (cell == 0) cell = (kMaxColors + 64 * subcell_blocks_++) << 6 | 63;
-  uint16_t* subcells = subcells_.data() + (cell >> 6);
-  uint16_t& subcell = subcells[SubcellOf(color)];
-  if (depth <= 6) {
-    FillCube(subcells, SubcellOf(color), 2, 6 - depth, static_cast<uint16_t>(index));
-    return;
-  }
-  if (subcell == 0) subcell = static_cast<uint16_t>(kMaxColors + fine_blocks_++);
-  FillCube(fine_.data() + (subcell - kMaxColors) * 64, FineOf(color), 2, 8 - depth,
-           static_cast<uint8_t>(index));
-}
-
-/// Sums of the pixels of each leaf.
-class LeafSums {
- public:
-  void Add(uint32_t index, uint32_t color, uint32_t times) {
-    Packed& sum = packed_[index];
-    sum.blue_green += ((color & 0xFF) | uint64_t{color & 0xFF00} << 24) * times;
-    sum.red_count += ((color >> 16 & 0xFF) | uint64_t{1} << 32) * times;
-  }
-
-  /// No 32-bit half may pass its end: to be called before that many pixels more have been added.
-  static constexpr size_t kFlushPixels = size_t{1} << 24;
-  void Flush();
-
-  /// Writes the average of a leaf, after Flush.
-  void StoreAverage(uint32_t index, uint8_t* entry) const;
-
- private:
-  struct Packed {
-    uint64_t blue_green;  ///< low half, high half
-    uint64_t red_count;
-  };
-  struct Totals {
-    uint64_t blue, green, red, count;
-  };
-  std::array<Packed, kMaxColors> packed_;
-  std::array<Totals, kMaxColors> totals_;
-};
-
-void LeafSums::Flush() {
-  for (size_t i = 0; i < packed_.size(); ++i) {
-    totals_[i].blue += packed_[i].blue_green & 0xFFFFFFFF;
-    totals_[i].green += packed_[i].blue_green >> 32;
-    totals_[i].red += packed_[i].red_count & 0xFFFFFFFF;
-    totals_[i].count += packed_[i].red_count >> 32;
-    packed_[i] = Packed{};
-  }
-}
-
-void LeafSums::StoreAverage(uint32_t index, uint8_t* entry) const {
-  const Totals& totals = totals_[index];
-  entry[0] = static_cast<uint8_t>(totals.blue / totals.count);
-  entry[1] = static_cast<uint8_t>(totals.green / totals.count);
-  entry[2] = static_cast<uint8_t>(totals.red / totals.count);
-  entry[3] = 0xFF;
-}
 
 struct Mapping {
   IndexTable table;
-  LeafSums sums;
+  LeafSums sums{};
+  std::array<Totals, kMaxColors> totals{};
+  size_t pending = 0;  ///< pixels in `sums`
+
+  /// As many pixels as 32-bit sums hold for certain.
+  static constexpr size_t kMostPending = size_t{1} << 24;
+
+  void MapRow(const uint8_t* pixels, uint8_t* dest, size_t count);
+  void Flush();
 };
 
-void MapRow(const uint8_t* pixels, uint8_t* dest, size_t count, Mapping& mapping) {
-  for (size_t i = 0; i < count;) {
-    if (i != 0 && count - i >= kBlock && RepeatsPrevious(pixels + i * 4)) {
-      const uint8_t index = dest[i - 1];
-      std::memset(dest + i, index, kBlock);
-      mapping.sums.Add(index, LoadLe32(pixels + i * 4), kBlock);
-      i += kBlock;
-      continue;
-    }
-    for (const size_t end = std::min(count, i + kBlock); i < end; ++i) {
-      const uint32_t color = LoadLe32(pixels + i * 4);
-      const uint32_t index = mapping.table.IndexOf(color);
-      dest[i] = static_cast<uint8_t>(index);
-      mapping.sums.Add(index, color, 1);
-    }
+void Mapping::MapRow(const uint8_t* pixels, uint8_t* dest, size_t count) {
+  while (count != 0) {
+    if (pending == kMostPending) Flush();
+    const size_t part = std::min(count, kMostPending - pending);
+    SelectedQuantizerRows().map(table, sums, pixels, dest, part);
+    pending += part;
+    pixels += part * 4;
+    dest += part;
+    count -= part;
   }
 }
 
-/// Maps rows of any length, and sees to the sums.
-class RowMapper {
- public:
-  explicit RowMapper(Mapping& mapping) : mapping_(mapping) {}
-  void operator()(const uint8_t* pixels, uint8_t* dest, size_t count) {
-    while (count != 0) {
-      if (pending_ == LeafSums::kFlushPixels) {
-        mapping_.sums.Flush();
-        pending_ = 0;
-      }
-      const size_t part = std::min(count, LeafSums::kFlushPixels - pending_);
-      MapRow(pixels, dest, part, mapping_);
-      pixels += part * 4;
-      dest += part;
-      count -= part;
-      pending_ += part;
+void Mapping::Flush() {
+  for (size_t i = 0; i < sums.size(); ++i) {
+    for (size_t lane = 0; lane < 4; ++lane) {
+      for (const auto& half : sums[i].halves) totals[i].lanes[lane] += half[lane];
     }
   }
+  sums = LeafSums{};
+  pending = 0;
+}
 
- private:
-  Mapping& mapping_;
-  size_t pending_ = 0;
-};
-
-bool BuildTree(const ZAV_CONVERTER& converter, const CoveredColors& covered, ColorTree& tree) {
-  bool built = true;
-  WalkRows(converter, [&](const uint8_t* pixels, uint8_t*, size_t count) {
-    built = built && AddRow(pixels, count, covered, tree);
-  });
-  return built;
+void StorePalette(const Mapping& mapping, size_t colors, uint8_t* palette) {
+  std::memset(palette, 0xFF, ZAV_PALETTE_BYTES);
+  for (size_t i = 0; i < colors; ++i) {
+    const auto& lanes = mapping.totals[i].lanes;
+    for (size_t c = 0; c < 3; ++c) palette[i * 4 + c] = static_cast<uint8_t>(lanes[c] / lanes[3]);
+  }
 }
 
 }  // namespace
 
 bool QuantizeToPal8(ZAV_CONVERTER& converter) {
-  const auto covered = AllocateTable<CoveredColors>();
-  const auto mapping = AllocateTable<Mapping>();
-  if (covered == nullptr || mapping == nullptr) return false;
-  ColorTree tree(*covered);
-  if (!BuildTree(converter, *covered, tree)) return false;
-
-  uint32_t leaves = 0;
-  tree.ForEachLeaf(
-      [&](uint32_t color, int depth) { mapping->table.AddLeaf(color, depth, leaves++); });
-  WalkRows(converter, RowMapper(*mapping));
-  mapping->sums.Flush();
-  uint8_t* palette = converter.dest.palette;
-  for (uint32_t i = 0; i < leaves; ++i) mapping->sums.StoreAverage(i, palette + i * size_t{4});
-  std::memset(palette + leaves * size_t{4}, 0xFF, ZAV_PALETTE_BYTES - leaves * size_t{4});
+  Leaves leaves;
+  if (!FindLeaves(converter, leaves)) return false;
+  const auto mapping = NewTable<Mapping>();
+  if (mapping == nullptr) return false;
+  FillTable(leaves, mapping->table);
+  WalkRows(converter, [&](const uint8_t* pixels, uint8_t* dest, size_t count) {
+    mapping->MapRow(pixels, dest, count);
+  });
+  mapping->Flush();
+  StorePalette(*mapping, leaves.count, converter.dest.palette);
   return true;
 }
 
