@@ -7,9 +7,11 @@
 
 #include "convert/pipeline.h"
 #include "convert/surface.h"
+#include "kinds/quantizer_rows.h"
 #include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/plain_quantizer.h"
+#include "support/vector_targets.h"
 
 namespace zav::test {
 namespace {
@@ -21,28 +23,32 @@ void ExpectAsPlain(Picture& picture, int32_t dest_pitch, const std::string& what
   const ZAV_GFXDEF& source = picture.definition;
   const auto height = static_cast<size_t>(source.height);
   // Neither side may be touched behind its last row's last pixel.
-  const PageEndBuffer readable(
-      picture.pixels.data(),
-      static_cast<size_t>(source.pitch) * (height - 1) + static_cast<size_t>(source.width) * 4);
+  PageEndBuffer readable(picture.pixels.data(), static_cast<size_t>(source.pitch) * (height - 1) +
+                                                    static_cast<size_t>(source.width) * 4);
   const size_t dest_bytes =
       static_cast<size_t>(dest_pitch) * (height - 1) + static_cast<size_t>(source.width);
   std::vector<uint8_t> expected(dest_bytes, 0xA5);
   Palette expected_palette;
   QuantizePlain(source, expected.data(), dest_pitch, expected_palette.data());
 
-  PageEndBuffer dest(expected.size());
-  std::memset(dest.data(), 0xA5, dest.size());
+  PageEndBuffer dest(dest_bytes);
   PageEndBuffer palette(ZAV_PALETTE_BYTES);
   ScopedConverter converter;
   converter.source.definition() = source;
-  converter.source.pixels = const_cast<PageEndBuffer&>(readable).data();
+  converter.source.pixels = readable.data();
   converter.dest.format = ZAV_FMT_PAL8;
   converter.dest.pixels = dest.data();
   converter.dest.palette = palette.data();
   converter.dest.pitch = dest_pitch;
-  ASSERT_TRUE(ConvertSurface(converter)) << what;
-  EXPECT_EQ(std::memcmp(palette.data(), expected_palette.data(), ZAV_PALETTE_BYTES), 0) << what;
-  EXPECT_EQ(std::memcmp(dest.data(), expected.data(), dest_bytes), 0) << what;
+  ForEachVectorTarget([&](const VectorTarget& target) {
+    std::memset(dest.data(), 0xA5, dest_bytes);
+    std::memset(palette.data(), 0xA5, ZAV_PALETTE_BYTES);
+    ASSERT_TRUE(ConvertSurface(converter)) << what;
+    EXPECT_EQ(std::memcmp(palette.data(), expected_palette.data(), ZAV_PALETTE_BYTES), 0)
+        << what << " on " << target.name;
+    EXPECT_EQ(std::memcmp(dest.data(), expected.data(), dest_bytes), 0)
+        << what << " on " << target.name;
+  });
 }
 
 TEST(Quantizer, MatchesTheReferenceOnEveryKindOfPicture) {
@@ -59,8 +65,9 @@ TEST(Quantizer, MatchesTheReferenceOnEveryKindOfPicture) {
     for (const auto& [width, height, source_padding, dest_padding] : kSizes) {
       for (uint64_t seed = 1; seed <= 3; ++seed) {
         Picture picture = MakeColorPicture(colors, width, height, width * 4 + source_padding, seed);
-        ExpectAsPlain(picture, width + dest_padding,
-                      colors.name + (" " + std::to_string(width)) + " x " + std::to_string(height));
+        std::string what = colors.name;
+        what.append(" ").append(std::to_string(width)).append(" x ").append(std::to_string(height));
+        ExpectAsPlain(picture, width + dest_padding, what);
       }
     }
   }
@@ -147,6 +154,13 @@ TEST(Quantizer, KnownPalettes) {
   EXPECT_EQ(Entry(merged, 255), 0xFFFEFEFEu);
 }
 
+TEST(Quantizer, SelectsTheForcedTarget) {
+  ForEachVectorTarget([](const VectorTarget& target) {
+    const std::string name = SelectedQuantizerRows().target;
+    EXPECT_EQ(name, std::string(target.name) == "SSE2" ? "plain" : target.name);
+  });
+}
+
 TEST(Quantizer, SumsOfManyPixelsDoNotWrap) {
   constexpr int32_t kWidth = 4200;
   constexpr int32_t kHeight = 4100;  // 17.2 million: 253 times that is past 2^32
@@ -158,8 +172,11 @@ TEST(Quantizer, SumsOfManyPixelsDoNotWrap) {
   converter.source.height = kHeight;
   converter.source.format = ZAV_FMT_BGRA32;
   converter.dest.format = ZAV_FMT_PAL8;
-  ASSERT_TRUE(ConvertSurface(converter));
-  EXPECT_EQ(LoadLe32(converter.dest.palette), 0xFFFDFEFFu);
+  ForEachVectorTarget([&](const VectorTarget& target) {
+    ASSERT_TRUE(ConvertSurface(converter));
+    EXPECT_EQ(LoadLe32(converter.dest.palette), 0xFFFDFEFFu) << target.name;
+    converter.dest.palette[0] = 0;
+  });
 }
 
 TEST(Quantizer, FailsCleanlyWhenMemoryRunsOut) {
