@@ -60,19 +60,6 @@ void Plain(benchmark::State& state, int32_t side) {
   level.Finish(state);
 }
 
-/// What the memory allows: the source copied, a quarter as much more than is to be moved.
-void Copy(benchmark::State& state, int32_t side) {
-  Level level(side);
-  const auto bytes = static_cast<size_t>(ImageBytes(level.surfaces.dest));
-  for (auto _ : state) {
-    for (size_t part = 0; part < 4; ++part) {
-      std::memcpy(level.surfaces.dest.pixels, level.surfaces.source.pixels + part * bytes, bytes);
-      benchmark::ClobberMemory();
-    }
-  }
-  level.Finish(state);
-}
-
 #ifdef ZAV_PEER_LIBYUV
 /// Its box filter has no weights: for orientation.
 void Libyuv(benchmark::State& state, int32_t side) {
@@ -96,7 +83,6 @@ const int kRegistered = [] {
     };
     add("zav", Zav);
     add("plain", Plain);
-    add("memcpy", Copy);
 #ifdef ZAV_PEER_LIBYUV
     add("libyuv", Libyuv);
 #endif
