@@ -28,7 +28,6 @@ using Shorts = hn::RebindToSigned<hn::RepartitionToWide<Bytes> >;
 using Words = hn::RepartitionToWide<hn::RepartitionToWide<Bytes> >;
 using Ints = hn::RebindToSigned<Words>;
 using Floats = hn::RebindToFloat<Words>;
-using VectorOfShorts = hn::Vec<Shorts>;
 using VectorOfWords = hn::Vec<Words>;
 using VectorOfInts = hn::Vec<Ints>;
 using VectorOfFloats = hn::Vec<Floats>;
@@ -40,7 +39,7 @@ using VectorOfFloats = hn::Vec<Floats>;
 //
 // The second vector's pairs stand the other way round within 64 bits than the first one's, so that
 // blending the two parts the channels: a plane's pixels are those of the first and second vector
-// in turn ("forward"), or of the second and first ("swapped").
+// in turn or, swapped, those of the second and first.
 constexpr size_t kBlock = hn::MaxLanes(Words());
 constexpr size_t kVectorBytes = kBlock * 4;
 
@@ -60,91 +59,64 @@ constexpr Pattern PairPattern(size_t even, size_t odd) {
 }
 
 template <size_t kEven, size_t kOdd>
-HWY_INLINE VectorOfShorts Pairs(hn::Vec<Bytes> pixels) {
+HWY_INLINE VectorOfInts Pairs(hn::Vec<Bytes> pixels) {
   static constexpr Pattern kPattern = PairPattern(kEven, kOdd);
-  return hn::BitCast(Shorts(),
+  return hn::BitCast(Ints(),
                      hn::TableLookupBytesOr0(pixels, hn::LoadDup128(Bytes(), kPattern.bytes)));
 }
 
-HWY_INLINE VectorOfInts AddProducts(VectorOfShorts a, VectorOfShorts b) {
+template <class V>
+HWY_INLINE V SwapPairs(V v) {
+  return hn::Shuffle2301(v);
+}
+
+/// The planes of one source row, as pairs.
+struct RowPairs {
+  VectorOfInts byte_0, byte_1, swapped_byte_2, alpha, swapped_alpha;
+
+  HWY_INLINE explicit RowPairs(const uint8_t* pixels) {
+    const auto first = hn::LoadU(Bytes(), pixels);
+    const auto second = hn::LoadU(Bytes(), pixels + kVectorBytes);
+    const auto first_0_2 = Pairs<0, 2>(first);
+    const auto second_2_0 = Pairs<2, 0>(second);
+    const auto first_1_alpha = Pairs<1, 3>(first);
+    const auto second_alpha_1 = Pairs<3, 1>(second);
+    byte_0 = hn::OddEven(second_2_0, first_0_2);
+    byte_1 = hn::OddEven(second_alpha_1, first_1_alpha);
+    swapped_byte_2 = hn::OddEven(first_0_2, second_2_0);
+    swapped_alpha = hn::OddEven(first_1_alpha, second_alpha_1);
+    alpha = SwapPairs(swapped_alpha);
+  }
+};
+
+HWY_INLINE VectorOfInts AddProducts(VectorOfInts a, VectorOfInts b) {
   auto unused = hn::Zero(Ints());
-  return hn::ReorderWidenMulAccumulate(Ints(), a, b, hn::Zero(Ints()), unused);
+  return hn::ReorderWidenMulAccumulate(Ints(), hn::BitCast(Shorts(), a), hn::BitCast(Shorts(), b),
+                                       hn::Zero(Ints()), unused);
 }
 
-/// Weighted sums of one vector's pixels of both rows: bytes 0 and 2 in alternate lanes, and byte 1
-/// and the plain sum of the alphas.
+/// A pixel's sums are whole numbers: colours times weights, and the alphas times kScale.
 struct Sums {
-  VectorOfInts bytes_0_2;
-  VectorOfInts byte_1_alpha;
+  VectorOfInts byte_0, byte_1, byte_2, alpha;
 };
+constexpr int32_t kScale = 64;
 
-/// `kSwapped`: bytes 2 and 0, and the sum of the alphas and byte 1.
-template <bool kSwapped, bool kWeighted>
-HWY_INLINE Sums SumRow(const uint8_t* pixels) {
-  const auto loaded = hn::LoadU(Bytes(), pixels);
-  const auto bytes_0_2 = Pairs < kSwapped ? 2 : 0, kSwapped ? 0 : 2 > (loaded);
-  const auto byte_1_alpha = Pairs < kSwapped ? 3 : 1, kSwapped ? 1 : 3 > (loaded);
-  const auto ones = hn::Set(Ints(), 0x00010001);
-  if (!kWeighted) {
-    const auto weights = hn::BitCast(Shorts(), ones);
-    return {AddProducts(bytes_0_2, weights), AddProducts(byte_1_alpha, weights)};
-  }
-  const auto pairs = hn::BitCast(Ints(), byte_1_alpha);
-  const auto weights = kSwapped ? hn::DupEven(pairs) : hn::DupOdd(pairs);
-  const auto weights_1 = kSwapped ? hn::OddEven(weights, ones) : hn::OddEven(ones, weights);
-  return {AddProducts(bytes_0_2, hn::BitCast(Shorts(), weights)),
-          AddProducts(byte_1_alpha, hn::BitCast(Shorts(), weights_1))};
+HWY_INLINE Sums WeightedSums(const RowPairs& upper, const RowPairs& lower) {
+  const auto alphas = hn::Add(upper.alpha, lower.alpha);
+  return {hn::Add(AddProducts(upper.byte_0, upper.alpha), AddProducts(lower.byte_0, lower.alpha)),
+          hn::Add(AddProducts(upper.byte_1, upper.alpha), AddProducts(lower.byte_1, lower.alpha)),
+          SwapPairs(hn::Add(AddProducts(upper.swapped_byte_2, upper.swapped_alpha),
+                            AddProducts(lower.swapped_byte_2, lower.swapped_alpha))),
+          AddProducts(alphas, hn::Set(Ints(), kScale * 0x10001))};
 }
 
-template <bool kSwapped, bool kWeighted>
-HWY_INLINE Sums SumRows(const uint8_t* upper, const uint8_t* lower) {
-  const Sums a = SumRow<kSwapped, kWeighted>(upper);
-  const Sums b = SumRow<kSwapped, kWeighted>(lower);
-  return {hn::Add(a.bytes_0_2, b.bytes_0_2), hn::Add(a.byte_1_alpha, b.byte_1_alpha)};
+/// For pixels without alpha: colours with the weight 1.
+HWY_INLINE Sums PlainSums(const RowPairs& upper, const RowPairs& lower) {
+  const auto ones = hn::Set(Ints(), 0x10001);
+  const auto add = [&](VectorOfInts a, VectorOfInts b) { return AddProducts(hn::Add(a, b), ones); };
+  return {add(upper.byte_0, lower.byte_0), add(upper.byte_1, lower.byte_1),
+          SwapPairs(add(upper.swapped_byte_2, lower.swapped_byte_2)), hn::Zero(Ints())};
 }
-
-/// One channel each of a block.
-struct Planes {
-  VectorOfInts byte_0, byte_1;  ///< forward
-  VectorOfInts byte_2, alpha;   ///< swapped
-};
-
-template <bool kWeighted>
-HWY_INLINE Planes SumBlock(const uint8_t* upper, const uint8_t* lower) {
-  const Sums first = SumRows<false, kWeighted>(upper, lower);
-  const Sums second = SumRows<true, kWeighted>(upper + kVectorBytes, lower + kVectorBytes);
-  return {hn::OddEven(second.bytes_0_2, first.bytes_0_2),
-          hn::OddEven(second.byte_1_alpha, first.byte_1_alpha),
-          hn::OddEven(first.bytes_0_2, second.bytes_0_2),
-          hn::OddEven(first.byte_1_alpha, second.byte_1_alpha)};
-}
-
-/// Divides by multiplication with the reciprocal. Quotients are those of (numerator + 1/2) /
-/// denominator - 1/2, rounded to the nearest whole number, which is the truncated quotient of
-/// numerator / denominator: numerators are whole, at most 255 times the denominator, which is at
-/// most 1020, so that the rounded value is at least 1/2040 away from where rounding would turn,
-/// while its error is below 2^-12: 256 times a relative error below 2^-20 (reciprocal 2^-21,
-/// products and sums 2^-23). It is exact whatever the last bits of the reciprocal are.
-class Divider {
- public:
-  HWY_INLINE explicit Divider(VectorOfFloats reciprocal)
-      : reciprocal_(reciprocal),
-        offset_(hn::MulAdd(reciprocal, hn::Set(Floats(), 0.5f), hn::Set(Floats(), -0.5f))) {}
-
-  /// The quotient stands in the low 16 bits. The sum with 3 * 2^22 has no fraction bits: adding
-  /// rounds to the nearest whole number, in its lowest bits.
-  HWY_INLINE VectorOfWords Divide(VectorOfInts numerator) const {
-    const auto quotient = hn::MulAdd(hn::ConvertTo(Floats(), numerator), reciprocal_, offset_);
-    return hn::BitCast(Words(), hn::Add(quotient, hn::Set(Floats(), kRounder)));
-  }
-
-  static constexpr float kRounder = 12582912.0f;
-  static constexpr uint32_t kRounderBits = 0x4B400000;
-
- private:
-  VectorOfFloats reciprocal_;
-  VectorOfFloats offset_;
-};
 
 /// The processor's estimate is good to 1.5 * 2^-12; one Newton step squares that.
 HWY_INLINE VectorOfFloats Reciprocal(VectorOfFloats v) {
@@ -152,43 +124,70 @@ HWY_INLINE VectorOfFloats Reciprocal(VectorOfFloats v) {
   return hn::Mul(estimate, hn::NegMulAdd(v, estimate, hn::Set(Floats(), 2.0f)));
 }
 
-HWY_INLINE VectorOfWords SwapPairs(VectorOfWords v) { return hn::Shuffle2301(v); }
+/// Divides by multiplication with the reciprocal of the weights' sum times kScale.
+///
+/// Quotients are those of (numerator + 1/2) / denominator - 1/2, rounded to the nearest whole
+/// number, which is the truncated quotient of numerator / denominator: numerators are whole, at
+/// most 255 times the denominator, which is at most 1020, so that the rounded value is at least
+/// 1/2040 away from where rounding would turn, while its error is below 2^-12: 256 times a relative
+/// error below 2^-20 (reciprocal 2^-21, products and sums 2^-23). It is exact whatever the last
+/// bits of the reciprocal are.
+class Divider {
+ public:
+  HWY_INLINE explicit Divider(VectorOfInts scaled_denominator)
+      : reciprocal_(Reciprocal(hn::ConvertTo(Floats(), scaled_denominator))),
+        offset_(hn::MulAdd(reciprocal_, hn::Set(Floats(), 0.5f),
+                           hn::Set(Floats(), -0.5f / static_cast<float>(kScale)))) {}
 
-/// Quotients and alphas to pixels, forward.
-HWY_INLINE VectorOfWords Combine(const Planes& sums, VectorOfFloats swapped_reciprocal) {
-  const Divider swapped(swapped_reciprocal);
-  const Divider forward(hn::BitCast(Floats(), SwapPairs(hn::BitCast(Words(), swapped_reciprocal))));
-  const auto byte_2 = hn::ShiftLeft<16>(swapped.Divide(sums.byte_2));
-  const auto alpha = hn::ShiftLeft<24>(hn::ShiftRight<2>(hn::BitCast(Words(), sums.alpha)));
-  const auto byte_0 = forward.Divide(sums.byte_0);
-  const auto byte_1 = hn::ShiftLeft<8>(forward.Divide(sums.byte_1));
-  // What the rounding left above the quotients adds up to a constant.
-  constexpr uint32_t kRest = Divider::kRounderBits + (Divider::kRounderBits << 8);
-  return hn::Add(hn::Sub(hn::Add(byte_0, byte_1), hn::Set(Words(), kRest)),
-                 SwapPairs(hn::Add(byte_2, alpha)));
+  /// The quotient plus the rounder's bits. The quotient over kScale is added to a number whose last
+  /// bit is worth 1 / kScale: that rounds it and puts it into the lowest bits.
+  HWY_INLINE VectorOfWords Divide(VectorOfInts numerator, uint32_t rounder) const {
+    const auto quotient = hn::MulAdd(hn::ConvertTo(Floats(), numerator), reciprocal_, offset_);
+    return hn::BitCast(Words(),
+                       hn::Add(quotient, hn::BitCast(Floats(), hn::Set(Words(), rounder))));
+  }
+
+ private:
+  VectorOfFloats reciprocal_;
+  VectorOfFloats offset_;
+};
+
+// 3 * 2^16 in single precision, and a little more for byte 2: so much that the rounders' bits add
+// up to nothing where the bytes are put together.
+constexpr uint32_t kRounder = 0x48400000;
+constexpr uint32_t kRounder2 = 0x484077C0;
+static_assert(static_cast<uint32_t>(kRounder + (kRounder << 8) + (kRounder2 << 16)) == 0);
+
+HWY_INLINE VectorOfWords Divide(const Sums& sums, VectorOfInts scaled_denominator) {
+  const Divider divider(scaled_denominator);
+  // Shifted by 8 bits, and without the fraction: a quarter of the sum is the kScale / 4 * 4-th.
+  const auto alpha = hn::And(hn::BitCast(Words(), sums.alpha), hn::Set(Words(), 0xFF00));
+  const auto upper_half = hn::Add(divider.Divide(sums.byte_2, kRounder2), alpha);
+  const auto byte_1 = hn::ShiftLeft<8>(divider.Divide(sums.byte_1, kRounder));
+  return hn::Add(hn::Add(divider.Divide(sums.byte_0, kRounder), byte_1),
+                 hn::ShiftLeft<16>(upper_half));
 }
 
 /// A block in which four transparent pixels meet: those are averaged without weights.
-HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper, const uint8_t* lower) {
-  Planes sums = SumBlock<true>(upper, lower);
-  const Planes plain = SumBlock<false>(upper, lower);
+HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper_pixels,
+                                             const uint8_t* lower_pixels) {
+  const RowPairs upper(upper_pixels);
+  const RowPairs lower(lower_pixels);
+  Sums sums = WeightedSums(upper, lower);
+  const Sums plain = PlainSums(upper, lower);
   const auto transparent = hn::Eq(sums.alpha, hn::Zero(Ints()));
-  const auto forward = hn::RebindMask(
-      Ints(),
-      hn::MaskFromVec(SwapPairs(hn::BitCast(Words(), hn::VecFromMask(Ints(), transparent)))));
-  sums.byte_0 = hn::IfThenElse(forward, plain.byte_0, sums.byte_0);
-  sums.byte_1 = hn::IfThenElse(forward, plain.byte_1, sums.byte_1);
+  sums.byte_0 = hn::IfThenElse(transparent, plain.byte_0, sums.byte_0);
+  sums.byte_1 = hn::IfThenElse(transparent, plain.byte_1, sums.byte_1);
   sums.byte_2 = hn::IfThenElse(transparent, plain.byte_2, sums.byte_2);
-  const auto weight = hn::IfThenElse(transparent, hn::Set(Ints(), 4), sums.alpha);
-  return Combine(sums, Reciprocal(hn::ConvertTo(Floats(), weight)));
+  return Divide(sums, hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha));
 }
 
 HWY_INLINE VectorOfWords FilterPixels(const uint8_t* upper, const uint8_t* lower) {
-  const Planes sums = SumBlock<true>(upper, lower);
+  const Sums sums = WeightedSums(RowPairs(upper), RowPairs(lower));
   if (!hn::AllFalse(Ints(), hn::Eq(sums.alpha, hn::Zero(Ints())))) {
     return FilterTransparent(upper, lower);
   }
-  return Combine(sums, Reciprocal(hn::ConvertTo(Floats(), sums.alpha)));
+  return Divide(sums, sums.alpha);
 }
 
 /// From the two vectors' pixels in turn to all of the first before all of the second.
