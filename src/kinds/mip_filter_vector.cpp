@@ -182,14 +182,6 @@ HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper_pixels,
   return Divide(sums, hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha));
 }
 
-HWY_INLINE VectorOfWords FilterPixels(const uint8_t* upper, const uint8_t* lower) {
-  const Sums sums = WeightedSums(RowPairs(upper), RowPairs(lower));
-  if (!hn::AllFalse(Ints(), hn::Eq(sums.alpha, hn::Zero(Ints())))) {
-    return FilterTransparent(upper, lower);
-  }
-  return Divide(sums, sums.alpha);
-}
-
 /// From the two vectors' pixels in turn to all of the first before all of the second.
 struct InOrder {
   alignas(64) uint32_t lanes[kBlock];
@@ -202,21 +194,42 @@ constexpr InOrder MakeInOrder() {
   return order;
 }
 
-HWY_INLINE void FilterBlock(const uint8_t* upper, const uint8_t* lower, uint8_t* dest) {
-  static constexpr InOrder kInOrder = MakeInOrder();
-  const auto pixels = hn::TableLookupLanes(FilterPixels(upper, lower),
-                                           hn::SetTableIndices(Words(), kInOrder.lanes));
-  hn::StoreU(hn::BitCast(Bytes(), pixels), Bytes(), dest);
-}
+/// Blocks go through two stages, and a block's second stands beside the next one's first: the
+/// processor then has work while it waits for the reciprocal.
+class Block {
+ public:
+  HWY_INLINE Block(const uint8_t* upper, const uint8_t* lower)
+      : upper_(upper), lower_(lower), sums_(WeightedSums(RowPairs(upper), RowPairs(lower))) {}
+
+  HWY_INLINE void Finish(uint8_t* dest) const {
+    static constexpr InOrder kInOrder = MakeInOrder();
+    const auto pixels = hn::AllFalse(Ints(), hn::Eq(sums_.alpha, hn::Zero(Ints())))
+                            ? Divide(sums_, sums_.alpha)
+                            : FilterTransparent(upper_, lower_);
+    const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
+    hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
+  }
+
+ private:
+  const uint8_t* upper_;
+  const uint8_t* lower_;
+  Sums sums_;
+};
 
 void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count) {
   if (count < kBlock) return PlainMipFilter().weighted(upper, lower, dest, count);
+  Block block(upper, lower);
   size_t x = 0;
-  for (; count - x >= kBlock; x += kBlock) FilterBlock(upper + x * 8, lower + x * 8, dest + x * 4);
-  if (x == count) return;
+  for (; count - x >= 2 * kBlock; x += kBlock) {
+    const Block next(upper + (x + kBlock) * 8, lower + (x + kBlock) * 8);
+    block.Finish(dest + x * 4);
+    block = next;
+  }
+  block.Finish(dest + x * 4);
+  if (x + kBlock == count) return;
   // The last block ends with the row, and makes some pixels once more.
   x = count - kBlock;
-  FilterBlock(upper + x * 8, lower + x * 8, dest + x * 4);
+  Block(upper + x * 8, lower + x * 8).Finish(dest + x * 4);
 }
 
 const MipFilter& Filter() {
