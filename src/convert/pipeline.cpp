@@ -14,6 +14,7 @@
 #include "encodings/dxt.h"
 #include "encodings/hicolor.h"
 #include "frame/trace.h"
+#include "kinds/quantizer.h"
 
 namespace zav {
 namespace {
@@ -39,6 +40,7 @@ constexpr KernelRow kKernelRows[] = {
     {ZAV_FMT_RGBA32, ZAV_FMT_BGRA32, SwapRedBlue32},
     {ZAV_FMT_RGBA32, ZAV_FMT_RGB24, Narrow32To24},
     {ZAV_FMT_RGBA32, ZAV_FMT_BGR24, Narrow32To24Swap},
+    {ZAV_FMT_BGRA32, ZAV_FMT_PAL8, QuantizeToPal8},
     {ZAV_FMT_BGRA32, ZAV_FMT_RGBA32, SwapRedBlue32},
     {ZAV_FMT_BGRA32, ZAV_FMT_RGB24, Narrow32To24Swap},
     {ZAV_FMT_BGRA32, ZAV_FMT_BGR24, Narrow32To24},
