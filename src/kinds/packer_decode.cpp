@@ -50,49 +50,49 @@ constexpr std::array<uint16_t, 1 << 11> MakeDistances() {
 }
 constexpr auto kDistances = MakeDistances();
 
-/// How a period shorter than the word (4 or 8 bytes) repeats: `mask` cuts it out of a word, times
-/// `factor` it fills the word, and behind it words can be copied from `multiple` bytes back, a
-/// multiple of the period. The last entry leaves a word as it is.
-template <typename Word>
-struct Repeat {
-  Word mask;
-  Word factor;
+/// How a period of 1 to 7 bytes repeats: `mask` cuts it out of eight bytes, times `factor` it fills
+/// them, and behind them eight bytes can be copied from `multiple` bytes back, a multiple of the
+/// period. The last entry leaves eight bytes as they are.
+struct Period {
+  uint64_t mask;
+  uint64_t factor;
   uint32_t multiple;
 };
 
-template <typename Word>
-constexpr std::array<Repeat<Word>, sizeof(Word) + 1> MakeRepeats() {
-  constexpr uint32_t kBytes = sizeof(Word);
-  std::array<Repeat<Word>, kBytes + 1> repeats{};
-  for (uint32_t period = 1; period <= kBytes; ++period) {
-    Repeat<Word>& repeat = repeats[period];
-    repeat.mask = static_cast<Word>(~Word{0} >> 8 * (kBytes - period));
-    for (uint32_t at = 0; at < kBytes; at += period) repeat.factor |= Word{1} << 8 * at;
-    repeat.multiple = (kBytes + period - 1) / period * period;
+constexpr std::array<Period, 9> MakePeriods() {
+  std::array<Period, 9> periods{};
+  for (uint32_t length = 1; length <= 8; ++length) {
+    Period& period = periods[length];
+    period.mask = ~uint64_t{0} >> 8 * (8 - length);
+    for (uint32_t at = 0; at < 8; at += length) period.factor |= uint64_t{1} << 8 * at;
+    period.multiple = (8 + length - 1) / length * length;
   }
-  return repeats;
+  return periods;
 }
-constexpr auto kRepeats4 = MakeRepeats<uint32_t>();
-constexpr auto kRepeats8 = MakeRepeats<uint64_t>();
+constexpr auto kPeriods = MakePeriods();
 
-/// Repeats what lies `distance` bytes back, for up to 4 bytes.
+/// Repeats what lies `distance` bytes back, for up to 4 bytes. By the byte: each was part of one
+/// store, from which the processor can forward it, while a wider load of bytes that several recent
+/// stores wrote would wait until they have reached the cache.
 inline void Repeat4(uint8_t* out, uint64_t distance) {
-  const Repeat<uint32_t>& repeat = kRepeats4[std::min<uint64_t>(distance, 4)];
-  StoreLe32(out, (LoadLe32(out - distance) & repeat.mask) * repeat.factor);
+  const uint8_t* from = out - distance;
+  out[0] = from[0];
+  out[1] = from[1];
+  out[2] = from[2];
+  out[3] = from[3];
 }
 
 /// The same for up to `length` bytes, at most 32, which may be written.
 inline void Repeat32(uint8_t* out, uint64_t distance, uint32_t length) {
   if (distance == 1) {
-    // Runs are half of the longer matches. The byte is often a literal just stored; a wide load
-    // would have to wait until it has reached the cache.
+    // Runs are half of the longer matches, and most of them follow the literal that they repeat.
     const uint64_t word = out[-1] * 0x0101010101010101u;
     for (int32_t i = 0; i < 32; i += 8) StoreLe64(out + i, word);
     return;
   }
-  const Repeat<uint64_t>& repeat = kRepeats8[std::min<uint64_t>(distance, 8)];
-  StoreLe64(out, (LoadLe64(out - distance) & repeat.mask) * repeat.factor);
-  const uint64_t back = distance < 8 ? repeat.multiple : distance;
+  const Period& period = kPeriods[std::min<uint64_t>(distance, 8)];
+  StoreLe64(out, (LoadLe64(out - distance) & period.mask) * period.factor);
+  const uint64_t back = distance < 8 ? period.multiple : distance;
   StoreLe64(out + 8, LoadLe64(out + 8 - back));
   if (length <= 16) return;
   StoreLe64(out + 16, LoadLe64(out + 16 - back));
@@ -109,12 +109,14 @@ class BitReader {
   bool wide() const { return size_ - next_ >= 8; }
   int64_t used() const { return next_ * 8 - held_; }
   uint64_t bits() const { return bits_; }
+  uint32_t held() const { return held_; }
   void Drop(uint64_t count) {
     bits_ >>= count;
     held_ -= static_cast<uint32_t>(count);
   }
 
-  /// Makes 56 bits available. What is loaded above them is loaded once more by the next refill.
+  /// Makes at least 56 bits available. Those of the 64 loaded that do not count as held are loaded
+  /// once more by the next refill.
   void RefillWide() {
     bits_ |= LoadLe64(stream_ + next_) << held_;
     next_ += (63 - held_) >> 3;
@@ -151,8 +153,7 @@ class Decoder {
   bool Run();
 
  private:
-  /// What a turn of RunWide may write: three literals and 32 bytes of a match, and one more byte
-  /// that no literal is.
+  /// What a turn of RunWide may write: four literals and 32 bytes of a match.
   static constexpr int64_t kOutSlack = 36;
 
   template <bool kCheckDistance>
@@ -203,7 +204,7 @@ bool Decoder::TakeToken() {
   return TakeLengthAndCopy(reader_.Take(kind + 1) + (2u << kind) - 1);
 }
 
-/// Decodes until `limit` is reached or the stream's end is near: up to three literals and a match
+/// Decodes until `limit` is reached or the stream's end is near: up to four literals and a match
 /// per turn. How many literals there are decides no branch, because it cannot be predicted. Where
 /// no distance can reach before the output any more, they are not checked.
 template <bool kCheckDistance>
@@ -214,12 +215,11 @@ bool Decoder::RunWide(const uint8_t* limit) {
     reader.RefillWide();
     uint64_t bits = reader.bits();
     // A literal's first bit is 0: the lowest set one of these positions says how many there are.
-    constexpr uint64_t kFirstBits = 1 | 1 << 9 | 1 << 18, kStop = 1 << 27;
+    constexpr uint64_t kFirstBits = 1 | 1 << 9 | 1 << 18 | 1 << 27, kStop = uint64_t{1} << 36;
     const auto literal_bits = static_cast<uint32_t>(std::countr_zero((bits & kFirstBits) | kStop));
-    out[0] = static_cast<uint8_t>(bits >> 1);
-    out[1] = static_cast<uint8_t>(bits >> 10);
-    out[2] = static_cast<uint8_t>(bits >> 19);
-    out += literal_bits & 3;  // 9, 18 and 27 leave 1, 2 and 3
+    StoreLe32(out, static_cast<uint32_t>((bits >> 1 & 0xFF) | (bits >> 2 & 0xFF00) |
+                                         (bits >> 3 & 0xFF0000) | (bits >> 4 & 0xFF000000)));
+    out += literal_bits & 7;  // 9, 18, 27 and 36 leave 1 to 4
     reader.Drop(literal_bits);
     bits = reader.bits();
     if ((bits & 1) == 0) continue;
@@ -238,7 +238,7 @@ bool Decoder::RunWide(const uint8_t* limit) {
       continue;
     }
     const TableLength entry = kLengths[reader.bits() & ((1u << kGroupBits) - 1)];
-    if (entry.length != kLonger) {
+    if (entry.length != kLonger && entry.width <= reader.held()) {
       reader.Drop(entry.width);
       Repeat32(out, distance, entry.length);
       out += entry.length;
