@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "container/layer_dispatch.h"
 
+#include "container/dxt_layers.h"
 #include "container/packed_layers.h"
 #include "container/plain_layers.h"
 
@@ -19,6 +20,11 @@ constexpr LayerRow kLayerRows[] = {
     {ZAV_LAYER_HICOLOR, WriteColorLayer, ReadColorLayer},
     {ZAV_LAYER_TRUE24, WriteColorLayer, ReadColorLayer},
     {ZAV_LAYER_TRUE32, WriteColorLayer, ReadColorLayer},
+    {ZAV_LAYER_DXT1, WriteDxtLayer, ReadDxtLayer},
+    {ZAV_LAYER_DXT2, WriteDxtLayer, ReadDxtLayer},
+    {ZAV_LAYER_DXT3, WriteDxtLayer, ReadDxtLayer},
+    {ZAV_LAYER_DXT4, WriteDxtLayer, ReadDxtLayer},
+    {ZAV_LAYER_DXT5, WriteDxtLayer, ReadDxtLayer},
     {ZAV_LAYER_PACKED32, WritePacked32Layer, ReadPacked32Layer},
     {ZAV_LAYER_PACKEDPAL8, WritePackedPal8Layer, ReadPackedPal8Layer},
 };

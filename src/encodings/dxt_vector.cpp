@@ -225,18 +225,18 @@ void DecodeRow(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t cou
   }
 }
 
-const DxtRows* Rows() {
+const DxtRows* DxtTable() {
   static const DxtRows kRows = {hwy::TargetName(HWY_TARGET),
-                                    DecodeRow<AlphaKind::kNone, ColorOrder::kDxt1>,
-                                    DecodeRow<AlphaKind::kDxt3, ColorOrder::kFourColors>,
-                                    DecodeRow<AlphaKind::kDxt5, ColorOrder::kFourColors>};
+                                DecodeRow<AlphaKind::kNone, ColorOrder::kDxt1>,
+                                DecodeRow<AlphaKind::kDxt3, ColorOrder::kFourColors>,
+                                DecodeRow<AlphaKind::kDxt5, ColorOrder::kFourColors>};
   return &kRows;
 }
 
 #else
 
 // Without byte shuffles the plain code serves.
-const DxtRows* Rows() { return &PlainDxtRows(); }
+const DxtRows* DxtTable() { return &PlainDxtRows(); }
 
 #endif
 
@@ -248,10 +248,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Rows);
+HWY_EXPORT(DxtTable);
 
 const DxtRows& SelectedDxtRows() {
-  return PlainForced() ? PlainDxtRows() : *HWY_DYNAMIC_DISPATCH(Rows)();
+  return PlainForced() ? PlainDxtRows() : *HWY_DYNAMIC_DISPATCH(DxtTable)();
 }
 
 }  // namespace zav

@@ -21,7 +21,7 @@ namespace zav::HWY_NAMESPACE {
 
 #if HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR
 
-const HicolorRows& Rows() { return PlainHicolorRows(); }
+const HicolorRows& HicolorTable() { return PlainHicolorRows(); }
 
 #else
 
@@ -340,7 +340,7 @@ const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_
 
 void Flush() { hwy::FlushStream(); }
 
-const HicolorRows& Rows() {
+const HicolorRows& HicolorTable() {
   static constexpr HicolorRows kRows = {
       {NarrowRow<4, false>, NarrowRow<4, true>},
       {NarrowRow<3, false>, NarrowRow<3, true>},
@@ -358,10 +358,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Rows);
+HWY_EXPORT(HicolorTable);
 
 const HicolorRows& SelectedHicolorRows() {
-  return PlainForced() ? PlainHicolorRows() : HWY_DYNAMIC_DISPATCH(Rows)();
+  return PlainForced() ? PlainHicolorRows() : HWY_DYNAMIC_DISPATCH(HicolorTable)();
 }
 
 }  // namespace zav

@@ -20,7 +20,7 @@ namespace zav::HWY_NAMESPACE {
 // SSE2 multiplies 32-bit lanes in several steps.
 #if HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_SSE2
 
-const QuantizerRows& Rows() { return PlainQuantizerRows(); }
+const QuantizerRows& QuantizerTable() { return PlainQuantizerRows(); }
 
 #else
 
@@ -132,7 +132,7 @@ void Map(const IndexTable& table, LeafSums& sums, const uint8_t* pixels, uint8_t
   PlainQuantizerRows().map(table, sums, pixels + done * 4, dest + done, count - done);
 }
 
-const QuantizerRows& Rows() {
+const QuantizerRows& QuantizerTable() {
   static const QuantizerRows kRows = {hwy::TargetName(HWY_TARGET), FindUncovered, Map};
   return kRows;
 }
@@ -145,10 +145,10 @@ HWY_AFTER_NAMESPACE();
 #if HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Rows);
+HWY_EXPORT(QuantizerTable);
 
 const QuantizerRows& SelectedQuantizerRows() {
-  return PlainForced() ? PlainQuantizerRows() : HWY_DYNAMIC_DISPATCH(Rows)();
+  return PlainForced() ? PlainQuantizerRows() : HWY_DYNAMIC_DISPATCH(QuantizerTable)();
 }
 
 }  // namespace zav
