@@ -25,6 +25,7 @@
 namespace zav {
 namespace {
 
+constexpr int32_t kTiny = 64;     // source and destination together fit the first-level cache
 constexpr int32_t kSmall = 256;   // source and destination together fit the second-level cache
 constexpr int32_t kLarge = 4096;  // neither fits any cache
 
@@ -71,10 +72,12 @@ struct Buffers {
       std::memcpy(source + i, &noise, 4);
     }
     std::memset(dest, 1, kBytes);
+    std::memcpy(palette, source, sizeof(palette));
   }
 
   static constexpr int64_t kBytes = int64_t{kLarge} * kLarge * 4;
   uint8_t* source = AllocateBytes(kBytes);
+  uint8_t palette[ZAV_PALETTE_BYTES];
   uint8_t* dest = AllocateBytes(kBytes);
 };
 
@@ -96,7 +99,7 @@ ZAV_CONVERTER Prepare(const KernelCase& c, int32_t side) {
   SetDefinition(converter.source, side, side, c.source_format);
   SetDefinition(converter.dest, side, side, c.dest_format);
   converter.source.pixels = SharedBuffers().source;
-  converter.source.palette = SharedBuffers().source;
+  converter.source.palette = SharedBuffers().palette;
   converter.dest.pixels = SharedBuffers().dest;
   return converter;
 }
@@ -163,6 +166,7 @@ void CopyPadded(benchmark::State& state, bool library) {
 
 const bool kRegistered = [] {
   for (const KernelCase& c : kCases) {
+    RegisterCase(c, kTiny);
     RegisterCase(c, kSmall);
     RegisterCase(c, kLarge);
   }

@@ -39,11 +39,9 @@ struct Rows {
   /// Whether to stream: large destinations with rows of many cache lines; not in place, where every
   /// line that is written has just been read.
   bool Stream() const {
-    return source != dest && width * dest_bytes >= kStreamedRowBytes &&
+    return source != dest && static_cast<int64_t>(width * dest_bytes) >= kStreamedRowBytes &&
            StreamingPays(static_cast<int64_t>(width * height * dest_bytes));
   }
-
-  static constexpr size_t kStreamedRowBytes = 1024;
 
   const uint8_t* source;
   uint8_t* dest;
@@ -98,21 +96,28 @@ void WalkRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
   StreamFence();
 }
 
-/// The same for a row function with a twin that streams by itself. The twin gets whole cache lines
-/// of the destination, 64 pixels or a multiple at a time, with at least one pixel of the row before
-/// and after them.
+/// Converts a row with a row function and its twin that streams by itself. The twin gets whole
+/// cache lines of the destination, 64 pixels or a multiple at a time, with at least one pixel of
+/// the row before and after them.
+template <typename RowFunction, typename StreamedRowFunction>
+void StreamRow(const Rows& rows, const uint8_t* source, uint8_t* dest, size_t width,
+               RowFunction& row, StreamedRowFunction& streamed) {
+  constexpr size_t kStep = 64;
+  const size_t head = PixelsToLine(dest, rows.dest_bytes);
+  if (head >= width || width - head <= kStep) return row(source, dest, width);
+  const size_t lines = (width - head - 1) / kStep * kStep;
+  const size_t done = head + lines;
+  row(source, dest, head);
+  streamed(source + head * rows.source_bytes, dest + head * rows.dest_bytes, lines);
+  row(source + done * rows.source_bytes, dest + done * rows.dest_bytes, width - done);
+}
+
+/// Walks with such a pair of row functions.
 template <typename RowFunction, typename StreamedRowFunction>
 void WalkRows(const Rows& rows, RowFunction&& row, StreamedRowFunction&& streamed) {
   if (!rows.Stream()) return ForEachRow(rows, row);
   ForEachRow(rows, [&](const uint8_t* source, uint8_t* dest, size_t width) {
-    constexpr size_t kStep = 64;
-    const size_t head = PixelsToLine(dest, rows.dest_bytes);
-    if (head >= width || width - head <= kStep) return row(source, dest, width);
-    const size_t lines = (width - head - 1) / kStep * kStep;
-    const size_t done = head + lines;
-    row(source, dest, head);
-    streamed(source + head * rows.source_bytes, dest + head * rows.dest_bytes, lines);
-    row(source + done * rows.source_bytes, dest + done * rows.dest_bytes, width - done);
+    StreamRow(rows, source, dest, width, row, streamed);
   });
   StreamFence();
 }

@@ -17,6 +17,9 @@ inline constexpr size_t kCacheLine = 64;
 /// the host's next step finds them.
 inline constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
+/// Shorter rows have too many partial lines at their ends.
+inline constexpr int64_t kStreamedRowBytes = 1024;
+
 /// Whether this machine should stream so many bytes.
 bool StreamingPays(int64_t bytes);
 

@@ -55,17 +55,16 @@ static_assert(kVectorBytes + 3 <= sizeof(kFirstOfThree));
 template <size_t kBytes>
 struct SwapMasks24 {
   explicit SwapMasks24(size_t start)
-      : first(hn::LoadU(Bytes<kBytes>(), kFirstOfThree + start % 3)),
-        last(hn::LoadU(Bytes<kBytes>(), kFirstOfThree + start % 3 + 1)) {}
+      : first(hn::MaskFromVec(hn::LoadU(Bytes<kBytes>(), kFirstOfThree + start % 3))),
+        last(hn::MaskFromVec(hn::LoadU(Bytes<kBytes>(), kFirstOfThree + start % 3 + 1))) {}
 
   Vector<kBytes> Swap(const uint8_t* source) const {
     const Bytes<kBytes> d;
-    return hn::IfVecThenElse(
-        first, hn::LoadU(d, source + 2),
-        hn::IfVecThenElse(last, hn::LoadU(d, source - 2), hn::LoadU(d, source)));
+    return hn::IfThenElse(first, hn::LoadU(d, source + 2),
+                          hn::IfThenElse(last, hn::LoadU(d, source - 2), hn::LoadU(d, source)));
   }
 
-  Vector<kBytes> first, last;
+  hn::Mask<Bytes<kBytes>> first, last;
 };
 
 /// Three vectors at a time, which hold whole pixels: all are loaded before one is stored, for work
@@ -76,6 +75,7 @@ size_t SwapVectors24(const uint8_t* source, uint8_t* dest, size_t first, size_t 
   for (; count - first >= kBytes; first += kBytes) {
     const uint8_t* from = source + first * 3;
     uint8_t* to = dest + first * 3;
+    PrefetchAhead<kStream, kBytes * 3>(from);
     const auto v0 = masks0.Swap(from);
     const auto v1 = masks1.Swap(from + kBytes);
     const auto v2 = masks2.Swap(from + 2 * kBytes);
