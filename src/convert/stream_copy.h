@@ -14,7 +14,8 @@ namespace zav {
 inline constexpr size_t kCacheLine = 64;
 
 /// From this size on a destination is streamed. Smaller ones stay in the last-level cache, where
-/// the host's next step finds them.
+/// the host's next step finds them. Measured with 32 MiB of it: filling 12 MiB over and over is 1.4
+/// times as fast with ordinary stores, filling 16 MiB 1.2 times as fast with streaming ones.
 inline constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
 /// Shorter rows have too many partial lines at their ends.
