@@ -10,21 +10,36 @@
 namespace zav {
 namespace {
 
-bool Shuffle(const ZAV_CONVERTER& converter, PixelRow row) {
-  WalkRows(converter, row);
+using PixelRowOf = PixelRow TrueColorRows::*;
+using PaletteRowOf = PaletteRow TrueColorRows::*;
+
+void Shuffle(const Rows& rows, PixelRowOf row) {
+  const PixelRow any = SelectedTrueColorRows().*row;
+  const TrueColorRows* streaming = StreamingTrueColorRows();
+  WalkRows(rows, any, streaming != nullptr ? streaming->*row : any);
+}
+
+bool Shuffle(const ZAV_CONVERTER& converter, PixelRowOf row) {
+  Shuffle(Rows(converter), row);
   return true;
 }
 
-bool Lookup(const ZAV_CONVERTER& converter, const uint8_t* palette, PaletteRow row) {
+bool Lookup(const ZAV_CONVERTER& converter, const uint8_t* palette, PaletteRowOf row) {
   if (palette == nullptr) return false;
-  WalkRows(converter, [=](const uint8_t* source, uint8_t* dest, size_t count) {
-    row(source, palette, dest, count);
-  });
+  const PaletteRow any = SelectedTrueColorRows().*row;
+  const TrueColorRows* streaming = StreamingTrueColorRows();
+  const auto with_palette = [palette](PaletteRow lookup) {
+    return [=](const uint8_t* source, uint8_t* dest, size_t count) {
+      lookup(source, palette, dest, count);
+    };
+  };
+  WalkRows(Rows(converter), with_palette(any),
+           with_palette(streaming != nullptr ? streaming->*row : any));
   return true;
 }
 
 // Swapping 256 entries once is cheaper than swapping every pixel.
-bool SwappedLookup(const ZAV_CONVERTER& converter, PaletteRow row) {
+bool SwappedLookup(const ZAV_CONVERTER& converter, PaletteRowOf row) {
   if (converter.source.palette == nullptr) return false;
   std::array<uint8_t, ZAV_PALETTE_BYTES> swapped;
   SelectedTrueColorRows().swap_red_blue_32(converter.source.palette, swapped.data(),
@@ -32,62 +47,54 @@ bool SwappedLookup(const ZAV_CONVERTER& converter, PaletteRow row) {
   return Lookup(converter, swapped.data(), row);
 }
 
-void ShuffleRectangle(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
-                      int32_t source_pitch, int32_t dest_pitch, PixelRow row) {
-  if (width < 1) return;
-  for (int32_t y = 0; y < height; ++y, source += source_pitch, dest += dest_pitch) {
-    row(source, dest, static_cast<size_t>(width));
-  }
-}
-
 }  // namespace
 
 bool Pal8ToBgra32(ZAV_CONVERTER& converter) {
-  return Lookup(converter, converter.source.palette, SelectedTrueColorRows().lookup_32);
+  return Lookup(converter, converter.source.palette, &TrueColorRows::lookup_32);
 }
 
 bool Pal8ToRgba32(ZAV_CONVERTER& converter) {
-  return SwappedLookup(converter, SelectedTrueColorRows().lookup_32);
+  return SwappedLookup(converter, &TrueColorRows::lookup_32);
 }
 
 bool Pal8ToBgr24(ZAV_CONVERTER& converter) {
-  return Lookup(converter, converter.source.palette, SelectedTrueColorRows().lookup_24);
+  return Lookup(converter, converter.source.palette, &TrueColorRows::lookup_24);
 }
 
 bool Pal8ToRgb24(ZAV_CONVERTER& converter) {
-  return SwappedLookup(converter, SelectedTrueColorRows().lookup_24);
+  return SwappedLookup(converter, &TrueColorRows::lookup_24);
 }
 
 bool SwapRedBlue32(ZAV_CONVERTER& converter) {
-  return Shuffle(converter, SelectedTrueColorRows().swap_red_blue_32);
+  return Shuffle(converter, &TrueColorRows::swap_red_blue_32);
 }
 
 bool Narrow32To24(ZAV_CONVERTER& converter) {
-  return Shuffle(converter, SelectedTrueColorRows().narrow_32_to_24);
+  return Shuffle(converter, &TrueColorRows::narrow_32_to_24);
 }
 
 bool Narrow32To24Swap(ZAV_CONVERTER& converter) {
-  return Shuffle(converter, SelectedTrueColorRows().narrow_32_to_24_swap);
+  return Shuffle(converter, &TrueColorRows::narrow_32_to_24_swap);
 }
 
 bool Widen24To32(ZAV_CONVERTER& converter) {
-  return Shuffle(converter, SelectedTrueColorRows().widen_24_to_32);
+  return Shuffle(converter, &TrueColorRows::widen_24_to_32);
 }
 
 bool Widen24To32Swap(ZAV_CONVERTER& converter) {
-  return Shuffle(converter, SelectedTrueColorRows().widen_24_to_32_swap);
+  return Shuffle(converter, &TrueColorRows::widen_24_to_32_swap);
 }
 
 void SwapRedBlue32(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
                    int32_t source_pitch, int32_t dest_pitch) {
-  ShuffleRectangle(source, dest, width, height, source_pitch, dest_pitch,
-                   SelectedTrueColorRows().swap_red_blue_32);
+  Shuffle(Rows(source, dest, width, height, source_pitch, dest_pitch, 4, 4),
+          &TrueColorRows::swap_red_blue_32);
 }
 
 void SwapRedBlue24(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
                    int32_t source_pitch, int32_t dest_pitch) {
-  ShuffleRectangle(source, dest, width, height, source_pitch, dest_pitch,
-                   SelectedTrueColorRows().swap_red_blue_24);
+  Shuffle(Rows(source, dest, width, height, source_pitch, dest_pitch, 3, 3),
+          &TrueColorRows::swap_red_blue_24);
 }
 
 }  // namespace zav
