@@ -71,7 +71,7 @@ class Encoder {
   bool PutMatch(uint32_t distance, uint32_t length);
   uint32_t RunLength(uint32_t p) const;
   Match Search(uint32_t p) const;
-  Match SearchLong(uint32_t p, uint32_t slot, Match best) const;
+  Match SearchLong(uint32_t p, uint32_t older) const;
   Match SearchTail(uint32_t p) const;
   uint32_t MatchLength(uint32_t m, uint32_t p) const;
 
@@ -145,7 +145,7 @@ inline Encoder::Match Encoder::Search(uint32_t p) const {
     const uint32_t distance = Chains::Distance(slot, older);
     if (distance > kWindow) break;
     const uint64_t difference = wanted ^ LoadLe64(source_ + p - distance);
-    if (difference == 0) return SearchLong(p, older, {});
+    if (difference == 0) return SearchLong(p, older);
     const int32_t equal_bits = std::countr_zero(difference) & ~7;
     best = std::max(best, equal_bits * (kStep / 8) - static_cast<int32_t>(distance));
   }
@@ -155,8 +155,9 @@ inline Encoder::Match Encoder::Search(uint32_t p) const {
 
 /// Goes on from the candidate in `older`, the first of eight bytes or more: shorter ones no longer
 /// count.
-Encoder::Match Encoder::SearchLong(uint32_t p, uint32_t older, Match best) const {
+Encoder::Match Encoder::SearchLong(uint32_t p, uint32_t older) const {
   const uint32_t slot = Chains::Slot(p);
+  Match best{1, 0};
   for (;; older = chains_.Older(older)) {
     const uint32_t distance = Chains::Distance(slot, older);
     if (distance > kWindow) return best;
@@ -192,7 +193,6 @@ int32_t Encoder::Run() {
       chains_.Extend(source_, size_ - 1);
       continue;
     }
-    const bool tail = size_ - p < 8;
     if (source_[p] == source_[p + 1]) {
       const uint32_t run = RunLength(p);
       if (run >= 3) {
@@ -202,7 +202,7 @@ int32_t Encoder::Run() {
         continue;
       }
     }
-    const Match match = tail ? SearchTail(p) : Search(p);
+    const Match match = size_ - p < 8 ? SearchTail(p) : Search(p);
     if (match.length == 1) {
       if (!Put(uint64_t{source_[p]} << 1, kLiteralBits)) return 0;
     } else {
