@@ -3,6 +3,7 @@
 #include "kinds/color_tree.h"
 
 #include <algorithm>
+#include <bit>
 #include <new>
 
 namespace zav {
@@ -44,9 +45,11 @@ ColorTree::ColorTree(CoveredColors& covered) : covered_(covered) {
 ColorTree::Node* ColorTree::NewNode(uint32_t color, int depth, bool leaf) {
   void* block = pool_.Alloc();
   if (block == nullptr) return nullptr;
-  Node* node = new (block) Node{};
+  Node* node = new (block) Node;  // children stay as they are
+  node->next_reducible = nullptr;
   node->color = color;
   node->leaf = leaf;
+  node->present = 0;
   if (leaf) {
     ++leaf_count_;
     covered_.AddLeaf(color, depth);
@@ -59,24 +62,33 @@ ColorTree::Node* ColorTree::NewNode(uint32_t color, int depth, bool leaf) {
 }
 
 bool ColorTree::Add(uint32_t color) {
-  const uint32_t path = PathOf(color);
-  Node** slot = &root_;
-  int depth = 0;
-  for (; *slot != nullptr && !(*slot)->leaf; ++depth) {
-    slot = &(*slot)->children[ChildIndex(path, depth)];
-  }
   covered_.AddColor(color);
-  if (*slot != nullptr) return true;
+  const uint32_t path = PathOf(color);
+  int depth = 0;
+  if (root_ == nullptr) {
+    root_ = NewNode(color, depth, false);
+    if (root_ == nullptr) return false;
+  }
+  Node* node = root_;
+  for (; !node->leaf; ++depth) {
+    const size_t child = ChildIndex(path, depth);
+    if ((node->present >> child & 1) == 0) break;
+    node = node->children[child];
+  }
+  if (node->leaf) return true;
 
   // With all leaves taken, a chain of new nodes down to depth 8 would be reduced from its lower end
   // at once, one node with a single child after the other, up to the depth of the deepest inner
   // node that was there before. So the leaf is made there.
-  const int leaf_depth = leaf_count_ < kMaxColors ? kLeafDepth : std::max(depth, deepest_);
-  for (;; ++depth) {
-    *slot = NewNode(color, depth, depth == leaf_depth);
-    if (*slot == nullptr) return false;
-    if (depth == leaf_depth) break;
-    slot = &(*slot)->children[ChildIndex(path, depth)];
+  const int leaf_depth = leaf_count_ < kMaxColors ? kLeafDepth : std::max(depth + 1, deepest_);
+  while (depth < leaf_depth) {
+    const size_t child = ChildIndex(path, depth);
+    ++depth;
+    Node* made = NewNode(color, depth, depth == leaf_depth);
+    if (made == nullptr) return false;
+    node->present = static_cast<uint8_t>(node->present | 1u << child);
+    node->children[child] = made;
+    node = made;
   }
   while (leaf_count_ > kMaxColors) Reduce();
   return true;
@@ -88,10 +100,8 @@ void ColorTree::Reduce() {
   reducible_[static_cast<size_t>(deepest_)] = node->next_reducible;
   const int depth = deepest_;
   while (deepest_ > 0 && reducible_[static_cast<size_t>(deepest_)] == nullptr) --deepest_;
-  for (Node*& child : node->children) {
-    if (child == nullptr) continue;
-    pool_.Free(child);
-    child = nullptr;
+  for (uint32_t left = node->present; left != 0; left &= left - 1) {
+    pool_.Free(node->children[std::countr_zero(left)]);
     --leaf_count_;
   }
   node->leaf = true;

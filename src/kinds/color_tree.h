@@ -41,10 +41,11 @@ class CoveredColors {
 class ColorTree {
  public:
   struct Node {
-    std::array<Node*, 8> children;
     Node* next_reducible;
     uint32_t color;  ///< of one pixel in the cube
     bool leaf;
+    uint8_t present;    ///< a bit for each child that there is
+    Node* children[8];  ///< the others are not initialised
   };
 
   /// `covered` is told of every leaf.
@@ -73,8 +74,8 @@ class ColorTree {
       visit(node.color, depth);
       return;
     }
-    for (const Node* child : node.children) {
-      if (child != nullptr) VisitLeaves(*child, depth + 1, visit);
+    for (size_t k = 0; k < 8; ++k) {
+      if ((node.present >> k & 1) != 0) VisitLeaves(*node.children[k], depth + 1, visit);
     }
   }
 

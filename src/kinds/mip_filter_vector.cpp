@@ -99,7 +99,7 @@ HWY_INLINE VectorOfInts AddProducts(VectorOfInts a, VectorOfInts b) {
 struct Sums {
   VectorOfInts byte_0, byte_1, byte_2, alpha;
 };
-constexpr int32_t kScale = 64;
+constexpr int32_t kScale = 64;  ///< see Divide
 
 HWY_INLINE Sums WeightedSums(const RowPairs& upper, const RowPairs& lower) {
   const auto alphas = hn::Add(upper.alpha, lower.alpha);
@@ -160,7 +160,7 @@ static_assert(static_cast<uint32_t>(kRounder + (kRounder << 8) + (kRounder2 << 1
 
 HWY_INLINE VectorOfWords Divide(const Sums& sums, VectorOfInts scaled_denominator) {
   const Divider divider(scaled_denominator);
-  // Shifted by 8 bits, and without the fraction: a quarter of the sum is the kScale / 4 * 4-th.
+  // The alphas' sum times 64 is their quarter times 256; below that stands its fraction.
   const auto alpha = hn::And(hn::BitCast(Words(), sums.alpha), hn::Set(Words(), 0xFF00));
   const auto upper_half = hn::Add(divider.Divide(sums.byte_2, kRounder2), alpha);
   const auto byte_1 = hn::ShiftLeft<8>(divider.Divide(sums.byte_1, kRounder));
