@@ -58,9 +58,10 @@ void Pil(benchmark::State& state, const ColorPicture& colors, int32_t side) {
   const bool written =
       file >= 0 && write(file, picture.pixels.data(), picture.pixels.size()) == size;
   if (file >= 0) close(file);
-  const std::string sides = " " + std::to_string(side) + " " + std::to_string(side);
+  std::string sides = " ";
+  sides.append(std::to_string(side)).append(" ").append(std::to_string(side));
   const std::string command =
-      "/usr/bin/python3 " ZAV_BENCH_DIRECTORY "/pil_quantize.py " + path + sides + " 7 2>/dev/null";
+      "/usr/bin/python3 " ZAV_BENCH_DIR "/pil_quantize.py " + path + sides + " 7 2>/dev/null";
   for (auto _ : state) {
     double seconds = 0;
     std::FILE* output = written ? popen(command.c_str(), "r") : nullptr;
