@@ -13,6 +13,7 @@
 #include "convert/true_color.h"
 #include "encodings/hicolor.h"
 #include "frame/trace.h"
+#include "kinds/quantizer.h"
 
 namespace zav {
 namespace {
@@ -38,6 +39,7 @@ constexpr KernelRow kKernelRows[] = {
     {ZAV_FMT_RGBA32, ZAV_FMT_BGRA32, SwapRedBlue32},
     {ZAV_FMT_RGBA32, ZAV_FMT_RGB24, Narrow32To24},
     {ZAV_FMT_RGBA32, ZAV_FMT_BGR24, Narrow32To24Swap},
+    {ZAV_FMT_BGRA32, ZAV_FMT_PAL8, QuantizeToPal8},
     {ZAV_FMT_BGRA32, ZAV_FMT_RGBA32, SwapRedBlue32},
     {ZAV_FMT_BGRA32, ZAV_FMT_RGB24, Narrow32To24Swap},
     {ZAV_FMT_BGRA32, ZAV_FMT_BGR24, Narrow32To24},

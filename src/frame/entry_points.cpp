@@ -12,6 +12,7 @@
 #include "frame/environment.h"
 #include "frame/file_formats.h"
 #include "frame/image_operation.h"
+#include "kinds/mip_level.h"
 #include "platform/mapped_file.h"
 
 namespace zav {
@@ -109,6 +110,15 @@ bool ProbeFile(ZAV_GFXDEF* definition, const char* path) {
 
 bool ProbeMemoryFile(ZAV_GFXDEF* definition, const char* name, const uint8_t* data, int64_t size) {
   return definition != nullptr && ProbeByExtension(*definition, name, data, size);
+}
+
+bool GenerateMipLevelOf(ZAV_IMAGE* image) {
+  if (!IsReady(image)) return false;
+  ImageOperation operation(*image);
+  PublishEnv(*image->converter);
+  if (!GenerateMipLevel(*image->converter)) return false;
+  operation.Succeed();
+  return true;
 }
 
 bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path) {

@@ -21,6 +21,7 @@ bool ConvertFile(ZAV_IMAGE* image, const char* path);
 bool ConvertMemoryFile(ZAV_IMAGE* image, const char* name, const uint8_t* data, int64_t size);
 bool ProbeFile(ZAV_GFXDEF* definition, const char* path);
 bool ProbeMemoryFile(ZAV_GFXDEF* definition, const char* name, const uint8_t* data, int64_t size);
+bool GenerateMipLevelOf(ZAV_IMAGE* image);
 bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path);
 
 /// Gives the surface private copies of buffers that lie in [start, end). False when memory runs

@@ -54,7 +54,7 @@ int ZAV_GETFILEFORMAT_FROMMEM(ZAV_GFXDEF* definition, const char* name, unsigned
 }
 int ZAV_GETFILEFORMAT_FROMARCHIVE(ZAV_GFXDEF*, const char*, void*) { return 0; }
 
-int ZAV_GEN_MIPMAPLEVEL(ZAV_IMAGE*) { return 0; }
+int ZAV_GEN_MIPMAPLEVEL(ZAV_IMAGE* image) { return zav::GenerateMipLevelOf(image); }
 int ZAV_SAVE_BITMAP(ZAV_IMAGE* image, long save_type, const char* path) {
   return zav::SaveBitmap(image, save_type, path);
 }

@@ -1,0 +1,252 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "kinds/mip_filter.h"
+#include "platform/vector_target.h"
+
+#ifdef ZAV_HAVE_HIGHWAY
+
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "kinds/mip_filter_vector.cpp"
+#include <hwy/foreach_target.h>
+// The order matters.
+#include <hwy/highway.h>
+
+HWY_BEFORE_NAMESPACE();
+namespace zav::HWY_NAMESPACE {
+
+// SSE2 has no byte shuffle; elsewhere products are not added in the pairs that are needed here.
+#if HWY_TARGET != HWY_SSE4 && HWY_TARGET != HWY_AVX2 && HWY_TARGET != HWY_AVX3
+
+const MipFilter& Filter() { return PlainMipFilter(); }
+
+#else
+
+namespace hn = hwy::HWY_NAMESPACE;
+
+using Bytes = hn::ScalableTag<uint8_t>;
+using Shorts = hn::RebindToSigned<hn::RepartitionToWide<Bytes> >;
+using Words = hn::RepartitionToWide<hn::RepartitionToWide<Bytes> >;
+using Ints = hn::RebindToSigned<Words>;
+using Floats = hn::RebindToFloat<Words>;
+using VectorOfWords = hn::Vec<Words>;
+using VectorOfInts = hn::Vec<Ints>;
+using VectorOfFloats = hn::Vec<Floats>;
+
+// A block is as many destination pixels as a vector has 32-bit lanes. They are made from two
+// vectors of each source row. Two neighbouring source pixels, 64 bits, make one destination pixel:
+// their channels become pairs of 16-bit numbers, which one instruction multiplies by a pair of
+// weights and adds.
+//
+// The second vector's pairs stand the other way round within 64 bits than the first one's, so that
+// blending the two parts the channels: a plane's pixels are those of the first and second vector
+// in turn or, swapped, those of the second and first.
+constexpr size_t kBlock = hn::MaxLanes(Words());
+constexpr size_t kVectorBytes = kBlock * 4;
+
+/// For a vector's 32-bit lanes: which bytes of two pixels make the pair in the even lanes, and
+/// which in the odd ones. 0x80 gives 0.
+struct alignas(16) Pattern {
+  uint8_t bytes[16];
+};
+constexpr Pattern PairPattern(size_t even, size_t odd) {
+  Pattern pattern{};
+  for (size_t i = 0; i < 16; ++i) {
+    const size_t channel = i % 8 < 4 ? even : odd;
+    pattern.bytes[i] =
+        static_cast<uint8_t>(i % 2 != 0 ? 0x80 : i / 8 * 8 + (i % 4 == 0 ? 0 : 4) + channel);
+  }
+  return pattern;
+}
+
+template <size_t kEven, size_t kOdd>
+HWY_INLINE VectorOfInts Pairs(hn::Vec<Bytes> pixels) {
+  static constexpr Pattern kPattern = PairPattern(kEven, kOdd);
+  return hn::BitCast(Ints(),
+                     hn::TableLookupBytesOr0(pixels, hn::LoadDup128(Bytes(), kPattern.bytes)));
+}
+
+template <class V>
+HWY_INLINE V SwapPairs(V v) {
+  return hn::Shuffle2301(v);
+}
+
+/// The planes of one source row, as pairs.
+struct RowPairs {
+  VectorOfInts byte_0, byte_1, swapped_byte_2, alpha, swapped_alpha;
+
+  HWY_INLINE explicit RowPairs(const uint8_t* pixels) {
+    const auto first = hn::LoadU(Bytes(), pixels);
+    const auto second = hn::LoadU(Bytes(), pixels + kVectorBytes);
+    const auto first_0_2 = Pairs<0, 2>(first);
+    const auto second_2_0 = Pairs<2, 0>(second);
+    const auto first_1_alpha = Pairs<1, 3>(first);
+    const auto second_alpha_1 = Pairs<3, 1>(second);
+    byte_0 = hn::OddEven(second_2_0, first_0_2);
+    byte_1 = hn::OddEven(second_alpha_1, first_1_alpha);
+    swapped_byte_2 = hn::OddEven(first_0_2, second_2_0);
+    swapped_alpha = hn::OddEven(first_1_alpha, second_alpha_1);
+    alpha = SwapPairs(swapped_alpha);
+  }
+};
+
+HWY_INLINE VectorOfInts AddProducts(VectorOfInts a, VectorOfInts b) {
+  auto unused = hn::Zero(Ints());
+  return hn::ReorderWidenMulAccumulate(Ints(), hn::BitCast(Shorts(), a), hn::BitCast(Shorts(), b),
+                                       hn::Zero(Ints()), unused);
+}
+
+/// A pixel's sums are whole numbers: colours times weights, and the alphas times kScale.
+struct Sums {
+  VectorOfInts byte_0, byte_1, byte_2, alpha;
+};
+constexpr int32_t kScale = 64;
+
+HWY_INLINE Sums WeightedSums(const RowPairs& upper, const RowPairs& lower) {
+  const auto alphas = hn::Add(upper.alpha, lower.alpha);
+  return {hn::Add(AddProducts(upper.byte_0, upper.alpha), AddProducts(lower.byte_0, lower.alpha)),
+          hn::Add(AddProducts(upper.byte_1, upper.alpha), AddProducts(lower.byte_1, lower.alpha)),
+          SwapPairs(hn::Add(AddProducts(upper.swapped_byte_2, upper.swapped_alpha),
+                            AddProducts(lower.swapped_byte_2, lower.swapped_alpha))),
+          AddProducts(alphas, hn::Set(Ints(), kScale * 0x10001))};
+}
+
+/// For pixels without alpha: colours with the weight 1.
+HWY_INLINE Sums PlainSums(const RowPairs& upper, const RowPairs& lower) {
+  const auto ones = hn::Set(Ints(), 0x10001);
+  const auto add = [&](VectorOfInts a, VectorOfInts b) { return AddProducts(hn::Add(a, b), ones); };
+  return {add(upper.byte_0, lower.byte_0), add(upper.byte_1, lower.byte_1),
+          SwapPairs(add(upper.swapped_byte_2, lower.swapped_byte_2)), hn::Zero(Ints())};
+}
+
+/// The processor's estimate is good to 1.5 * 2^-12; one Newton step squares that.
+HWY_INLINE VectorOfFloats Reciprocal(VectorOfFloats v) {
+  const auto estimate = hn::ApproximateReciprocal(v);
+  return hn::Mul(estimate, hn::NegMulAdd(v, estimate, hn::Set(Floats(), 2.0f)));
+}
+
+/// Divides by multiplication with the reciprocal of the weights' sum times kScale.
+///
+/// Quotients are those of (numerator + 1/2) / denominator - 1/2, rounded to the nearest whole
+/// number, which is the truncated quotient of numerator / denominator: numerators are whole, at
+/// most 255 times the denominator, which is at most 1020, so that the rounded value is at least
+/// 1/2040 away from where rounding would turn, while its error is below 2^-12: 256 times a relative
+/// error below 2^-20 (reciprocal 2^-21, products and sums 2^-23). It is exact whatever the last
+/// bits of the reciprocal are.
+class Divider {
+ public:
+  HWY_INLINE explicit Divider(VectorOfInts scaled_denominator)
+      : reciprocal_(Reciprocal(hn::ConvertTo(Floats(), scaled_denominator))),
+        offset_(hn::MulAdd(reciprocal_, hn::Set(Floats(), 0.5f),
+                           hn::Set(Floats(), -0.5f / static_cast<float>(kScale)))) {}
+
+  /// The quotient plus the rounder's bits. The quotient over kScale is added to a number whose last
+  /// bit is worth 1 / kScale: that rounds it and puts it into the lowest bits.
+  HWY_INLINE VectorOfWords Divide(VectorOfInts numerator, uint32_t rounder) const {
+    const auto quotient = hn::MulAdd(hn::ConvertTo(Floats(), numerator), reciprocal_, offset_);
+    return hn::BitCast(Words(),
+                       hn::Add(quotient, hn::BitCast(Floats(), hn::Set(Words(), rounder))));
+  }
+
+ private:
+  VectorOfFloats reciprocal_;
+  VectorOfFloats offset_;
+};
+
+// 3 * 2^16 in single precision, and a little more for byte 2: so much that the rounders' bits add
+// up to nothing where the bytes are put together.
+constexpr uint32_t kRounder = 0x48400000;
+constexpr uint32_t kRounder2 = 0x484077C0;
+static_assert(static_cast<uint32_t>(kRounder + (kRounder << 8) + (kRounder2 << 16)) == 0);
+
+HWY_INLINE VectorOfWords Divide(const Sums& sums, VectorOfInts scaled_denominator) {
+  const Divider divider(scaled_denominator);
+  // Shifted by 8 bits, and without the fraction: a quarter of the sum is the kScale / 4 * 4-th.
+  const auto alpha = hn::And(hn::BitCast(Words(), sums.alpha), hn::Set(Words(), 0xFF00));
+  const auto upper_half = hn::Add(divider.Divide(sums.byte_2, kRounder2), alpha);
+  const auto byte_1 = hn::ShiftLeft<8>(divider.Divide(sums.byte_1, kRounder));
+  return hn::Add(hn::Add(divider.Divide(sums.byte_0, kRounder), byte_1),
+                 hn::ShiftLeft<16>(upper_half));
+}
+
+/// A block in which four transparent pixels meet: those are averaged without weights.
+HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper_pixels,
+                                             const uint8_t* lower_pixels) {
+  const RowPairs upper(upper_pixels);
+  const RowPairs lower(lower_pixels);
+  Sums sums = WeightedSums(upper, lower);
+  const Sums plain = PlainSums(upper, lower);
+  const auto transparent = hn::Eq(sums.alpha, hn::Zero(Ints()));
+  sums.byte_0 = hn::IfThenElse(transparent, plain.byte_0, sums.byte_0);
+  sums.byte_1 = hn::IfThenElse(transparent, plain.byte_1, sums.byte_1);
+  sums.byte_2 = hn::IfThenElse(transparent, plain.byte_2, sums.byte_2);
+  return Divide(sums, hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha));
+}
+
+HWY_INLINE VectorOfWords FilterPixels(const uint8_t* upper, const uint8_t* lower) {
+  const Sums sums = WeightedSums(RowPairs(upper), RowPairs(lower));
+  if (!hn::AllFalse(Ints(), hn::Eq(sums.alpha, hn::Zero(Ints())))) {
+    return FilterTransparent(upper, lower);
+  }
+  return Divide(sums, sums.alpha);
+}
+
+/// From the two vectors' pixels in turn to all of the first before all of the second.
+struct InOrder {
+  alignas(64) uint32_t lanes[kBlock];
+};
+constexpr InOrder MakeInOrder() {
+  InOrder order{};
+  for (size_t i = 0; i < kBlock; ++i) {
+    order.lanes[i] = static_cast<uint32_t>(i < kBlock / 2 ? 2 * i : 2 * i - kBlock + 1);
+  }
+  return order;
+}
+
+HWY_INLINE void FilterBlock(const uint8_t* upper, const uint8_t* lower, uint8_t* dest) {
+  static constexpr InOrder kInOrder = MakeInOrder();
+  const auto pixels = hn::TableLookupLanes(FilterPixels(upper, lower),
+                                           hn::SetTableIndices(Words(), kInOrder.lanes));
+  hn::StoreU(hn::BitCast(Bytes(), pixels), Bytes(), dest);
+}
+
+void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count) {
+  if (count < kBlock) return PlainMipFilter().weighted(upper, lower, dest, count);
+  size_t x = 0;
+  for (; count - x >= kBlock; x += kBlock) FilterBlock(upper + x * 8, lower + x * 8, dest + x * 4);
+  if (x == count) return;
+  // The last block ends with the row, and makes some pixels once more.
+  x = count - kBlock;
+  FilterBlock(upper + x * 8, lower + x * 8, dest + x * 4);
+}
+
+const MipFilter& Filter() {
+  static const MipFilter kFilter = {hwy::TargetName(HWY_TARGET), WeightedRow};
+  return kFilter;
+}
+
+#endif
+
+}  // namespace zav::HWY_NAMESPACE
+HWY_AFTER_NAMESPACE();
+
+#if HWY_ONCE
+namespace zav {
+
+HWY_EXPORT(Filter);
+
+const MipFilter& SelectedMipFilter() {
+  return PlainForced() ? PlainMipFilter() : HWY_DYNAMIC_DISPATCH(Filter)();
+}
+
+}  // namespace zav
+#endif
+
+#else
+
+namespace zav {
+
+const MipFilter& SelectedMipFilter() { return PlainMipFilter(); }
+
+}  // namespace zav
+
+#endif

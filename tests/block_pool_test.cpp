@@ -1,0 +1,92 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "frame/block_pool.h"
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <set>
+#include <vector>
+
+#include "support/failing_heap.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+uint8_t* Bytes(void* block) { return static_cast<uint8_t*>(block); }
+
+TEST(BlockPool, CarvesAlignedBlocksOneStrideApartAndChunksOnDemand) {
+  BlockPool pool;
+  EXPECT_EQ(pool.Alloc(), nullptr);
+  for (const auto& [count, size] : {std::pair{0, 0}, {0, 8}, {-5, 60}, {4, -9}}) {
+    pool.Init(count, size);
+    EXPECT_EQ(pool.Alloc(), nullptr) << count << " blocks of " << size;
+  }
+  pool.Init(256, 60);
+  // 68 and 17412 with links of 4 bytes.
+  EXPECT_EQ(pool.stride(), sizeof(void*) == 4 ? 68 : 80);
+  EXPECT_EQ(pool.chunk_bytes(), 256 * pool.stride() + BlockPool::kLinkBytes);
+  uint8_t* first = Bytes(pool.Alloc());
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(first) % alignof(void*), 0u);
+  {
+    const FailingHeap heap(0);
+    for (int i = 1; i < 256; ++i) EXPECT_EQ(Bytes(pool.Alloc()), first + i * pool.stride());
+    EXPECT_EQ(pool.Alloc(), nullptr);  // the 257th needs a chunk
+    EXPECT_EQ(heap.refused(), 1);
+  }
+  uint8_t* next_chunk = Bytes(pool.Alloc());
+  ASSERT_NE(next_chunk, nullptr);
+  EXPECT_EQ(Bytes(pool.Alloc()), next_chunk + pool.stride());
+  pool.ReleaseAll();
+}
+
+TEST(BlockPool, ReusesTheLatestFreedAndReleasesWhenSeveralAreBack) {
+  BlockPool pool;
+  pool.Init(8, 24);
+  void* a = pool.Alloc();
+  pool.Free(a);
+  const auto granted_without_heap = [&] {
+    const FailingHeap heap(0);
+    return pool.Alloc();
+  };
+  EXPECT_EQ(granted_without_heap(), a);  // a single block's chunk stays
+  void* b = pool.Alloc();
+  void* c = pool.Alloc();
+  pool.Free(a);
+  pool.Free(b);
+  EXPECT_EQ(granted_without_heap(), b);
+  EXPECT_EQ(granted_without_heap(), a);
+  for (void* block : {b, c, a}) pool.Free(block);
+  EXPECT_EQ(granted_without_heap(), nullptr);  // every chunk is gone
+  EXPECT_NE(pool.Alloc(), nullptr);
+  pool.ReleaseAll();
+}
+
+TEST(BlockPool, BlocksNeverOverlapWhateverTheOrder) {
+  for (const int32_t size : {0, 1, 7, 8, 61}) {
+    BlockPool pool;
+    pool.Init(5, size);
+    Random random(static_cast<uint64_t>(size) + 1);
+    std::vector<std::pair<uint8_t*, uint8_t>> held;
+    std::set<uint8_t*> addresses;
+    for (int step = 0; step < 3000; ++step) {
+      if (held.empty() || random.Below(100) < (step < 1500 ? 60u : 40u)) {
+        held.emplace_back(Bytes(pool.Alloc()), random.Byte());
+        ASSERT_TRUE(addresses.insert(held.back().first).second);
+        std::memset(held.back().first, held.back().second, static_cast<size_t>(size));
+        continue;
+      }
+      std::swap(held[random.Below(static_cast<uint32_t>(held.size()))], held.back());
+      const auto [block, mark] = held.back();
+      for (int32_t i = 0; i < size; ++i) ASSERT_EQ(block[i], mark);
+      addresses.erase(block);
+      pool.Free(block);
+      held.pop_back();
+    }
+    pool.ReleaseAll();
+  }
+}
+
+}  // namespace
+}  // namespace zav::test
