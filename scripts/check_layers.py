@@ -28,6 +28,7 @@ LEVELS = [
     (7, "kinds/mip_level.*"),
     (5, "kinds/packer*"),
     (5, "kinds/quantizer*"),
+    (5, "kinds/color_*"),
     (5, "kinds/mip_filter*"),
     (8, "formats/*"),
     (11, "container/container_reader.*"),

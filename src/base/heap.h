@@ -15,4 +15,17 @@ uint8_t* AllocateZeroed(int64_t size) noexcept;
 
 void FreeBytes(void* bytes) noexcept;
 
+/// Heap memory for one call; null where AllocateBytes gives null.
+class Scratch {
+ public:
+  explicit Scratch(int64_t size) : bytes_(AllocateBytes(size)) {}
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+  ~Scratch() { FreeBytes(bytes_); }
+  uint8_t* get() const { return bytes_; }
+
+ private:
+  uint8_t* bytes_;
+};
+
 }  // namespace zav

@@ -4,6 +4,8 @@
 
 #include "container/plain_image.h"
 #include "convert/pipeline.h"
+#include "kinds/squiz_image.h"
+#include "kinds/tiled_image.h"
 
 namespace zav {
 namespace {
@@ -12,13 +14,13 @@ using ImageReader = bool (*)(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surfac
 
 struct ImageRow {
   int32_t kind;
-  ImageReader read;  ///< null: an image all the same, but one that cannot be read
+  ImageReader read;
 };
 
 constexpr ImageRow kImageRows[] = {
-    {ZAV_REC_TILED, nullptr},
+    {ZAV_REC_TILED, ReadTiledImage},
     {ZAV_REC_IMAGE, ReadPlainImage},
-    {ZAV_REC_SQUIZ, nullptr},
+    {ZAV_REC_SQUIZ, ReadSquizImage},
     {ZAV_REC_MIPMAP, ReadMipmapImage},
 };
 
@@ -35,7 +37,7 @@ bool ReadFirstImage(const uint8_t* data, int64_t size, ZAV_SURFACE& surface, Wan
   int32_t kind = ZAV_KIND_END;
   while (PeekKind(stream, kind) && kind != ZAV_KIND_END) {
     if (const ImageRow* row = FindImage(kind)) {
-      return row->read != nullptr && row->read(stream, nullptr, surface, wanted);
+      return row->read(stream, nullptr, surface, wanted);
     }
     // A skip that fails still moves on, so that damage in front of an image does not hide it.
     SkipRecord(stream);

@@ -23,7 +23,9 @@ const ZAV_SURFACE* InFormat(ScopedConverter& conversion, const ZAV_GFXDEF& defin
     return ConvertForLayer(conversion, definition, format) ? &conversion.dest : nullptr;
   }
   conversion.source.definition() = definition;
-  return CheckSource(conversion) ? &conversion.source : nullptr;
+  const bool usable =
+      CheckSource(conversion) && (definition.palette != nullptr || !IsPalettized(format));
+  return usable ? &conversion.source : nullptr;
 }
 
 void WriteLayerHeader(ZAV_STREAM& stream, const ZAV_LAYER& layer) {

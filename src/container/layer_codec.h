@@ -33,7 +33,8 @@ using LayerReader = bool (*)(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wa
 bool ConvertForLayer(ScopedConverter& conversion, const ZAV_GFXDEF& definition, int32_t format);
 
 /// The definition in the format: itself, with its defaults filled in, where it has the format, else
-/// converted. Null when it is invalid or cannot be converted. Lives in `conversion`.
+/// converted. Null when it is invalid, has no palette though its format needs one, or cannot be
+/// converted. Lives in `conversion`.
 const ZAV_SURFACE* InFormat(ScopedConverter& conversion, const ZAV_GFXDEF& definition,
                             int32_t format);
 

@@ -29,19 +29,6 @@ static_assert(kPalExtentOffset + kExtentBytes == kPalHeaderBytes);
 
 constexpr int kPlanes = 4;
 
-/// Heap memory for one call.
-class Scratch {
- public:
-  explicit Scratch(int64_t size) : bytes_(AllocateBytes(size)) {}
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  ~Scratch() { FreeBytes(bytes_); }
-  uint8_t* get() const { return bytes_; }
-
- private:
-  uint8_t* bytes_;
-};
-
 /// One plane after the other, each a run of its own.
 bool WritePlanes(ChunkWriter& chunks, const uint8_t* pixels, int64_t groups) {
   const Scratch plane(kChunkBytes);

@@ -17,8 +17,9 @@ bool ReadFirstLayer(ZAV_STREAM& stream, uint8_t kind, char* name, ZAV_SURFACE& s
 
 bool WriteImage(ZAV_STREAM& stream, const char* name, ZAV_LAYER* layer,
                 const ZAV_GFXDEF* definition) {
-  return WriteImageRecord(stream, MakeImageHeader(ZAV_REC_IMAGE, name), layer,
-                          [&] { return WriteLayer(stream, layer, definition); });
+  return WriteImageRecord(
+      stream, ZAV_REC_IMAGE, name, layer, [](ZAV_LAYER&) { return true; },
+      [&](RecordFrame&) { return WriteLayer(stream, layer, definition); });
 }
 
 bool ReadPlainImage(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surface, Wanted wanted) {

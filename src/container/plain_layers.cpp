@@ -95,7 +95,7 @@ bool ReadColorLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
 bool WritePal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
   ScopedConverter conversion;
   const ZAV_SURFACE* picture = InFormat(conversion, definition, ZAV_FMT_PAL8);
-  if (picture == nullptr || picture->palette == nullptr) return false;
+  if (picture == nullptr) return false;
   const int32_t entries = CountEntries(picture->palette);
   HeaderBytes(layer)[kVariantOffset] = static_cast<uint8_t>(entries);
   StoreExtent(layer, kExtentOffset, *picture);

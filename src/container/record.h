@@ -84,8 +84,10 @@ class RecordFrame {
     if (!finished_) stream_.file().Seek(start_);
   }
 
-  /// Where the record starts in the file.
-  int64_t start() const { return start_; }
+  /// Overwrites bytes of the record's header.
+  void Patch(int64_t offset, const void* bytes, int64_t count) {
+    stream_.file().WriteAt(start_ + offset, bytes, count);
+  }
 
   /// Patches the size. False when the record is larger than a reader could take.
   bool Finish();
@@ -103,15 +105,22 @@ ZAV_LAYER MakeImageHeader(uint8_t kind, const char* name);
 /// a terminator, kNameLength + 1 characters at most; after a failure it is empty.
 bool ReadImageHeader(ZAV_STREAM& stream, uint8_t kind, char* name, ZAV_LAYER& header);
 
-/// Writes one image record whose layers are of the kind of `layer`: the header, then what
-/// `write_contents() -> bool` writes. A failure fails the stream.
-template <typename WriteContents>
-bool WriteImageRecord(ZAV_STREAM& stream, const ZAV_LAYER& header, const ZAV_LAYER* layer,
-                      WriteContents&& write_contents) {
+/// Writes one image record whose layers are of the kind of `layer`, which may be null:
+///
+/// `prepare(ZAV_LAYER& header) -> bool` gets everything ready before a byte is written, and fills
+/// in what the kind's header has behind the name;
+/// `write_contents(RecordFrame& frame) -> bool` writes what follows the header.
+///
+/// A failure fails the stream.
+template <typename Prepare, typename WriteContents>
+bool WriteImageRecord(ZAV_STREAM& stream, uint8_t kind, const char* name, const ZAV_LAYER* layer,
+                      Prepare&& prepare, WriteContents&& write_contents) {
   if (!stream.RequireWriting()) return false;
   RecordFrame frame(stream);
-  const bool written = layer != nullptr && HeaderLength(layer->kind) != 0 &&
-                       WriteRecordHeader(stream, &header) && write_contents() && frame.Finish();
+  ZAV_LAYER header = MakeImageHeader(kind, name);
+  const bool written = layer != nullptr && HeaderLength(layer->kind) != 0 && prepare(header) &&
+                       WriteRecordHeader(stream, &header) && write_contents(frame) &&
+                       frame.Finish();
   if (!written) stream.Fail();
   return written;
 }

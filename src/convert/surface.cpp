@@ -43,13 +43,6 @@ bool AllocatePalette(ZAV_SURFACE& surface) {
   return true;
 }
 
-void MoveSurface(ZAV_SURFACE& to, ZAV_SURFACE& from) {
-  const ZAV_SURFACE moved = from;
-  ReleaseSurface(to);
-  from = ZAV_SURFACE{};
-  to = moved;
-}
-
 }  // namespace
 
 int64_t ImageBytes(const ZAV_GFXDEF& definition) {
@@ -154,6 +147,12 @@ void RestoreSurface(ZAV_SURFACE& surface, const ZAV_SURFACE& found) {
   surface.flags &= ~released;
 }
 
+void MoveSurface(ZAV_SURFACE& to, ZAV_SURFACE& from) {
+  const ZAV_SURFACE moved = from;
+  ReleaseSurface(to);
+  from = ZAV_SURFACE{};
+  to = moved;
+}
 void MoveSource(ZAV_CONVERTER& to, ZAV_CONVERTER& from) { MoveSurface(to.source, from.source); }
 void MoveDestToSource(ZAV_CONVERTER& to, ZAV_CONVERTER& from) { MoveSurface(to.source, from.dest); }
 void MoveDest(ZAV_CONVERTER& to, ZAV_CONVERTER& from) { MoveSurface(to.dest, from.dest); }

@@ -46,6 +46,7 @@ void ReleaseSurface(ZAV_SURFACE& surface);
 void RestoreSurface(ZAV_SURFACE& surface, const ZAV_SURFACE& found);
 
 /// The moves: release what the target slot owns, copy the surface, zero the slot it came from.
+void MoveSurface(ZAV_SURFACE& to, ZAV_SURFACE& from);
 void MoveSource(ZAV_CONVERTER& to, ZAV_CONVERTER& from);
 void MoveDestToSource(ZAV_CONVERTER& to, ZAV_CONVERTER& from);
 void MoveDest(ZAV_CONVERTER& to, ZAV_CONVERTER& from);

@@ -10,6 +10,8 @@
 #include "frame/container_entry_points.h"
 #include "frame/entry_points.h"
 #include "frame/startup.h"
+#include "kinds/mipmap_image.h"
+#include "kinds/tiled_image.h"
 #include "zav.h"
 
 namespace {
@@ -82,10 +84,17 @@ int ZAV_WRITE_IMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* defi
   return ContainerResult(stream != nullptr &&
                          zav::WriteImage(*Stream(stream), name, layer, definition));
 }
-int ZAV_WRITE_TILEDIMAGE(void*, char*, ZAV_LAYER*, ZAV_GFXDEF*) { return ContainerResult(false); }
-int ZAV_WRITE_SQUIZIMAGE(void*, char*, ZAV_LAYER*, ZAV_GFXDEF*) { return ContainerResult(false); }
-int ZAV_WRITE_MIPMAPIMAGE(void*, char*, int, ZAV_LAYER*, ZAV_GFXDEF*) {
-  return ContainerResult(false);
+int ZAV_WRITE_TILEDIMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
+  return ContainerResult(stream != nullptr &&
+                         zav::WriteTiledImage(*Stream(stream), name, layer, definition));
+}
+int ZAV_WRITE_SQUIZIMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
+  return ContainerResult(zav::WriteSquiz(Stream(stream), name, layer, definition));
+}
+int ZAV_WRITE_MIPMAPIMAGE(void* stream, char* name, int levels, ZAV_LAYER* layer,
+                          ZAV_GFXDEF* definition) {
+  return ContainerResult(stream != nullptr &&
+                         zav::WriteMipmapImage(*Stream(stream), name, levels, layer, definition));
 }
 int ZAV_DECODE_BITMAP(void* stream, ZAV_IMAGE* image) {
   return ContainerResult(zav::DecodeBitmap(Stream(stream), image));

@@ -64,10 +64,23 @@ Bytes WriteContainer(Write&& write) {
   return file.Read();
 }
 
+/// Writes an image record of any kind, mipmaps with as many levels as there are.
+inline int WriteImageOf(int kind, void* stream, char* name, ZAV_LAYER* layer,
+                        ZAV_GFXDEF* definition) {
+  switch (kind) {
+    case ZAV_REC_TILED: return ZAV_WRITE_TILEDIMAGE(stream, name, layer, definition);
+    case ZAV_REC_SQUIZ: return ZAV_WRITE_SQUIZIMAGE(stream, name, layer, definition);
+    case ZAV_REC_MIPMAP: return ZAV_WRITE_MIPMAPIMAGE(stream, name, 99, layer, definition);
+    default: return ZAV_WRITE_IMAGE(stream, name, layer, definition);
+  }
+}
+inline constexpr int kImageKinds[] = {ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP};
+
 /// The container with one nameless picture, as far as it could be written.
-inline Bytes WriteOne(ZAV_LAYER layer, ZAV_GFXDEF definition, int* result = nullptr) {
+inline Bytes WriteOne(ZAV_LAYER layer, ZAV_GFXDEF definition, int* result = nullptr,
+                      int kind = ZAV_REC_IMAGE) {
   return WriteContainer([&](void* stream) {
-    const int written = ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition);
+    const int written = WriteImageOf(kind, stream, nullptr, &layer, &definition);
     if (result != nullptr) *result = written;
   });
 }
@@ -100,16 +113,28 @@ inline uint32_t Touch(const ZAV_GFXDEF& picture) {
   return sum;
 }
 
-/// Decodes what can be decoded, as a host that walks the records does, and says how many pictures
+/// Whether two pictures are the same, padding aside.
+inline bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
+  if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
+  for (int64_t y = 0; y < a.height; ++y) {
+    if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch,
+                    static_cast<size_t>(a.width) * static_cast<size_t>(a.bytes_per_pixel)) != 0) {
+      return false;
+    }
+  }
+  return a.format != ZAV_FMT_PAL8 || std::memcmp(a.palette, b.palette, ZAV_PALETTE_BYTES) == 0;
+}
+
+/// Decodes what can be decoded, as a host that walks the records does, and says how many layers
 /// that were. Bytes that are no container are none.
 inline size_t Walk(uint8_t* data, size_t size) {
   size_t pictures = 0;
   void* stream = ZAV_OPEN_READ(data, static_cast<int>(size));
   for (int kind; ZAV_GET_LAYER_TYPE(stream, &kind) == 0 && kind != ZAV_KIND_END;) {
     ZAV_LAYER header = Layer(kind);
-    if (kind != ZAV_REC_IMAGE || ZAV_READ_LAYER(stream, &header) != 0) {
-      ZAV_SKIP_LAYER(stream);
-      continue;
+    if (kind == ZAV_REC_TILED || kind == ZAV_REC_IMAGE || kind == ZAV_REC_MIPMAP) {
+      ZAV_READ_LAYER(stream, &header);
+      continue;  // with its layers
     }
     Image image;
     if (pictures % 2 == 0) image.dest.format = ZAV_FMT_BGRA32;
@@ -130,6 +155,8 @@ inline size_t Walk(uint8_t* data, size_t size) {
   ZAV_GFXDEF definition;
   if (ZAV_GETFILEFORMAT_FROMMEM(&definition, "zav", data, static_cast<long>(size)) == 0) {
     Require(image.source.pixels == nullptr);
+  } else if (image.source.pixels != nullptr) {
+    Require(definition.width == image.source.width && definition.height == image.source.height);
   }
   return pictures;
 }

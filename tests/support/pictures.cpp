@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/pictures.h"
 
+#include <algorithm>
+
 #include "convert/format_table.h"
 
 namespace zav::test {
@@ -44,6 +46,31 @@ Picture AsymmetricPicture(int32_t width, int32_t height) {
       pixel[1] = static_cast<uint8_t>(40 + x * 5 + y * 2);
       pixel[2] = static_cast<uint8_t>(corner ? 250 : 90 + y * 7);
       pixel[3] = static_cast<uint8_t>(255 - (x + 2 * y) * 255 / (width + 2 * height));
+    }
+  }
+  return picture;
+}
+
+Picture SpritePicture(int32_t format, int32_t width, int32_t height, int32_t block, uint64_t seed) {
+  Picture picture = NoisePicture(format, width, height, 0, seed);
+  for (size_t i = 0; i < picture.palette.size(); i += 4) {
+    picture.palette[i] = static_cast<uint8_t>(i / 4);
+    picture.palette[i + 3] |= 1;
+  }
+  if (format == ZAV_FMT_PAL8) std::fill_n(picture.palette.begin(), 4, uint8_t{0});
+  for (size_t i = 3; format == ZAV_FMT_BGRA32 && i < picture.pixels.size(); i += 4) {
+    picture.pixels[i] |= 1;
+  }
+  Random random(seed + 1);
+  const int32_t bytes = picture.definition.bytes_per_pixel;
+  for (int32_t y = 0; y < height; y += block) {
+    for (int32_t x = 0; x < width; x += block) {
+      const uint32_t choice = random.Below(8);
+      if (choice > 5 || x + y == 0) continue;  // noise
+      const auto flat = static_cast<uint8_t>(choice < 3 ? 0 : choice * 50);
+      for (int32_t row = y; row < std::min(y + block, height); ++row) {
+        std::fill_n(picture.Row(row) + x * bytes, std::min(block, width - x) * bytes, flat);
+      }
     }
   }
   return picture;

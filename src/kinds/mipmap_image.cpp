@@ -1,0 +1,71 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "kinds/mipmap_image.h"
+
+#include <algorithm>
+
+#include "container/layer_dispatch.h"
+#include "convert/pipeline.h"
+#include "kinds/mip_level.h"
+
+namespace zav {
+namespace {
+
+constexpr int32_t kLevelsOffset = kNameOffset + kNameLength;
+static_assert(kLevelsOffset + 1 == HeaderLength(ZAV_REC_MIPMAP));
+
+bool IsPowerOfTwo(int32_t side) { return side > 0 && (side & (side - 1)) == 0; }
+
+/// Whether the source can be written at all, whatever the layer.
+bool IsUsable(ZAV_CONVERTER& picture) {
+  const ZAV_SURFACE& source = picture.source;
+  return CheckSource(picture) && HasKernels(source.format) &&
+         (source.format != ZAV_FMT_PAL8 || source.palette != nullptr);
+}
+
+/// How many levels the longer side allows.
+int64_t PossibleLevels(const ZAV_SURFACE& picture, uint8_t layer_kind) {
+  const bool blocks = layer_kind >= ZAV_LAYER_DXT1 && layer_kind <= ZAV_LAYER_DXT5;
+  const int32_t smallest = blocks ? 4 : 1;
+  int64_t levels = 1;
+  for (int32_t side = std::max(picture.width, picture.height); side > smallest; side /= 2) ++levels;
+  return levels;
+}
+
+/// Writes the levels, the first being the converter's source, and says how many went well.
+int64_t WriteLevels(ZAV_STREAM& stream, ZAV_LAYER& layer, ZAV_CONVERTER& level, int64_t wanted) {
+  int64_t written = 0;
+  for (int64_t i = 0; i < wanted; ++i) {
+    if (i > 0) {
+      if (!GenerateMipLevel(level)) break;
+      MoveDestToSource(level, level);
+    }
+    if (WriteLayer(stream, &layer, &level.source)) ++written;
+  }
+  return written;
+}
+
+}  // namespace
+
+bool WriteMipmapImage(ZAV_STREAM& stream, const char* name, int64_t levels, ZAV_LAYER* layer,
+                      const ZAV_GFXDEF* definition) {
+  if (layer == nullptr || HeaderLength(layer->kind) == 0 || definition == nullptr ||
+      !IsPowerOfTwo(definition->width) || !IsPowerOfTwo(definition->height)) {
+    return false;
+  }
+  ScopedConverter level;
+  level.source.definition() = *definition;
+  if (!IsUsable(level)) return false;
+  const int64_t wanted = std::clamp<int64_t>(levels, 0, PossibleLevels(level.source, layer->kind));
+  const auto prepare = [&](ZAV_LAYER& header) {
+    HeaderBytes(header)[kLevelsOffset] = static_cast<uint8_t>(wanted);
+    return true;
+  };
+  return WriteImageRecord(stream, ZAV_REC_MIPMAP, name, layer, prepare, [&](RecordFrame& frame) {
+    const auto written = static_cast<uint8_t>(WriteLevels(stream, *layer, level, wanted));
+    frame.Patch(kLevelsOffset, &written, 1);
+    return true;
+  });
+}
+
+}  // namespace zav

@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "container/layer_codec.h"
+
+namespace zav {
+
+/// Writes a mipmap image record: a name, which may be null, and at most `levels` layers, each half
+/// as large as the one before, down to 1 x 1; with DXT layers the longer side stays at least 4. A
+/// level that cannot be written is left out. Null arguments, sides that are not powers of two and a
+/// picture that cannot be converted are refused, with nothing written and the stream as it was.
+bool WriteMipmapImage(ZAV_STREAM& stream, const char* name, int64_t levels, ZAV_LAYER* layer,
+                      const ZAV_GFXDEF* definition);
+
+}  // namespace zav

@@ -1,0 +1,201 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "kinds/tiled_image.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/checked.h"
+#include "base/endian.h"
+#include "base/heap.h"
+#include "container/layer_dispatch.h"
+#include "convert/copy.h"
+#include "convert/pipeline.h"
+#include "kinds/tile_layout.h"
+
+namespace zav {
+namespace {
+
+constexpr int32_t kWidthOffset = kNameOffset + kNameLength;
+constexpr int32_t kHeightOffset = kWidthOffset + 4;
+constexpr int32_t kLogOffset = kHeightOffset + 4;
+constexpr int32_t kCountOffset = kLogOffset + 2;
+static_assert(kCountOffset + 2 == HeaderLength(ZAV_REC_TILED));
+
+constexpr int32_t kTileLog = 8;  ///< also the largest that a reader takes
+constexpr int32_t kTileSize = 1 << kTileLog;
+constexpr int64_t kPitchMultiple = 8;
+
+constexpr int64_t ShortestLayer() {
+  int64_t shortest = sizeof(ZAV_LAYER);
+  for (const RecordRow& row : kRecordRows) {
+    if (row.kind >= ZAV_LAYER_PAL8) shortest = std::min<int64_t>(shortest, row.header_length);
+  }
+  return shortest;
+}
+
+/// SetDefinition with the pitch of tiles and of pictures that are read from them.
+bool Define(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format) {
+  if (!SetDefinition(surface, width, height, format)) return false;
+  const int64_t pitch = RoundUp(width * surface.bytes_per_pixel, kPitchMultiple);
+  if (pitch > kMaxBytes / height) return false;
+  surface.pitch = static_cast<int32_t>(pitch);
+  return true;
+}
+
+/// The piece of a surface of uncompressed pixels, borrowed.
+ZAV_SURFACE View(const ZAV_SURFACE& surface, int64_t x, int64_t y, const TilePiece& piece) {
+  ZAV_SURFACE view = Borrow(surface);
+  view.pixels += y * surface.pitch + x * surface.bytes_per_pixel;
+  view.width = piece.width;
+  view.height = piece.height;
+  return view;
+}
+
+bool WriteTiles(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_SURFACE& picture) {
+  TileLayout layout(picture.width, picture.height, kTileSize);
+  ZAV_SURFACE tile{};
+  const auto define = [&] {
+    return layout.NextTile() &&
+           Define(tile, layout.tile_width(), layout.tile_height(), picture.format);
+  };
+  define();
+  const Scratch pixels(ImageBytes(tile));  // the first tile is the largest
+  if (pixels.get() == nullptr) return false;
+  tile.pixels = pixels.get();
+  tile.palette = picture.palette;
+  do {
+    std::memset(tile.pixels, 0, static_cast<size_t>(ImageBytes(tile)));
+    for (TilePiece piece; layout.NextPiece(piece);) {
+      const ZAV_SURFACE from = View(picture, piece.x, piece.y, piece);
+      const ZAV_SURFACE to = View(tile, piece.tile_x, piece.tile_y, piece);
+      CopyRows(to.pixels, from.pixels, int64_t{piece.width} * tile.bytes_per_pixel, piece.height,
+               to.pitch, from.pitch);
+    }
+    if (!WriteLayer(stream, &layer, &tile)) return false;
+  } while (define());
+  return true;
+}
+
+/// The format of a picture whose first tile has the format.
+int32_t PictureFormat(int32_t tile_format) {
+  const bool kept = tile_format == ZAV_FMT_PAL8 ||
+                    (tile_format >= ZAV_FMT_RGBA32 && tile_format <= ZAV_FMT_ARGB1555);
+  return kept ? tile_format : ZAV_FMT_BGRA32;
+}
+
+bool DefineLikeFirstTile(ZAV_STREAM& stream, const ZAV_LAYER& header, ZAV_SURFACE& picture) {
+  const int64_t position = stream.block().position();
+  ScopedConverter first;
+  const bool there = ReadLayer(stream, first.source, Wanted::kDefinition);
+  stream.block().Seek(position);
+  const uint8_t* bytes = HeaderBytes(header);
+  return there && Define(picture, LoadLe32(bytes + kWidthOffset), LoadLe32(bytes + kHeightOffset),
+                         PictureFormat(first.source.format));
+}
+
+/// Takes the picture's memory, and the palette of its first tile.
+bool StartPicture(ZAV_CONVERTER& reading, const ZAV_SURFACE& first_tile) {
+  reading.source.palette = first_tile.palette;
+  if (!PrepareDest(reading)) return false;
+  if (reading.dest.format == ZAV_FMT_PAL8) {
+    // Indices that are not there yet may come to be converted.
+    std::memset(reading.dest.pixels, 0, static_cast<size_t>(ImageBytes(reading.dest)));
+  }
+  return true;
+}
+
+bool SharesPalette(const ZAV_SURFACE& tile, const ZAV_SURFACE& picture) {
+  return tile.format == ZAV_FMT_PAL8 && tile.palette != nullptr &&
+         std::memcmp(tile.palette, picture.palette, ZAV_PALETTE_BYTES) == 0;
+}
+
+/// The picture's format becomes ZAV_FMT_BGRA32.
+bool Widen(ZAV_SURFACE& picture) {
+  ScopedConverter widening;
+  widening.source = Borrow(picture);
+  if (!Define(widening.dest, picture.width, picture.height, ZAV_FMT_BGRA32) ||
+      !ConvertSurface(widening)) {
+    return false;
+  }
+  MoveSurface(picture, widening.dest);
+  return true;
+}
+
+bool ConvertTile(ZAV_CONVERTER& tile, int32_t format) {
+  tile.dest.format = format;
+  if (!ConvertSurface(tile)) return false;
+  MoveDestToSource(tile, tile);
+  return true;
+}
+
+/// Puts the pieces of the layout's current tile into the picture.
+bool PlaceTile(TileLayout& layout, ZAV_CONVERTER& tile, ZAV_SURFACE& picture) {
+  const ZAV_SURFACE& source = tile.source;
+  if (picture.format == ZAV_FMT_PAL8 && !SharesPalette(source, picture) && !Widen(picture)) {
+    return false;
+  }
+  // Blocks cannot be converted piece by piece.
+  if (IsDxt(source.format) && !ConvertTile(tile, picture.format)) return false;
+  for (TilePiece piece; layout.NextPiece(piece);) {
+    if (piece.tile_x + piece.width > source.width || piece.tile_y + piece.height > source.height) {
+      return false;
+    }
+    ScopedConverter copy;
+    copy.source = View(source, piece.tile_x, piece.tile_y, piece);
+    copy.dest = View(picture, piece.x, piece.y, piece);
+    if (!ConvertSurface(copy)) return false;
+  }
+  return true;
+}
+
+bool ReadTiles(ZAV_STREAM& stream, TileLayout layout, ZAV_CONVERTER& reading) {
+  if (layout.tile_count() > stream.block().remaining() / ShortestLayer()) return false;
+  while (layout.NextTile()) {
+    ScopedConverter tile;
+    if (!ReadLayer(stream, tile.source, Wanted::kPicture)) return false;
+    if (reading.dest.pixels == nullptr && !StartPicture(reading, tile.source)) return false;
+    if (!PlaceTile(layout, tile, reading.dest)) return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool WriteTiledImage(ZAV_STREAM& stream, const char* name, ZAV_LAYER* layer,
+                     const ZAV_GFXDEF* definition) {
+  ScopedConverter conversion;
+  const ZAV_SURFACE* picture = nullptr;
+  const auto prepare = [&](ZAV_LAYER& header) {
+    if (definition == nullptr) return false;
+    const bool palettized = layer->kind == ZAV_LAYER_PAL8 || layer->kind == ZAV_LAYER_PACKEDPAL8;
+    picture = InFormat(conversion, *definition, palettized ? ZAV_FMT_PAL8 : ZAV_FMT_BGRA32);
+    if (picture == nullptr) return false;
+    const TileLayout layout(picture->width, picture->height, kTileSize);
+    uint8_t* bytes = HeaderBytes(header);
+    StoreLe32(bytes + kWidthOffset, static_cast<uint32_t>(picture->width));
+    StoreLe32(bytes + kHeightOffset, static_cast<uint32_t>(picture->height));
+    StoreLe16(bytes + kLogOffset, kTileLog);
+    StoreLe16(bytes + kCountOffset, static_cast<uint32_t>(layout.tile_count()));
+    return true;
+  };
+  return WriteImageRecord(stream, ZAV_REC_TILED, name, layer, prepare,
+                          [&](RecordFrame&) { return WriteTiles(stream, *layer, *picture); });
+}
+
+bool ReadTiledImage(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surface, Wanted wanted) {
+  ZAV_LAYER header;
+  if (!ReadImageHeader(stream, ZAV_REC_TILED, name, header)) return false;
+  const int32_t log = LoadLe16(HeaderBytes(header) + kLogOffset);
+  ScopedConverter reading;  // the picture is its destination
+  ZAV_SURFACE& picture = reading.dest;
+  if (log > kTileLog || !DefineLikeFirstTile(stream, header, picture)) return false;
+  if (wanted == Wanted::kPicture &&
+      !ReadTiles(stream, TileLayout(picture.width, picture.height, 1 << log), reading)) {
+    return false;
+  }
+  MoveSurface(surface, picture);
+  return true;
+}
+
+}  // namespace zav

@@ -1,0 +1,225 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+
+// What holds for image records of every kind.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "base/endian.h"
+#include "container/container_reader.h"
+#include "convert/surface.h"
+#include "frame/environment.h"
+#include "kinds/squiz_image.h"
+#include "kinds/tiled_image.h"
+#include "support/container_files.h"
+#include "support/failing_heap.h"
+#include "support/page_end_buffer.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+const ZAV_LAYER kTrue32 = Layer(ZAV_LAYER_TRUE32, {2});
+const ZAV_LAYER kPacked32 = Layer(ZAV_LAYER_PACKED32, {2 + 4, 8, 8, 8, 8});
+const ZAV_LAYER kPal8 = Layer(ZAV_LAYER_PAL8);
+const ZAV_LAYER kPackedPal8 = Layer(ZAV_LAYER_PACKEDPAL8, {8, 8, 8, 8});
+const ZAV_LAYER kLayers[] = {kTrue32, kPacked32, kPal8, kPackedPal8};
+
+/// Layers that keep every bit of a BGRA32 or PAL8 picture.
+int32_t FormatOf(const ZAV_LAYER& layer) {
+  return layer.kind == ZAV_LAYER_TRUE32 || layer.kind == ZAV_LAYER_PACKED32 ? ZAV_FMT_BGRA32
+                                                                            : ZAV_FMT_PAL8;
+}
+
+bool IsPowerOfTwo(int32_t side) { return (side & (side - 1)) == 0; }
+
+void ReadsBackExactly(int32_t width, int32_t height) {
+  std::vector<Picture> written;
+  std::vector<int> kinds;
+  const Bytes file = WriteContainer([&](void* stream) {
+    for (ZAV_LAYER layer : kLayers) {
+      for (const int kind : kImageKinds) {
+        // Of a uniform picture nothing would be left to make a layer of.
+        if (kind == ZAV_REC_SQUIZ && width * height == 1) continue;
+        Picture picture = SpritePicture(FormatOf(layer), width, height, 8, width * 41u + height);
+        const bool can = kind != ZAV_REC_MIPMAP || (IsPowerOfTwo(width) && IsPowerOfTwo(height));
+        ASSERT_EQ(WriteImageOf(kind, stream, nullptr, &layer, &picture.definition), can ? 0 : -1);
+        if (!can) continue;
+        written.push_back(std::move(picture));
+        kinds.push_back(kind);
+      }
+    }
+  });
+  size_t at = 4;
+  for (size_t i = 0; i < written.size(); ++i) {
+    SCOPED_TRACE(testing::Message()
+                 << "image " << i << " of kind " << kinds[i] << ", " << width << " x " << height);
+    const size_t size = LoadLe32(&file[at + 1]);
+    Bytes one(file.begin(), file.begin() + 4);
+    one.insert(one.end(), &file[at], &file[at] + size);
+    at += size;
+    Image image;
+    ASSERT_TRUE(ReadOne(image, one));
+    ASSERT_TRUE(SamePicture(written[i].definition, image.source));
+    ZAV_GFXDEF probed{};
+    ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", one.data(), long(one.size())), 1);
+    ASSERT_EQ(probed.format, image.source.format);
+    ASSERT_EQ(probed.width * 100000 + probed.height, width * 100000 + height);
+    if (kinds[i] == ZAV_REC_SQUIZ) continue;  // a definition has the strip's pitch
+    ASSERT_EQ(probed.pitch, image.source.pitch);
+    ASSERT_EQ(image.source.pitch % (kinds[i] == ZAV_REC_TILED ? 8 : 1), 0);
+  }
+  EXPECT_EQ(at, file.size());
+}
+
+TEST(ImageKinds, EverySizeReadsBackExactly) {
+  for (int32_t width = 1; width <= 40; ++width) {
+    for (int32_t height = 1; height <= 40; ++height) {
+      ReadsBackExactly(width, height);
+      if (HasFatalFailure()) return;
+    }
+  }
+  const int32_t large[][2] = {{257, 257}, {300, 200},  {600, 100}, {3, 5000},
+                              {5001, 7},  {1023, 301}, {511, 770}, {1, 40000}};
+  for (const auto& size : large) ReadsBackExactly(size[0], size[1]);
+}
+
+TEST(ImageKinds, NamesAreReadBack) {
+  const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 9, 9, 8, 1);
+  char name[] = "0123456789012345678901234567890123456789";
+  for (const auto read : {ReadTiledImage, ReadSquizImage}) {
+    ZAV_GFXDEF definition = picture.definition;
+    ZAV_LAYER layer = kTrue32;
+    const Bytes file = WriteContainer([&](void* stream) {
+      WriteImageOf(read == ReadTiledImage ? ZAV_REC_TILED : ZAV_REC_SQUIZ, stream, name, &layer,
+                   &definition);
+    });
+    ZAV_STREAM stream;
+    ASSERT_TRUE(stream.OpenRead(file.data(), static_cast<int64_t>(file.size())));
+    char stored[kNameLength + 1];
+    ScopedConverter converter;
+    EXPECT_TRUE(read(stream, stored, converter.source, Wanted::kDefinition));
+    EXPECT_EQ(stored, std::string(name, 32));
+  }
+}
+
+TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
+  const Picture picture = SpritePicture(ZAV_FMT_PAL8, 16, 16, 8, 1);
+  const ZAV_GFXDEF good = picture.definition;
+  std::vector<ZAV_GFXDEF> refused(8, good);
+  refused[0].width = 0;
+  refused[1].height = 0;
+  refused[2].width = -16;
+  refused[3].pixels = nullptr;
+  refused[4].palette = nullptr;
+  refused[5].format = ZAV_FMT_PAL4;
+  refused[6].pitch = 15;
+  refused[7].format = 99;
+  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
+    const auto refuses = [&](ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
+      const Bytes file = WriteContainer([&](void* stream) {
+        EXPECT_EQ(WriteImageOf(kind, stream, nullptr, layer, definition), -1);
+        // Only the mipmap writer looks before it touches the stream.
+        ZAV_LAYER again = kPal8;
+        ZAV_GFXDEF same = good;
+        EXPECT_EQ(WriteImageOf(kind, stream, nullptr, &again, &same),
+                  kind == ZAV_REC_MIPMAP ? 0 : -1);
+      });
+      EXPECT_EQ(file.size() == 4, kind != ZAV_REC_MIPMAP);
+      EXPECT_EQ(Walk(const_cast<uint8_t*>(file.data()), file.size()),
+                kind != ZAV_REC_MIPMAP ? 0u : 5u);
+    };
+    for (ZAV_LAYER layer : {kTrue32, kPackedPal8}) {
+      for (ZAV_GFXDEF definition : refused) refuses(&layer, &definition);
+      refuses(&layer, nullptr);
+    }
+    ZAV_GFXDEF definition = good;
+    ZAV_LAYER unknown = Layer(32);
+    refuses(nullptr, &definition);
+    refuses(&unknown, &definition);
+    ZAV_LAYER layer = kPal8;
+    EXPECT_EQ(WriteImageOf(kind, nullptr, nullptr, &layer, &definition), -1);
+    void* reading = ZAV_OPEN_READ(reinterpret_cast<const uint8_t*>("ZAV"), 4);
+    int next;
+    EXPECT_EQ(WriteImageOf(kind, reading, nullptr, &layer, &definition), -1);
+    EXPECT_EQ(ZAV_GET_LAYER_TYPE(reading, &next), -1);
+    ZAV_CLOSE(reading);
+  }
+}
+
+TEST(ImageKinds, ReadersLeaveTheEnvironmentAlone) {
+  ZAV_CONVERTER filtering{};
+  filtering.env = ZAV_ENV_FILTER;
+  const Picture picture = NoisePicture(ZAV_FMT_RGB24, 300, 9, 0, 1);
+  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ}) {
+    PublishEnv(filtering);
+    const Bytes file = WriteOne(Layer(ZAV_LAYER_HICOLOR, {1}), picture.definition, nullptr, kind);
+    EXPECT_EQ(PublishedEnv(), 0u);
+    PublishEnv(filtering);
+    ScopedConverter converter;
+    EXPECT_TRUE(ContainerRead(converter, file.data(), static_cast<int64_t>(file.size())));
+    EXPECT_EQ(PublishedEnv(), uint32_t{ZAV_ENV_FILTER});
+  }
+}
+
+TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
+  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
+    for (const ZAV_LAYER& layer : kLayers) {
+      // Two tiles; three rows of blocks; three levels.
+      const int32_t size[2] = {kind == ZAV_REC_TILED ? 257 : 4, kind == ZAV_REC_SQUIZ ? 20 : 2};
+      Picture picture = SpritePicture(FormatOf(layer), size[0], size[1], 8, 3);
+      if (layer.kind == ZAV_LAYER_PAL8) {
+        std::fill(picture.palette.begin() + 8, picture.palette.end(), uint8_t{0});
+      }
+      const Bytes file = WriteOne(layer, picture.definition, nullptr, kind);
+      for (size_t length = 0; length < file.size(); ++length) {
+        PageEndBuffer cut(file.data(), length);
+        Walk(cut.data(), length);
+        Image image;
+        const bool read = ZAV_CONVERT_MEMFILE(&image, "zav", cut.data(), long(length)) == 1;
+        ASSERT_TRUE(!read || kind == ZAV_REC_MIPMAP) << kind << ", " << length << " bytes";
+      }
+      PageEndBuffer block(file.size());
+      std::copy(file.begin(), file.end(), block.data());
+      for (size_t i = 0; i < file.size(); ++i) {
+        for (const int value : {0, 0x7F, 0xFF, file[i] ^ 0x10, file[i] + 1, file[i] - 1}) {
+          block.data()[i] = static_cast<uint8_t>(value);
+          Walk(block.data(), file.size());
+        }
+        block.data()[i] = file[i];
+      }
+    }
+  }
+}
+
+TEST(ImageKinds, EveryFailedAllocationIsAFailure) {
+  const TemporaryFile file;
+  const auto fails = [](int, bool succeeded) { EXPECT_FALSE(succeeded); };
+  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
+    for (const ZAV_LAYER& layer : kLayers) {
+      const int32_t height = kind == ZAV_REC_TILED ? 300 : 64;
+      Picture picture = SpritePicture(ZAV_FMT_BGRA32, 32, height, 8, 4);
+      const size_t whole = WriteOne(layer, picture.definition, nullptr, kind).size();
+      const auto write = [&] {
+        ZAV_LAYER record = layer;
+        void* stream = ZAV_OPEN_WRITE(file.path());
+        const int written = WriteImageOf(kind, stream, nullptr, &record, &picture.definition);
+        ZAV_CLOSE(stream);
+        return written == 0 && file.Read().size() == whole;  // levels may be left out
+      };
+      const auto read = [&] {
+        Image image;
+        if (ZAV_CONVERT_FILE(&image, file.path()) == 1) return true;
+        EXPECT_EQ(image.source.pixels, nullptr);
+        return false;
+      };
+      FailEveryAllocation(write, fails);
+      FailEveryAllocation(read, fails);
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zav::test

@@ -1,0 +1,342 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "base/endian.h"
+#include "container/stream.h"
+#include "kinds/squiz_image.h"
+#include "support/container_files.h"
+#include "support/failing_heap.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+const ZAV_LAYER kTrue32 = Layer(ZAV_LAYER_TRUE32, {2});
+const ZAV_LAYER kPal8 = Layer(ZAV_LAYER_PAL8);
+
+/// A picture looked at pixel by pixel, and its record written down step by step.
+class PlainSquiz {
+ public:
+  PlainSquiz(const ZAV_GFXDEF& picture, int size) : picture_(picture), size_(size) {
+    columns_ = (picture.width + size - 1) / size;
+    for (int row = 0; row * size < picture.height; ++row) WriteRow(row);
+  }
+
+  const Bytes& records() const { return records_; }
+  int stored() const { return static_cast<int>(cells_.size()); }
+
+  /// The strip, of pixels that are bytes or words.
+  Bytes Strip(int pitch) const {
+    const int bytes = picture_.bytes_per_pixel;
+    Bytes strip(static_cast<size_t>(pitch * size_), 0);
+    for (size_t cell = 0; cell < cells_.size(); ++cell) {
+      const auto [column, row] = cells_[cell];
+      ForEachPixel(column, row, [&](int x, int y) {
+        const int to = (y % size_) * pitch + (static_cast<int>(cell) * size_ + x % size_) * bytes;
+        std::copy_n(picture_.pixels + y * picture_.pitch + x * bytes, bytes, &strip[size_t(to)]);
+      });
+    }
+    return strip;
+  }
+
+  /// Whether the picture that was read is right: stored blocks to the last bit, others by key.
+  bool Matches(const ZAV_GFXDEF& read) const {
+    bool same = read.format == picture_.format && read.width == picture_.width;
+    const int bytes = picture_.bytes_per_pixel;
+    for (int row = 0; row * size_ < picture_.height; ++row) {
+      for (int column = 0; column < columns_; ++column) {
+        const bool stored = std::count(cells_.begin(), cells_.end(), std::pair(column, row)) != 0;
+        ForEachPixel(column, row, [&](int x, int y) {
+          const uint8_t* a = picture_.pixels + y * picture_.pitch + x * bytes;
+          const uint8_t* b = read.pixels + y * read.pitch + x * bytes;
+          if (stored) same &= std::equal(a, a + bytes, b);
+          same &= Key(picture_, x, y) == Key(read, x, y);
+          // Palettes may have a key twice; the lowest index stands for it.
+          for (int i = 0; bytes == 1 && !stored && i < *b; ++i) {
+            same &= KeyOf(LoadLe32(read.palette + 4 * i)) != Key(read, x, y);
+          }
+          if (bytes == 4 && !stored) same &= LoadLe32(b) == Key(picture_, x, y);
+        });
+      }
+    }
+    return same;
+  }
+
+ private:
+  template <typename Use>
+  void ForEachPixel(int column, int row, Use&& use) const {
+    for (int y = row * size_; y < std::min((row + 1) * size_, picture_.height); ++y) {
+      for (int x = column * size_; x < std::min((column + 1) * size_, picture_.width); ++x) {
+        use(x, y);
+      }
+    }
+  }
+
+  static uint32_t KeyOf(uint32_t word) { return word >> 24 == 0 ? 0 : word; }
+  static uint32_t Key(const ZAV_GFXDEF& picture, int x, int y) {
+    const uint8_t* pixel = picture.pixels + y * picture.pitch + x * picture.bytes_per_pixel;
+    return KeyOf(LoadLe32(picture.format == ZAV_FMT_PAL8 ? picture.palette + 4 * *pixel : pixel));
+  }
+
+  void WriteRow(int row) {
+    uint32_t background = 0, candidate = 0;
+    int background_weight = 0, candidate_weight = 0;
+    std::vector<bool> mask;
+    for (bool again = true; again;) {
+      again = false;
+      background = candidate;
+      background_weight = candidate_weight;
+      mask.assign(static_cast<size_t>(columns_), false);
+      for (int column = 0; column < columns_ && !again; ++column) {
+        const uint32_t color = Key(picture_, column * size_, row * size_);
+        bool uniform = true;
+        ForEachPixel(column, row, [&](int x, int y) { uniform &= Key(picture_, x, y) == color; });
+        if (uniform && color == background) continue;
+        mask[static_cast<size_t>(column)] = true;
+        if (!uniform) continue;
+        if (color != candidate) {
+          candidate = color;
+          candidate_weight = 0;
+        }
+        ++candidate_weight;
+        again = candidate_weight > background_weight;
+      }
+    }
+    const size_t at = records_.size();
+    records_.resize(at + 8 + static_cast<size_t>((columns_ + 7) / 8 * 8), 0);
+    StoreLe32(&records_[at], background);
+    for (int column = 0; column < columns_; ++column) {
+      if (!mask[static_cast<size_t>(column)]) continue;
+      cells_.emplace_back(column, row);
+      ++records_[at + 4];
+      records_[at + 8 + static_cast<size_t>(column / 8)] |= static_cast<uint8_t>(128 >> column % 8);
+    }
+  }
+
+  ZAV_GFXDEF picture_;
+  int size_;
+  int columns_;
+  Bytes records_;
+  std::vector<std::pair<int, int>> cells_;
+};
+
+/// Blocks of few colours, some of them transparent ones, so that backgrounds take turns.
+Picture Blocks(int32_t format, int32_t width, int32_t height, int32_t block, uint64_t seed) {
+  Picture picture = NoisePicture(format, width, height, format == ZAV_FMT_PAL8 ? width + 3 : 0, 5);
+  Random random(seed);
+  for (size_t i = 0; i < picture.palette.size(); ++i) {  // many entries are equal
+    picture.palette[i] = static_cast<uint8_t>(i / 4 % 7 == 3 && i % 4 == 3 ? 0 : i / 4 % 5 * 50);
+  }
+  if (format == ZAV_FMT_PAL8) picture.palette.back() = 1;  // entries of zero at the end are lost
+  const uint32_t colors = 1 + random.Below(4);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      Random choice(seed + static_cast<uint64_t>(x / block) * 7919 +
+                    static_cast<uint64_t>(y / block));
+      const uint32_t color = choice.Below(colors + 2);
+      uint8_t* pixel = picture.Row(y) + x * picture.definition.bytes_per_pixel;
+      if (color > colors) continue;
+      if (format == ZAV_FMT_PAL8) {
+        *pixel = static_cast<uint8_t>(color * 5 + random.Below(20) * 25 % 250);
+      } else if (color == 0) {
+        pixel[3] = 0;  // whatever the colour
+      } else {
+        StoreLe32(pixel, 0x01000000 * color + 77);
+      }
+      if (random.Below(300) == 0) *pixel ^= 1;
+    }
+  }
+  return picture;
+}
+
+Bytes WriteSquiz(ZAV_LAYER layer, const ZAV_GFXDEF& picture, int size, bool* written = nullptr) {
+  const TemporaryFile file;
+  ZAV_STREAM stream;
+  stream.OpenWrite(file.path());
+  const bool result = WriteSquizImage(stream, "it", &layer, &picture, size);
+  if (written != nullptr) *written = result;
+  EXPECT_EQ(stream.failed(), !result);
+  stream.Close();
+  return file.Read();
+}
+
+TEST(Squiz, RecordsAreThoseOfHand) {
+  int written_ones = 0;
+  Random random(1);
+  for (uint64_t seed = 1; seed < 400; ++seed) {
+    const int size = std::array{8, 8, 1, 3, 16, 255}[seed % 6];
+    const int32_t width = 1 + static_cast<int32_t>(random.Below(seed % 7 == 0 ? 500 : 90));
+    const int32_t height = 1 + static_cast<int32_t>(random.Below(40));
+    const bool palettized = seed % 2 == 0;
+    const Picture picture =
+        Blocks(palettized ? ZAV_FMT_PAL8 : ZAV_FMT_BGRA32, width, height, size, seed);
+    const PlainSquiz plain(picture.definition, size);
+    SCOPED_TRACE(testing::Message() << width << " x " << height << " in " << size);
+    bool written = false;
+    const ZAV_LAYER layer = palettized ? kPal8 : kTrue32;
+    Bytes file = WriteSquiz(layer, picture.definition, size, &written);
+    ASSERT_EQ(written, plain.stored() != 0);
+    if (!written) continue;
+    ++written_ones;
+    Bytes expected(4 + 46, 0);
+    std::copy_n("ZAV\0\4", 5, expected.begin());
+    StoreLe32(&expected[5], static_cast<uint32_t>(file.size()) - 4);
+    std::copy_n("it", 2, &expected[9]);
+    StoreLe32(&expected[41], static_cast<uint32_t>(width));
+    StoreLe32(&expected[45], static_cast<uint32_t>(height));
+    expected[49] = static_cast<uint8_t>(size);
+    expected.insert(expected.end(), plain.records().begin(), plain.records().end());
+    const int strip_width = plain.stored() * size;
+    const int pitch = palettized ? (strip_width + 3) / 4 * 4 : strip_width * 4;
+    Bytes strip = plain.Strip(pitch);
+    const ZAV_GFXDEF definition{strip.data(),
+                                picture.definition.palette,
+                                strip_width,
+                                size,
+                                0,
+                                picture.definition.format,
+                                pitch,
+                                0,
+                                0,
+                                0,
+                                0};
+    const Bytes one = WriteOne(layer, definition);
+    expected.insert(expected.end(), one.begin() + 41, one.end());
+    ASSERT_TRUE(file == expected);
+    Image image;
+    ASSERT_TRUE(ReadOne(image, file));
+    ASSERT_TRUE(plain.Matches(image.source));
+    // The masks decide: neither counts nor bits behind the last block matter.
+    const size_t row = 8 + static_cast<size_t>((width + size - 1) / size + 7) / 8 * 8;
+    for (size_t at = 50; at < 50 + plain.records().size(); at += row) {
+      file[at + 4] ^= 0xFF;
+      file[at + row - 1] |= (width + size - 1) / size % 64 == 0 ? 0 : 1;
+    }
+    Image again;
+    ASSERT_TRUE(ReadOne(again, file));
+    ASSERT_TRUE(SamePicture(image.source, again.source));
+  }
+  EXPECT_GT(written_ones, 300);
+}
+
+TEST(Squiz, BackgroundsTakeOver) {
+  // Digits are uniform blocks of a colour, 0 transparent, a dot is a block of two colours.
+  const std::pair<const char*, std::pair<uint32_t, const char*>> rows[] = {
+      {"1121", {1, "0010"}},    {"....", {0, "1111"}},     {"0010", {0, "0010"}},
+      {"01", {1, "10"}},      {"1221", {2, "1001"}},     {"12322", {2, "10100"}},
+      {"1232", {1, "0111"}},    {"122.33", {2, "100111"}}, {"12233", {2, "10011"}},
+      {"122333", {3, "111000"}}};
+  for (const auto& [blocks, expected] : rows) {
+    const int count = static_cast<int>(std::strlen(blocks));
+    Picture picture = NoisePicture(ZAV_FMT_BGRA32, count * 8, 8, 0, 1);
+    for (int i = 0; i < count * 64; ++i) {
+      const int x = i % (count * 8), y = i / (count * 8);
+      if (blocks[x / 8] == '.') continue;
+      const uint32_t color = static_cast<uint32_t>(blocks[x / 8] - '0');
+      StoreLe32(picture.Row(y) + x * 4, color == 0 ? 0x00ABCDEF : 0xFF000000 + color);
+    }
+    const Bytes file = WriteSquiz(kTrue32, picture.definition, 8);
+    const uint32_t background = expected.first == 0 ? 0 : 0xFF000000 + expected.first;
+    EXPECT_EQ(LoadLe32(&file[50]), background) << blocks;
+    std::string mask;
+    for (int i = 0; i < count; ++i) mask += (file[58] & 0x80 >> i) != 0 ? '1' : '0';
+    EXPECT_EQ(mask, expected.second) << blocks;
+    EXPECT_EQ(file[54], std::count(mask.begin(), mask.end(), '1')) << blocks;
+  }
+}
+
+TEST(Squiz, NothingButBackgroundFailsTheStream) {
+  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 1, 30, 0, 1);
+  Picture flat = NoisePicture(ZAV_FMT_PAL8, 30, 30, 0, 1);
+  std::fill(flat.pixels.begin(), flat.pixels.end(), uint8_t{9});
+  for (const ZAV_LAYER& layer : {kTrue32, kPal8, Layer(33, {2, 8, 8, 8, 8}), Layer(34)}) {
+    bool written = true;
+    WriteSquiz(layer, picture.definition, 1, &written);
+    EXPECT_FALSE(written);
+    WriteSquiz(layer, flat.definition, 8, &written);
+    EXPECT_FALSE(written);
+  }
+}
+
+TEST(Squiz, RefusesWhatTheStripCannotServe) {
+  const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 64, 24, 8, 2);
+  const Bytes good = WriteSquiz(kTrue32, picture.definition, 8);
+  const auto reads = [&](size_t at, uint32_t value, bool takes_memory = true) {
+    Bytes file = good;
+    StoreLe32(&file[at], value);
+    Image image;
+    const FailingHeap heap(takes_memory ? 99 : 0);
+    const bool read = ReadOne(image, file);
+    EXPECT_EQ(heap.refused(), 0);
+    return read;
+  };
+  const uint32_t mask = LoadLe32(&good[58]);
+  ASSERT_NE(mask & 0xFF, 0xFFu);
+  EXPECT_TRUE(reads(58, mask & (mask - 1)));
+  EXPECT_FALSE(reads(58, mask | 0xFF, false));                   // more cells than there are
+  EXPECT_FALSE(reads(49, LoadLe32(&good[49]) & ~0xFFu, false));  // blocks of no size
+  EXPECT_FALSE(reads(49, LoadLe32(&good[49]) + 1, false));       // higher than the strip
+  EXPECT_FALSE(reads(41, 0, false));
+  EXPECT_FALSE(reads(45, 0, false));
+  for (const uint32_t side : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+    EXPECT_FALSE(reads(41, side, false));  // row records that are not there
+    EXPECT_FALSE(reads(45, side, false));
+  }
+}
+
+TEST(Squiz, StripsOfOtherFormats) {
+  const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 70, 30, 8, 2);
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    SCOPED_TRACE(int{layer.kind});
+    const Bytes file = WriteSquiz(layer, picture.definition, 8);
+    Image image;
+    ASSERT_TRUE(ReadOne(image, file));
+    const bool palettized = layer.kind == ZAV_LAYER_PAL8 || layer.kind == ZAV_LAYER_PACKEDPAL8;
+    EXPECT_EQ(image.source.format, palettized ? ZAV_FMT_PAL8 : ZAV_FMT_BGRA32);
+    // The first row of blocks, and the strip, which begins with its stored ones.
+    Bytes strip_only(file.begin(), file.begin() + 4);
+    const size_t records = 4 * (8 + 16);
+    strip_only.resize(4 + 37, 0);
+    strip_only[4] = ZAV_REC_IMAGE;
+    strip_only.insert(strip_only.end(), file.begin() + 50 + records, file.end());
+    Image strip;
+    strip.dest.format = image.source.format;
+    ASSERT_TRUE(ReadOne(strip, strip_only));
+    const int bytes = image.source.bytes_per_pixel;
+    int cell = 0;
+    for (int column = 0; column < 9; ++column) {
+      const bool stored = (file[58 + static_cast<size_t>(column / 8)] & 0x80 >> column % 8) != 0;
+      for (int i = 0; i < 8 * (column < 8 ? 8 : 6); ++i) {
+        const int x = i / 8, y = i % 8;
+        const uint8_t* read =
+            image.source.pixels + y * image.source.pitch + (column * 8 + x) * bytes;
+        if (stored) {
+          const uint8_t* cut = strip.dest.pixels + y * strip.dest.pitch + (cell * 8 + x) * bytes;
+          ASSERT_TRUE(std::equal(read, read + bytes, cut));
+        } else if (palettized) {
+          // The background was not quantized: the nearest colour stands for it.
+          const auto distance = [&](int index) {
+            int sum = 0;
+            for (int k = 0; k < 4; ++k) {
+              const int d = image.source.palette[4 * index + k] - file[50 + static_cast<size_t>(k)];
+              sum += d * d;
+            }
+            return sum;
+          };
+          for (int other = 0; other < 256; ++other) {
+            ASSERT_GE(distance(other) + (other < *read ? 0 : 1), distance(*read) + 1) << other;
+          }
+        } else {
+          ASSERT_EQ(LoadLe32(read), LoadLe32(&file[50]));
+        }
+      }
+      cell += stored;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zav::test

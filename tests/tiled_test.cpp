@@ -1,0 +1,272 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "base/endian.h"
+#include "kinds/tile_layout.h"
+#include "support/container_files.h"
+#include "support/failing_heap.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+struct Piece {
+  int tile, tile_x, tile_y, x, y, width, height;
+  bool operator==(const Piece&) const = default;
+};
+
+struct Layout {
+  std::vector<Piece> pieces;
+  std::vector<std::pair<int, int>> sizes;
+};
+
+/// The layout as one would do it by hand: band after band, each put below the last one as long as
+/// it fits. Pictures that are higher than wide are turned over before and after.
+Layout LayOut(int width, int height, int size) {
+  Layout layout;
+  const bool tall = width < height;
+  if (tall) std::swap(width, height);
+  int tile = -1, y = 0;
+  for (int band = 0; band < width; band += size) {
+    const int band_width = std::min(size, width - band);
+    for (int part = 0; part < height; part += size) {
+      const bool fits = tile >= 0 && height <= size && y + 2 * height <= size;
+      y = fits ? y + height : 0;
+      if (!fits) ++tile;
+      layout.pieces.push_back({tile, 0, y, band, part, band_width, std::min(size, height - part)});
+    }
+  }
+  for (Piece& piece : layout.pieces) {
+    if (tall) {
+      piece = {piece.tile, piece.tile_y, piece.tile_x, piece.y, piece.x, piece.height, piece.width};
+    }
+    layout.sizes.resize(static_cast<size_t>(piece.tile) + 1, {1, 1});
+    auto& [tile_width, tile_height] = layout.sizes.back();
+    while (tile_width < piece.tile_x + piece.width) tile_width *= 2;
+    while (tile_height < piece.tile_y + piece.height) tile_height *= 2;
+  }
+  return layout;
+}
+
+TEST(Tiled, LayoutIsThatOfHand) {
+  std::vector<int> sides = {255, 256, 257, 512, 513, 1024, 1025, 1100};
+  for (int side = 1; side < 1100; side += side < 20 ? 1 : side < 300 ? 13 : 61) {
+    sides.push_back(side);
+  }
+  for (const int size : {256, 32, 4, 1}) {
+    for (const int width : sides) {
+      for (const int height : sides) {
+        if (width * height > 400 * size * size) continue;
+        const Layout expected = LayOut(width, height, size);
+        std::vector<Piece> pieces;
+        std::vector<std::pair<int, int>> sizes;
+        TileLayout layout(width, height, size);
+        while (layout.NextTile()) {
+          const int tile = static_cast<int>(sizes.size());
+          sizes.emplace_back(layout.tile_width(), layout.tile_height());
+          for (TilePiece p; layout.NextPiece(p);) {
+            pieces.push_back({tile, p.tile_x, p.tile_y, p.x, p.y, p.width, p.height});
+          }
+        }
+        ASSERT_TRUE(pieces == expected.pieces && sizes == expected.sizes)
+            << width << " x " << height << " in " << size;
+        // What the header of a record says.
+        const int across = std::min(width, height), along = std::max(width, height);
+        const int step = size * std::max(size / across, 1);
+        ASSERT_EQ(layout.tile_count(), (along + step - 1) / step * ((across + size - 1) / size));
+      }
+    }
+  }
+}
+
+TEST(Tiled, TilesHaveTheseSizes) {
+  using Sizes = std::vector<std::pair<int, int>>;
+  const std::pair<std::pair<int, int>, Sizes> rows[] = {
+      {{64, 1024}, {{256, 256}}},
+      {{300, 200}, {{256, 256}, {64, 256}}},
+      {{600, 100}, {{256, 256}, {128, 128}}},
+      {{257, 257}, {{256, 256}, {256, 1}, {1, 256}, {1, 1}}},
+      {{10, 10}, {{16, 16}}},
+      {{1, 1}, {{1, 1}}},
+      {{3, 5000}, {{64, 256}}}};
+  for (const auto& [picture, expected] : rows) {
+    const Picture made = SpritePicture(ZAV_FMT_PAL8, picture.first, picture.second, 8, 1);
+    const Bytes file = WriteOne(Layer(ZAV_LAYER_PAL8), made.definition, nullptr, ZAV_REC_TILED);
+    void* stream = ZAV_OPEN_READ(file.data(), static_cast<int>(file.size()));
+    ZAV_LAYER header = Layer(ZAV_REC_TILED);
+    ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+    EXPECT_EQ(LoadLe32(header.size), file.size() - 4);
+    EXPECT_EQ(LoadLe32(header.fields + 32), static_cast<uint32_t>(picture.first));
+    EXPECT_EQ(LoadLe32(header.fields + 36), static_cast<uint32_t>(picture.second));
+    EXPECT_EQ(LoadLe16(header.fields + 40), 8);
+    EXPECT_EQ(LoadLe16(header.fields + 42), expected.size());
+    for (const auto& [width, height] : expected) {
+      ZAV_GFXDEF definition;
+      ASSERT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, &definition), 0);
+      EXPECT_EQ(definition.width, width);
+      EXPECT_EQ(definition.height, height);
+      EXPECT_EQ(definition.pitch, (width + 7) / 8 * 8);
+      ASSERT_EQ(ZAV_SKIP_LAYER(stream), 0);
+    }
+    int kind = 0;
+    EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), 0);
+    EXPECT_EQ(kind, ZAV_KIND_END);
+    ZAV_CLOSE(stream);
+  }
+}
+
+uint32_t PixelAt(const ZAV_GFXDEF& picture, int x, int y) {
+  return LoadLe32(picture.pixels + int64_t{y} * picture.pitch + x * 4);
+}
+
+// Whatever a layer does to the pixels: the picture is what its tiles are, put together by hand.
+TEST(Tiled, ThePictureIsWhatTheTilesAre) {
+  const int sizes[][2] = {{600, 100}, {100, 600}, {257, 270}};
+  int differing = 0;
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    for (const int32_t format : {ZAV_FMT_PAL8, ZAV_FMT_BGRA32, ZAV_FMT_RGB24}) {
+      for (const auto& size : sizes) {
+        SCOPED_TRACE(testing::Message() << "layer " << int{layer.kind} << " of " << format);
+        const Picture picture = format == ZAV_FMT_BGRA32
+                                    ? AsymmetricPicture(size[0], size[1])
+                                    : NoisePicture(format, size[0], size[1], 0, 1);
+        const Bytes file = WriteOne(layer, picture.definition, nullptr, ZAV_REC_TILED);
+        Image whole, raw;
+        whole.dest.format = ZAV_FMT_BGRA32;
+        ASSERT_TRUE(ReadOne(whole, file));
+        ASSERT_TRUE(ReadOne(raw, file));
+        void* stream = ZAV_OPEN_READ(file.data(), static_cast<int>(file.size()));
+        ZAV_LAYER header = Layer(ZAV_REC_TILED);
+        ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+        Image tile;
+        int in_hand = -1;
+        Bytes palette;
+        int palettes = 0;
+        for (const Piece& piece : LayOut(size[0], size[1], 256).pieces) {
+          if (piece.tile != in_hand) {
+            ZAV_FREE(&tile);
+            ZAV_INIT(&tile);
+            tile.dest.format = ZAV_FMT_BGRA32;
+            ASSERT_EQ(ZAV_DECODE_BITMAP(stream, &tile), 0);
+            in_hand = piece.tile;
+            const uint8_t* colors = tile.source.palette;
+            const Bytes its = colors != nullptr ? Bytes(colors, colors + 1024) : Bytes();
+            palettes += !its.empty() && its != palette;
+            palette = its;
+          }
+          for (int i = 0; i < piece.width * piece.height; ++i) {
+            const int x = i % piece.width, y = i / piece.width;
+            ASSERT_EQ(PixelAt(whole.dest, piece.x + x, piece.y + y),
+                      PixelAt(tile.dest, piece.tile_x + x, piece.tile_y + y));
+          }
+        }
+        ZAV_CLOSE(stream);
+        EXPECT_EQ(raw.source.format == ZAV_FMT_PAL8, palettes == 1);
+        EXPECT_TRUE(palettes <= 1 || raw.source.format == ZAV_FMT_BGRA32);
+        differing += palettes > 1;
+      }
+    }
+  }
+  EXPECT_GT(differing, 0);  // tiles that were quantized one by one
+}
+
+TEST(Tiled, BytesThatNoPieceCoversAreZero) {
+  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 5, 3, 24, 1);
+  const Bytes file = WriteOne(Layer(ZAV_LAYER_TRUE32, {2}), picture.definition, nullptr, 1);
+  ASSERT_EQ(file.size(), 4u + 49 + 18 + 8 * 4 * 4);
+  for (size_t i = 0; i < 128; ++i) {
+    const size_t x = i % 32, y = i / 32;
+    EXPECT_EQ(file[71 + i], x < 20 && y < 3 ? picture.pixels[y * 24 + x] : 0) << i;
+  }
+}
+
+/// The layer of a one-coloured picture, as it stands in a file.
+Bytes Tile(const ZAV_LAYER& layer, int32_t format, int32_t width, int32_t height, uint8_t value) {
+  Picture picture = NoisePicture(format, width, height, 0, value);
+  std::fill(picture.pixels.begin(), picture.pixels.end(), value);
+  const Bytes file = WriteOne(layer, picture.definition);
+  return Bytes(file.begin() + 41, file.end());
+}
+
+Bytes Record(uint32_t width, uint32_t height, uint32_t log, const std::vector<Bytes>& tiles) {
+  Bytes file(4 + 49, 0);
+  std::copy_n("ZAV\0\1", 5, file.begin());
+  StoreLe32(&file[41], width);
+  StoreLe32(&file[45], height);
+  StoreLe16(&file[49], log);
+  for (const Bytes& tile : tiles) file.insert(file.end(), tile.begin(), tile.end());
+  return file;
+}
+
+const ZAV_LAYER kPal8 = Layer(ZAV_LAYER_PAL8);
+const ZAV_LAYER kRgba32 = Layer(ZAV_LAYER_TRUE32, {1});
+
+TEST(Tiled, TilesOfDifferentFormatsMakeOnePicture) {
+  const Bytes indexed = Tile(kPal8, ZAV_FMT_PAL8, 1, 1, 3);
+  const Bytes other = Tile(kPal8, ZAV_FMT_PAL8, 1, 1, 4);  // with another palette
+  const Bytes bgr = Tile(Layer(ZAV_LAYER_TRUE24, {2}), ZAV_FMT_BGR24, 1, 1, 0x55);
+  const Bytes rgba = Tile(kRgba32, ZAV_FMT_RGBA32, 2, 3, 0x66);  // larger than need be
+  const Bytes hicolor = Tile(Layer(ZAV_LAYER_HICOLOR, {3}), ZAV_FMT_ARGB4444, 1, 1, 0x77);
+  const std::pair<std::vector<Bytes>, int32_t> rows[] = {
+      {{indexed, indexed, indexed}, ZAV_FMT_PAL8}, {{indexed, indexed, other}, ZAV_FMT_BGRA32},
+      {{indexed, rgba, indexed}, ZAV_FMT_BGRA32},  {{bgr, indexed, rgba}, ZAV_FMT_BGR24},
+      {{rgba, hicolor, bgr}, ZAV_FMT_RGBA32},      {{hicolor, rgba, hicolor}, ZAV_FMT_ARGB4444},
+      {{indexed, hicolor, other}, ZAV_FMT_BGRA32}};
+  for (const auto& [tiles, format] : rows) {
+    Image image;
+    image.dest.format = ZAV_FMT_BGRA32;
+    EXPECT_TRUE(ReadOne(image, Record(3, 1, 0, tiles))) << format;
+    Image whole;
+    ASSERT_TRUE(ReadOne(whole, Record(3, 1, 0, tiles)));
+    EXPECT_EQ(whole.source.format, format);
+    for (int x = 0; x < 3; ++x) {
+      const Bytes& tile = tiles[static_cast<size_t>(x)];
+      Image alone, narrowed;
+      alone.dest.format = format;
+      ASSERT_TRUE(ReadOne(alone, Record(1, 1, 0, {tile})));
+      narrowed.source = alone.dest;
+      narrowed.dest.format = ZAV_FMT_BGRA32;
+      ASSERT_EQ(ZAV_CONVERT_RAW(&narrowed), 1);
+      EXPECT_EQ(PixelAt(image.dest, x, 0), PixelAt(narrowed.dest, 0, 0)) << format << ", " << x;
+    }
+  }
+}
+
+TEST(Tiled, RefusesWhatItsTilesCannotServe) {
+  const Bytes small = Tile(kRgba32, ZAV_FMT_RGBA32, 1, 1, 1);
+  const Bytes wide = Tile(kRgba32, ZAV_FMT_RGBA32, 2, 1, 1);
+  const auto reads = [](const Bytes& file) {
+    Image image;
+    return ReadOne(image, file);
+  };
+  EXPECT_TRUE(reads(Record(2, 1, 8, {wide})));
+  EXPECT_FALSE(reads(Record(2, 1, 9, {wide})));
+  EXPECT_FALSE(reads(Record(2, 1, 0x108, {wide})));
+  EXPECT_FALSE(reads(Record(2, 1, 8, {small})));
+  EXPECT_FALSE(reads(Record(1, 2, 8, {wide})));
+  EXPECT_FALSE(reads(Record(2, 1, 0, {small})));
+  EXPECT_FALSE(reads(Record(0, 1, 8, {wide})));
+  EXPECT_FALSE(reads(Record(2, 0, 8, {wide})));
+  EXPECT_FALSE(reads(Record(1, 1, 8, {})));
+}
+
+// No memory for a picture of which there cannot be all tiles.
+TEST(Tiled, HostileSizesTakeNoMemory) {
+  const Bytes tile = Tile(kRgba32, ZAV_FMT_RGBA32, 256, 1, 1);
+  const uint32_t sizes[][2] = {{0x1FFFFFFF, 1},     {23000, 23000},  {0x80000000, 1},
+                               {1, 0xFFFFFFFF},     {65536, 65536},  {0x7FFFFFFF, 0x7FFFFFFF},
+                               {0x7FFFFFFF / 4, 1}, {256 * 200, 129}};
+  for (const auto& size : sizes) {
+    const Bytes file = Record(size[0], size[1], 8, {tile});
+    Image image;
+    const FailingHeap heap(0);
+    EXPECT_FALSE(ReadOne(image, file));
+    EXPECT_EQ(heap.refused(), 0) << size[0] << " x " << size[1];
+  }
+}
+
+}  // namespace
+}  // namespace zav::test
