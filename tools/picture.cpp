@@ -57,6 +57,14 @@ Image::Image() {
   if (image_.converter == nullptr) throw std::bad_alloc();
 }
 
+Picture TakeSource(Image& image) {
+  // Only a destination can be detached. Asking for the format that the source has hands its buffer
+  // over without copying, where the source has one of its own.
+  image->dest.format = image->source.format;
+  if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
+  return TakeDestination(image);
+}
+
 Picture Decode(const std::string& subject, const std::string& name,
                std::vector<unsigned char>& bytes) {
   Image image;
@@ -64,11 +72,7 @@ Picture Decode(const std::string& subject, const std::string& name,
   if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
     throw Error(ErrorKind::kBadFile, subject, "cannot be read: the library refuses its contents");
   }
-  // Only a destination can be detached. Asking for the format that the source has hands its buffer
-  // over without copying.
-  image->dest.format = image->source.format;
-  if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
-  return TakeDestination(image);
+  return TakeSource(image);
 }
 
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {

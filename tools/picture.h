@@ -53,6 +53,9 @@ struct Wanted {
   bool bilinear = false;
 };
 
+/// The picture in the image's source, with buffers of its own.
+Picture TakeSource(Image& image);
+
 /// All of these throw an Error about `subject` when the library answers 0.
 
 /// Reads the bytes of a picture file; `name` chooses the reader.
