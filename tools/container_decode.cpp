@@ -35,13 +35,6 @@ Problem Undecodable(const Record& record) {
                                      FindRecordKind(record.kind())->name)};
 }
 
-/// The library has no size for blocks of premultiplied colours, though they lie as the others do.
-void NameBlocks(ZAV_GFXDEF& definition, int32_t from, int32_t to) {
-  if (definition.format != from) return;
-  definition.format = to;
-  definition.pitch = definition.width * definition.height;
-}
-
 Picture DecodeLayer(const std::string& subject, ByteSpan file, const Record& layer) {
   const std::vector<unsigned char> bytes = Alone(file, layer);
   const std::unique_ptr<void, CloseStream> stream(
@@ -50,16 +43,12 @@ Picture DecodeLayer(const std::string& subject, ByteSpan file, const Record& lay
   if (stream == nullptr || ZAV_DECODE_BITMAP(stream.get(), image.get()) != 0) {
     throw AsError(subject, Undecodable(layer));
   }
-  const int32_t format = image->source.format;
-  NameBlocks(image->source, ZAV_FMT_DXT2, ZAV_FMT_DXT3);
-  NameBlocks(image->source, ZAV_FMT_DXT4, ZAV_FMT_DXT5);
   Picture picture = TakeSource(image);
-  picture.definition.format = format;
 
   // Blocks give the padded size.
   ZAV_GFXDEF& definition = picture.definition;
   if ((definition.width != layer.width || definition.height != layer.height) &&
-      !IsCopyOnly(format)) {
+      !IsCopyOnly(definition.format)) {
     Picture pixels = Convert(subject, picture, ZAV_FMT_BGRA32);
     pixels.definition.width = layer.width;
     pixels.definition.height = layer.height;

@@ -99,25 +99,11 @@ std::vector<Task> Plan(const Options& options, const Walk& walk) {
   return tasks;
 }
 
-/// Whether any pixel is not opaque.
-bool ShowsAlpha(const std::string& subject, const Picture& picture) {
-  if (!HasAlpha(picture.definition)) return false;
-  const Picture pixels = Convert(subject, picture, ZAV_FMT_BGRA32);
-  const ZAV_GFXDEF& definition = pixels.definition;
-  for (int64_t y = 0; y < definition.height; ++y) {
-    const unsigned char* alpha = definition.pixels + y * definition.pitch + 3;
-    for (int32_t x = 0; x < definition.width; ++x, alpha += 4) {
-      if (*alpha != 0xFF) return true;
-    }
-  }
-  return false;
-}
-
 void Extract(const Options& options, ByteSpan file, const Task& task) {
   Picture picture = DecodeRecord(options.file, file, *task.record);
   const FileType& type = TypeOf(task.path);
-  int32_t format = DefaultFormat(type, picture.definition);
-  if (format == ZAV_FMT_BGRA32 && options.type == "tga" && !ShowsAlpha(options.file, picture)) {
+  int32_t format = DefaultFormat(type, picture);
+  if (format == ZAV_FMT_BGRA32 && options.type == "tga" && !ShowsAlpha(picture)) {
     format = ZAV_FMT_BGR24;
   }
   if (format != picture.definition.format) picture = Convert(options.file, picture, format);

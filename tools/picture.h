@@ -66,6 +66,9 @@ Picture Decode(const std::string& subject, const std::string& name,
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted);
 Picture Convert(const std::string& subject, const Picture& source, int32_t format);
 
+/// Whether a pixel of the picture is not opaque. False where that cannot be known.
+bool ShowsAlpha(const Picture& picture);
+
 /// The next mip level, in the same format.
 Picture MipLevel(const std::string& subject, const Picture& source);
 
