@@ -95,6 +95,12 @@ class Walker {
                                    record.kind(), end - at, record.size,
                                    parent == nullptr ? "" : " in its image"));
     }
+    const RecordKind* kind = FindRecordKind(record.kind());
+    if (kind != nullptr && record.size < kind->header) {
+      return Blame(record.offset,
+                   fmt::format("the {} record of {} bytes is shorter than its header", kind->name,
+                               record.size));
+    }
     return true;
   }
 
@@ -103,10 +109,6 @@ class Walker {
     const RecordKind* kind = FindRecordKind(record.kind());
     if (kind == nullptr) {
       return Blame(record.offset, fmt::format("there are no records of kind {}", record.kind()));
-    }
-    if (record.size < kind->header) {
-      return Blame(record.offset, fmt::format("a {} record of {} bytes is shorter than its header",
-                                              kind->name, record.size));
     }
     if (parent != nullptr && IsImageRecord(record.kind())) {
       return Blame(record.offset, "an image record stands inside another one");
@@ -121,7 +123,7 @@ class Walker {
     const int64_t height = SignedLong(At(record.offset + kind->extent + 4));
     if (width < 1 || height < 1 || width * height > kMaxBytes) {
       return Blame(record.offset,
-                   fmt::format("a {} record has the sides {} x {}", kind->name, width, height));
+                   fmt::format("the {} record has the sides {} x {}", kind->name, width, height));
     }
     record.width = static_cast<int32_t>(width);
     record.height = static_cast<int32_t>(height);
@@ -145,7 +147,7 @@ class Walker {
       if (logarithm > 8) Blame(image.offset, fmt::format("tiles have sides of 2^{}", logarithm));
     }
     if (count != announced) {
-      Blame(image.offset, fmt::format("a {} record holds {} layers instead of {}",
+      Blame(image.offset, fmt::format("the {} record holds {} layers instead of {}",
                                       FindRecordKind(image.kind())->name, count, announced));
       return;
     }
@@ -202,13 +204,13 @@ class Walker {
       const int64_t row = int64_t{layer.width} * FormatOf(StoredFormat(layer.header)).bits / 8;
       bytes = pitch * layer.height;
       if (pitch < row || bytes > kMaxBytes) {
-        Blame(layer.offset, fmt::format("a {} layer of {} x {} has a pitch of {}", kind.name,
+        Blame(layer.offset, fmt::format("the {} layer of {} x {} has a pitch of {}", kind.name,
                                         layer.width, layer.height, pitch));
         return;
       }
     }
     if (!SkipData(layer, bytes, at, end) || at == end) return;
-    Blame(layer.offset, fmt::format("a {} layer is {} bytes long and gives its size as {}",
+    Blame(layer.offset, fmt::format("the {} layer is {} bytes long and gives its size as {}",
                                     kind.name, at - layer.offset, layer.size));
   }
 
