@@ -94,13 +94,17 @@ ZAV_LAYER DefaultLayer(int kind) {
   return layer;
 }
 
+/// In words; empty for kinds without variants.
 std::string VariantsOf(int kind) {
   std::string known;
+  const auto add = [&](std::string_view word) {
+    known += fmt::format("{}{}", known.empty() ? "" : ", ", word);
+  };
   for (const Variant& variant : kVariants) {
-    if (Has(variant, kind)) known += fmt::format(" {}", variant.word);
+    if (Has(variant, kind)) add(variant.word);
   }
-  if (KeepsBits(kind)) known += " and bits kept of R, G, B, A such as 5650";
-  return known.empty() ? " none" : known;
+  if (KeepsBits(kind)) add("bits kept of R G B A such as 5650");
+  return known;
 }
 
 /// Kinds that --layer takes.
@@ -143,9 +147,10 @@ ZAV_LAYER ParseLayer(const std::string& text) {
     } else if (KeepsBits(record.kind) && IsBits(word)) {
       bits = word;
     } else {
+      const std::string variants = VariantsOf(record.kind);
       throw Error(ErrorKind::kUsage, "",
-                  fmt::format("a {} layer has no variant '{}'; it has{}", record.name, word,
-                              VariantsOf(record.kind)));
+                  fmt::format("a {} layer has no variant '{}'; it has {}", record.name, word,
+                              variants.empty() ? "none" : variants));
     }
   }
   if (KeepsBits(record.kind)) {
@@ -201,7 +206,7 @@ std::string LayerHelp() {
   std::string text = "Layers and their variants\n";
   for (const RecordKind& record : kRecordKinds) {
     if (IsWritable(record)) {
-      text += fmt::format("  {:<11}{}\n", record.name, VariantsOf(record.kind));
+      text += fmt::format("  {:<11} {}\n", record.name, VariantsOf(record.kind));
     }
   }
   return text;
