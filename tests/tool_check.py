@@ -80,6 +80,12 @@ def opaque(rows, mask=255):
     return [[(r & mask, g & mask, b & mask, 255) for r, g, b, _ in row] for row in rows]
 
 
+def kept(value, bits):
+    """The top bits of a byte as they come back: low bits are ones below a top bit that is set."""
+    value = value >> 8 - bits << 8 - bits
+    return value | 255 >> bits if value & 128 else value
+
+
 class Tool(unittest.TestCase):
     def setUp(self):
         folder = tempfile.TemporaryDirectory()
@@ -279,6 +285,201 @@ class Tool(unittest.TestCase):
             return (*(sum(p[c] * p[3] for p in four) // alpha for c in range(3)), alpha // 4)
         self.assertEqual(read_tga(self.read("out.tga")),
                          [[average(x, y) for x in range(4)] for y in range(3)])
+
+    def pictures(self, *arguments):
+        """What `extract` writes of c.zav, in its order."""
+        names = self.expect(0, "", "extract", "c.zav", "-o", "out", *arguments).splitlines()
+        return [read_tga(self.read(name)) for name in names]
+
+    def test_containers_keep_pixels(self):
+        def cut(rows, *bits):
+            return [[(*(kept(v, n) for v, n in zip(pixel, bits)), 255) for pixel in row]
+                    for row in rows]
+
+        def high(rows, mask, green, bits):
+            return [[(r & mask, g & green, b & mask, kept(a, bits)) for r, g, b, a in row]
+                    for row in rows]
+        layers = {"packed32": list, "packed32:interleaved:rgba": list, "true32:rgba": list,
+                  "true32": list, "true24:rgb": opaque, "true24": opaque, "pal8": opaque,
+                  "packedpal8": opaque, "hicolor:4444": lambda rows: high(rows, 240, 240, 4),
+                  "hicolor:1555": lambda rows: high(rows, 248, 248, 1),
+                  "hicolor": lambda rows: opaque(high(rows, 248, 252, 8)),
+                  "packed32:5650": lambda rows: cut(rows, 5, 6, 5),
+                  "packed32:rgba:1830:interleaved": lambda rows: cut(rows, 1, 8, 3)}
+        options = [word for layer in layers for word in ("--layer", layer)]
+        for width, height in ((1, 1), (5, 7), (67, 9), (300, 250)):  # the last takes many chunks
+            rows = noise(width, height)
+            self.write("in.tga", tga(rows))
+            self.expect(0, "", "pack", "c.zav", *["in.tga"] * len(layers), *options)
+            self.assertRegex(self.expect(0, "", "verify", "c.zav"), "^sound: 13 ")
+            for layer, picture in zip(layers, self.pictures()):
+                self.assertEqual(picture, layers[layer](rows), (layer, width))
+            # The list, against the bytes.
+            data, at = self.read("c.zav"), 4
+            told = json.loads(self.expect(0, "", "list", "--json", "c.zav"))
+            self.assertEqual((told["bytes"], told["problems"]), (len(data), []))
+            for image, layer in zip(told["records"], layers):
+                kind, size, name = struct.unpack_from("<BI32s", data, at)
+                self.assertEqual((image["offset"], image["code"], image["bytes"]), (at, kind, size))
+                self.assertEqual((image["name"], name.strip(b"\0")), ("in", b"in"))
+                inner, = image["layers"]
+                kind, size = struct.unpack_from("<BI", data, at + 37)
+                self.assertEqual((inner["offset"], inner["code"], inner["bytes"]), (at + 37, kind, size))
+                self.assertEqual((inner["width"], inner["height"]), (width, height))
+                self.assertEqual(set(layer.split(":")) - set(inner["layer"].split(":")), set())
+                at += 37 + size
+            self.assertEqual(at, len(data))
+        self.expect(0, "", "convert", "in.tga", "p.bmp", "--format", "pal8")
+        self.expect(0, "", "pack", "c.zav", "in.tga", "p.bmp")  # the default loses nothing
+        self.assertEqual(self.pictures(), [rows, opaque(rows)])
+        self.assertEqual(self.read("out/p.tga")[16], 8)
+
+    def test_other_kinds_of_images(self):
+        rows = [[(r, g, b, 255) for r, g, b, _ in row] for row in noise(64, 32)]
+        self.write("in.tga", tga(rows))
+        if zav("pack", "c.zav", "in.tga", "--kind", "tiled").returncode == 5:
+            self.skipTest("the library has plain images only")
+        for kind in ("tiled", "squiz", "mipmap"):
+            for layer in ("packed32", "packedpal8", "true24"):
+                self.expect(0, "", "pack", "c.zav", "in.tga", "--kind", kind, "--layer", layer)
+                self.expect(0, "", "verify", "c.zav")
+                self.assertEqual(self.pictures(), [rows], (kind, layer))
+        self.assertEqual([len(level[0]) for level in self.pictures("--levels")], [64, 32, 16, 8, 4, 2, 1])
+        self.expect(0, "", "pack", "c.zav", "in.tga", "--kind", "mipmap", "--levels", "2")
+        self.assertRegex(self.expect(0, "", "list", "c.zav"), "mipmap \"in\" +2 levels\n")
+
+    def test_foreign_names(self):
+        names = ["../../x", "..", "", "a", "a", "A", "a-2", "\x1b[2Jz", "n" * 32, "\u00e9"]
+        self.write("in.tga", tga(noise(2, 2)))
+        options = [word for name in names for word in ("--name", name)]
+        self.expect(0, "", "pack", "c.zav", *["in.tga"] * len(names), *options)
+        said = self.expect(0, "", "extract", "c.zav", "-o", "deep/out")
+        files = ["_._.._x", "_.", "image", "a", "a-2", "A-3", "a-2-2", "_[2Jz",
+                 "n" * 32, "\u00e9"]
+        self.assertEqual(said.splitlines(), [f"deep/out/{file}.tga" for file in files])
+        self.assertEqual(sorted(os.listdir("deep/out")), sorted(f"{file}.tga" for file in files))
+        self.assertEqual(sorted(os.listdir()), ["c.zav", "deep", "in.tga"])
+        self.assertNotIn("\x1b", self.expect(0, "", "list", "c.zav"))
+        self.assertEqual([r["name"] for r in json.loads(zav("list", "--json", "c.zav").stdout)["records"]],
+                         names)
+        self.assertEqual(self.expect(0, "", "extract", "c.zav", "--name", "A"), "./A-3.tga\n")
+        for text, *arguments in (("'b'", "extract", "c.zav", "--name", "b"), ("gif", "extract", "c.zav",
+                                 "--type", "gif"), ("33 bytes", "pack", "d.zav", "in.tga", "--name",
+                                 "n" * 33), ("does not end in .zav", "pack", "in.tga", "in.tga"),
+                                 ("2 --layer for 3", "pack", "d.zav", *["in.tga"] * 3, "--layer", "pal8",
+                                  "--layer", "pal8"), ("no layer 'png'.*packed32", "pack", "d.zav",
+                                 "in.tga", "--layer", "png"), ("no variant '9650'", "pack", "d.zav",
+                                 "in.tga", "--layer", "packed32:9650")):
+            self.expect(1, text, *arguments)
+
+    def test_bad_containers(self):
+        self.write("in.tga", tga(noise(20, 1) * 16))
+        options = [w for layer in ("packed32", "pal8", "hicolor:565") for w in ("--layer", layer)]
+        self.expect(0, "", "pack", "c.zav", "in.tga", "in.tga", "in.tga", *options)
+        data = self.read("c.zav")
+        ends = [4]
+        while ends[-1] < len(data):
+            ends.append(ends[-1] + struct.unpack_from("<I", data, ends[-1] + 1)[0])
+        for length in sorted({*range(1, len(data), 97), *(e + d for e in ends for d in (-1, 0, 1, 5))}):
+            self.write("cut.zav", data[:length])
+            if length in ends or length > len(data):
+                self.expect(0, "", "verify", "cut.zav")
+                continue
+            begun = max([0] + [end for end in ends if end < length])
+            self.expect(3, f"cut.zav: at offset {begun}: ", "verify", "cut.zav")
+            self.expect(3, f"cut.zav: at offset {begun}: ", "list", "--json", "cut.zav")
+        self.write("cut.zav", data[:-1])
+        self.assertEqual(self.expect(3, f"offset {ends[2]}: .*cut off", "extract", "cut.zav"),
+                         "./in.tga\n./in-2.tga\n")
+        layer = [end + 37 for end in ends]
+        for at, value, where, text in (
+                (0, b"PNG", 0, "is not a container"), (4, b"\x02", 4, "no records of kind 2"),
+                (5, b"\4\0\0\0", 4, "its size as 4"), (5, b"\xff" * 4, 4, "its size as -1"),
+                (5, b"\x20\0\0\0", 4, "shorter than its header"), (layer[0], b"\3", layer[0], "inside"),
+                (layer[0] + 10, bytes(4), layer[0], "sides 0 x 16"),
+                (layer[0] + 22, b"\xff" * 4, layer[0] + 22, "length as -1"),
+                (layer[0] + 26, b"\x41", layer[0] + 22, "announces"),
+                (layer[0] + 30, b"\xff" * 16, layer[0], "cannot decode"),
+                (layer[1] + 14, b"\x13", layer[1], "pitch of 19"),
+                (layer[1] + 10, b"\x11", layer[1] + 18 + data[layer[1] + 5] * 4, "20 bytes are missing"),
+                (layer[2] + 10, b"\x0f", layer[2], "618 bytes long and gives its size as 658"),
+                (layer[2], b"\x22", None, "")):
+            self.write("bad.zav", data[:at] + value + data[at + len(value):])
+            found = ".*" if where is None else str(where)
+            self.expect(3, f"bad.zav: at offset {found}: .*{text}", "verify", "bad.zav")
+        draw = random.Random(4)
+        for _ in range(60):
+            at = draw.choice((draw.randrange(len(data)), draw.choice(ends[:3]) + draw.randrange(64)))
+            self.write("bad.zav", data[:at] + bytes([draw.randrange(256)]) + data[at + 1:])
+            for command in ("verify", "extract"):
+                done = zav(command, "bad.zav")
+                self.assertIn(done.returncode, (0, 3), (at, command, done.stderr))
+                self.assertEqual(done.returncode == 3, b"at offset" in done.stderr)
+
+    def test_full_disks_leave_no_half_containers(self):
+        self.write("in.tga", tga(noise(70, 70)))
+        arguments = ("pack", "c.zav", *["in.tga"] * 3, "--layer", "packed32", "--layer", "true24",
+                     "--layer", "hicolor")
+        self.expect(0, "", *arguments)
+        whole = self.read("c.zav")
+        sizes = [struct.unpack_from("<I", whole, 5)[0] + 4]
+        for limit in sorted({3, *range(40, len(whole), 4999), *sizes, sizes[0] + 20, len(whole) - 1}):
+            self.write("c.zav", b"precious"[:limit])
+            self.expect(2, "c.zav: File too large", *arguments, preexec_fn=lambda: resource.setrlimit(
+                resource.RLIMIT_FSIZE, (limit, limit)))
+            self.assertEqual(self.read("c.zav"), b"precious"[:limit])
+
+    def test_dds(self):
+        rows = noise(7, 3)
+        self.write("in.tga", tga(rows))
+        for name in "rgba32 bgra32 rgb24 bgr24 rgb565 rgb555 argb4444 argb1555 custom16_1".split():
+            masks = ("--masks", "1,f800,7c0,3e") if name == "custom16_1" else ()
+            self.expect(0, "", "convert", "in.tga", "out.dds", "--format", name, *masks)
+            self.expect(0, "", "convert", "out.dds", "back.tga")
+            data = self.read("out.dds")
+            words = struct.unpack("<32I", data[:128])
+            self.assertEqual((data[:4], *words[1:5], words[19], words[27]),
+                             (b"DDS ", 124, 0x100f, 3, 7, 32, 0x1000))
+            size = words[22] // 8
+            pixels = [int.from_bytes(data[at:at + size], "little") for at in range(128, len(data), size)]
+            self.assertEqual((len(pixels), words[5]), (21, 7 * size))
+
+            bits = [bin(mask).count("1") for mask in words[23:27]]
+            self.assertEqual([[(pixel & mask) >> mask.bit_length() - n if n else 255
+                               for mask, n in zip(words[23:27], bits)] for pixel in pixels],
+                             [[v >> 8 - n if n else 255 for v, n in zip(pixel, bits)]
+                              for row in rows for pixel in row], name)
+            self.assertEqual(sum(read_tga(self.read("back.tga")), []), [
+                (*(v >> 8 - n << 8 - n for v, n in zip(p[:3], bits)), kept(p[3], bits[3]) if bits[3] else 255)
+                for row in rows for p in row], name)
+        smooth = [[(4 * x, 255 - 8 * y, 3 * x + 2 * y, 255) for x in range(48)] for y in range(20)]
+        clear = [[(*p[:3], 255 - 5 * x) for x, p in enumerate(row)] for row in smooth]
+        for picture, format, code, size in ((smooth, (), b"DXT1", 480), (clear, (), b"DXT5", 960),
+                                            (clear, ("--format", "dxt3"), b"DXT3", 960)):
+            self.write("in.tga", tga(picture))
+            self.expect(0, "", "convert", "in.tga", "out.dds", *format)
+            data = self.read("out.dds")
+            self.assertEqual((data[84:88], len(data)), (code, 128 + size))
+            told = json.loads(zav("compare", "--json", "in.tga", "out.dds").stdout)
+            self.assertGreater(min(told["psnr"], told["channels"]["alpha"]["psnr"] or 99), 31)
+            peer = subprocess.run(["/usr/bin/python3", "-c", "import PIL.Image as i, sys; sys.stdout.buffer"
+                                   ".write(i.open('out.dds').convert('RGBA').tobytes())"], capture_output=True)
+            if peer.returncode == 0:
+                error = [abs(a - b) for a, b in zip(peer.stdout, (v for row in picture for p in row for v in p))]
+                self.assertLess((len(peer.stdout) != 3840, sum(error) / 3840, max(error)), (False, 4, 20))
+        # Sides within the last blocks: the picture is cut.
+        self.expect(0, "", "convert", "out.dds", "whole.tga")
+        self.write("cut.dds", data[:12] + struct.pack("<II", 18, 46) + data[20:])
+        self.expect(0, "", "convert", "cut.dds", "cut.tga")
+        self.assertEqual(read_tga(self.read("cut.tga")),
+                         [row[:46] for row in read_tga(self.read("whole.tga"))[:18]])
+        self.write("in.tga", tga(noise(6, 5)))
+        self.expect(5, "multiples of 4, which 6 x 5 are not", "convert", "in.tga", "out.dds")
+        self.expect(0, "", "convert", "in.tga", "out.dds", "--size", "8x4", "--format", "dxt1")
+        for code, text, at, value in ((3, "cut off", 16, 49), (3, "impossible", 12, 0), (3, "sense", 4, 1),
+                                      (5, "cube map", 112, 0x200), (5, "DXT5", 84, 808540228)):
+            self.write("bad.dds", data[:at] + struct.pack("<I", value) + data[at + 4:])
+            self.expect(code, "bad.dds: .*" + text, "info", "bad.dds")
 
     def test_colour_only_on_a_terminal(self):
         self.write("in.tga", tga(noise(3, 3)))

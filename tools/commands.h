@@ -16,6 +16,10 @@ void AddInfo(CLI::App& app, int& exit_code);
 void AddMip(CLI::App& app, int& exit_code);
 void AddPalette(CLI::App& app, int& exit_code);
 void AddCompare(CLI::App& app, int& exit_code);
+void AddPack(CLI::App& app, int& exit_code);
+void AddList(CLI::App& app, int& exit_code);
+void AddExtract(CLI::App& app, int& exit_code);
+void AddVerify(CLI::App& app, int& exit_code);
 
 /// Prints "zav: SUBJECT: what" on stderr.
 void Report(const Error& error);

@@ -141,8 +141,8 @@ void Run(const Options& options, int& exit_code) {
 void AddCompare(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("compare", "Tells how two pictures differ");
   const auto options = std::make_shared<Options>();
-  command->add_option("A", options->a, "Picture: .bmp, .tga, .raw")->required();
-  command->add_option("B", options->b, "Picture: .bmp, .tga, .raw")->required();
+  command->add_option("A", options->a, "Picture: .bmp, .tga, .dds, .raw")->required();
+  command->add_option("B", options->b, "Picture: .bmp, .tga, .dds, .raw")->required();
   command->add_flag("--json", options->json, "Print an object; psnr is null for equal samples");
   command->footer(
       "Exit code 0: identical; 7: different pixels or sizes. Both are compared as 32-bit pixels.");

@@ -76,7 +76,7 @@ void Run(const Options& options) {
   const Picture source = ReadPicture(options.in);
   if (!options.size.empty()) ParseSize(options.size, source.definition, wanted);
   if (wanted.format == 0) {
-    const int32_t format = DefaultFormat(type, source.definition);
+    const int32_t format = DefaultFormat(type, source);
     if (format != source.definition.format) wanted.format = format;
   }
   WritePicture(Convert(options.in, source, wanted), options.out);
@@ -87,7 +87,7 @@ void Run(const Options& options) {
 void AddConvert(CLI::App& app, int&) {
   CLI::App* command = app.add_subcommand("convert", "Converts a picture to another format or size");
   const auto options = std::make_shared<Options>();
-  command->add_option("IN", options->in, "Picture to read: .bmp, .tga, .raw")->required();
+  command->add_option("IN", options->in, "Picture to read: .bmp, .tga, .dds, .raw")->required();
   command->add_option("OUT", options->out, "Picture to write; its ending chooses the kind of file")
       ->required();
   command
@@ -102,10 +102,13 @@ void AddConvert(CLI::App& app, int&) {
   command->add_option("--filter", options->filter, "How to scale: point (default) or bilinear")
       ->type_name("NAME");
   command->footer([] {
-    return "Files: bmp holds pal8, bgr24; tga holds pal8, rgb555, bgr24, bgra32; raw holds every\n"
+    return "Files: bmp holds pal8, bgr24; tga holds pal8, rgb555, bgr24, bgra32; dds holds all "
+           "but\n"
+           "palettized formats, and is dxt5 where a pixel is not opaque, else dxt1; raw holds "
+           "every\n"
            "format: the bytes as they lie in memory, and beside them NAME.raw.json with size, "
            "pitch,\n"
-           "masks and palette.\n\n" +
+           "masks and palette. Blocks are made of sides that are multiples of 4.\n\n" +
            FormatHelp();
   });
   command->callback([options] { Run(*options); });

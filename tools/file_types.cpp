@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cctype>
 
+#include "dds.h"
 #include "error.h"
 #include "formats.h"
 #include "input.h"
@@ -38,15 +39,26 @@ void WriteRawPicture(const FileType&, const Picture& picture, const std::string&
   WriteRaw(picture, path);
 }
 
+void WriteDdsPicture(const FileType&, const Picture& picture, const std::string& path) {
+  WriteDds(picture, path);
+}
+
 constexpr Stored kBmpStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_BMP8}, {ZAV_FMT_BGR24, ZAV_SAVE_BMP24}};
 constexpr Stored kTargaStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_TGA8},
                                    {ZAV_FMT_RGB555, ZAV_SAVE_TGA16},
                                    {ZAV_FMT_BGR24, ZAV_SAVE_TGA24},
                                    {ZAV_FMT_BGRA32, ZAV_SAVE_TGA32}};
 
+constexpr Stored kDdsStored[] = {
+    {ZAV_FMT_DXT1, 0},     {ZAV_FMT_DXT2, 0},       {ZAV_FMT_DXT3, 0},      {ZAV_FMT_DXT4, 0},
+    {ZAV_FMT_DXT5, 0},     {ZAV_FMT_RGBA32, 0},     {ZAV_FMT_BGRA32, 0},    {ZAV_FMT_RGB24, 0},
+    {ZAV_FMT_BGR24, 0},    {ZAV_FMT_RGB565, 0},     {ZAV_FMT_RGB555, 0},    {ZAV_FMT_ARGB4444, 0},
+    {ZAV_FMT_ARGB1555, 0}, {ZAV_FMT_CUSTOM16_1, 0}, {ZAV_FMT_CUSTOM16_2, 0}};
+
 constexpr FileType kTypes[] = {
     {"bmp", "BMP", ReadBmp, SaveWithLibrary, kBmpStored},
     {"tga", "Targa", ReadTarga, SaveWithLibrary, kTargaStored},
+    {"dds", "DDS", ReadDds, WriteDdsPicture, kDdsStored},
     {"raw", "raw pixels", ReadRawPicture, WriteRawPicture, {}},
 };
 
@@ -71,8 +83,13 @@ const FileType& TypeOf(const std::string& path) {
               fmt::format("has an unknown ending; known are {}", known));
 }
 
-int32_t DefaultFormat(const FileType& type, const ZAV_GFXDEF& definition) {
+int32_t DefaultFormat(const FileType& type, const Picture& picture) {
+  const ZAV_GFXDEF& definition = picture.definition;
   if (type.stored.empty()) return definition.format;
+  if (type.write == WriteDdsPicture) {
+    if (IsDxt(definition.format)) return definition.format;
+    return ShowsAlpha(picture) ? ZAV_FMT_DXT5 : ZAV_FMT_DXT1;
+  }
   if (IsPalettized(definition.format)) return ZAV_FMT_PAL8;
   return HasAlpha(definition) && Holds(type, ZAV_FMT_BGRA32) ? ZAV_FMT_BGRA32 : ZAV_FMT_BGR24;
 }

@@ -15,7 +15,7 @@ namespace zav::tool {
 /// A pixel format that a file type can hold, and the library's save type that writes it so.
 struct Stored {
   int32_t format;
-  long save_type;
+  long save_type;  // 0: the command writes it by itself
 };
 
 /// What the command knows about a kind of file. A new kind is a row in file_types.cpp.
@@ -31,8 +31,8 @@ struct FileType {
 /// The type that a name's ending chooses. An unknown ending is an Error that lists the known ones.
 const FileType& TypeOf(const std::string& path);
 
-/// The format in which `type` takes a picture of this definition when the user names none.
-int32_t DefaultFormat(const FileType& type, const ZAV_GFXDEF& definition);
+/// The format in which `type` takes this picture when the user names none.
+int32_t DefaultFormat(const FileType& type, const Picture& picture);
 
 /// Fails when `type` cannot hold `format`.
 void CheckHolds(const FileType& type, int32_t format, const std::string& path);

@@ -91,7 +91,7 @@ void Run(const Options& options, int& exit_code) {
 void AddInfo(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("info", "Tells what pictures are");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->files, "Pictures: .bmp, .tga, .raw")->required();
+  command->add_option("FILE", options->files, "Pictures: .bmp, .tga, .dds, .raw")->required();
   command->add_flag("--json", options->json, "Print an array of objects");
   command->footer("A bad file does not end the list; the exit code is that of the worst one.");
   command->callback([options, &exit_code] { Run(*options, exit_code); });

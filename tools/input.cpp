@@ -3,6 +3,7 @@
 #include "input.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -29,6 +30,29 @@ void CheckReadable(const std::string& path) {
   if (::stat(path.c_str(), &status) != 0) throw SystemError(path);
   CheckKind(path, status);
   if (::access(path.c_str(), R_OK) != 0) throw SystemError(path);
+}
+
+FileView::FileView(const std::string& path) {
+  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  struct stat status = {};
+  if (file.get() < 0 || ::fstat(file.get(), &status) != 0) throw SystemError(path);
+  CheckKind(path, status);
+  const size_t size = static_cast<size_t>(status.st_size);
+  if (S_ISREG(status.st_mode) && size == 0) return;
+  if (S_ISREG(status.st_mode)) {
+    void* mapping = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.get(), 0);
+    if (mapping != MAP_FAILED) {
+      mapping_ = mapping;
+      bytes_ = {static_cast<const unsigned char*>(mapping), size};
+      return;
+    }
+  }
+  loaded_ = LoadFile(path);
+  bytes_ = loaded_;
+}
+
+FileView::~FileView() {
+  if (mapping_ != nullptr) ::munmap(mapping_, bytes_.size());
 }
 
 std::vector<unsigned char> LoadFile(const std::string& path) {

@@ -3,6 +3,7 @@
 #ifndef ZAV_TOOLS_INPUT_H_
 #define ZAV_TOOLS_INPUT_H_
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,23 @@ namespace zav::tool {
 
 /// All bytes of a file. Missing, unreadable, a directory: an Error says which.
 std::vector<unsigned char> LoadFile(const std::string& path);
+
+/// The bytes of a file to look at: mapped where the system can do that, so that only what is looked
+/// at is read. As LoadFile, it refuses what cannot be read; the file may be empty.
+class FileView {
+ public:
+  explicit FileView(const std::string& path);
+  FileView(const FileView&) = delete;
+  FileView& operator=(const FileView&) = delete;
+  ~FileView();
+
+  std::span<const unsigned char> bytes() const { return bytes_; }
+
+ private:
+  void* mapping_ = nullptr;
+  std::vector<unsigned char> loaded_;  // instead
+  std::span<const unsigned char> bytes_;
+};
 
 /// Fails as LoadFile would when nothing can be read under this name.
 void CheckReadable(const std::string& path);

@@ -37,6 +37,10 @@ int Dispatch(int argc, char** argv) {
   AddMip(app, exit_code);
   AddPalette(app, exit_code);
   AddCompare(app, exit_code);
+  AddPack(app, exit_code);
+  AddList(app, exit_code);
+  AddExtract(app, exit_code);
+  AddVerify(app, exit_code);
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& asked) {  // --help, --version

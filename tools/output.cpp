@@ -127,11 +127,15 @@ void Output::CheckSize(int64_t size) {
   struct stat status = {};
   if (::fstat(file_.get(), &status) != 0) throw SystemError(name_);
   if (status.st_size == size) return;
-  // What stopped the writer most likely still does: asking for the missing room tells its name.
-  const int refusal = status.st_size < size ? ::posix_fallocate(file_.get(), 0, size) : 0;
-  if (refusal != 0) throw SystemError(name_, refusal);
+  // What stopped the writer most likely still does.
+  if (status.st_size < size) CheckRoom(size);
   throw Error(ErrorKind::kInputOutput, name_,
               fmt::format("was not written whole: {} of {} bytes", status.st_size, size));
+}
+
+void Output::CheckRoom(int64_t size) {
+  const int refusal = ::posix_fallocate(file_.get(), 0, size);
+  if (refusal != 0) throw SystemError(name_, refusal);
 }
 
 void Output::BringToDisk() {

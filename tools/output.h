@@ -33,6 +33,9 @@ class Output {
   /// can be had, when the file is not of this size.
   void CheckSize(int64_t size);
 
+  /// Fails with the system's reason when it does not let the file grow to this size.
+  void CheckRoom(int64_t size);
+
   /// Puts files that belong together into place: all are brought to the disk before the first one
   /// is renamed.
   static void Commit(std::initializer_list<Output*> outputs);

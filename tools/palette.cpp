@@ -55,7 +55,7 @@ void AddPalette(CLI::App& app, int&) {
   CLI::App* command =
       app.add_subcommand("palette", "Writes an 8-bit picture and tells how many colours it kept");
   const auto options = std::make_shared<Options>();
-  command->add_option("IN", options->in, "Picture to read: .bmp, .tga, .raw")->required();
+  command->add_option("IN", options->in, "Picture to read: .bmp, .tga, .dds, .raw")->required();
   command->add_option("OUT", options->out, "Picture to write: .bmp, .tga, .raw")->required();
   command->callback([options] { Run(*options); });
 }

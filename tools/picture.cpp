@@ -23,6 +23,11 @@ Picture TakeDestination(Image& image) {
   return picture;
 }
 
+/// The library has no size for blocks of premultiplied colours. They lie as those of the next code.
+int32_t CopiedAs(int32_t format) {
+  return format == ZAV_FMT_DXT2 || format == ZAV_FMT_DXT4 ? format + 1 : format;
+}
+
 Masks MasksOf(const ZAV_GFXDEF& definition) {
   return {definition.alpha_mask, definition.red_mask, definition.green_mask, definition.blue_mask};
 }
@@ -34,6 +39,12 @@ void SetMasks(ZAV_GFXDEF& definition, const Masks& masks) {
   definition.blue_mask = masks[3];
 }
 
+bool HasWholeBlocks(const ZAV_GFXDEF& source, const Wanted& wanted) {
+  const bool resized = wanted.width != 0 || wanted.height != 0;
+  return (resized ? wanted.width : source.width) % 4 == 0 &&
+         (resized ? wanted.height : source.height) % 4 == 0;
+}
+
 Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const Wanted& wanted) {
   const std::string_view from = FormatOf(source.format).name;
   const std::string_view to = FormatOf(wanted.format).name;
@@ -43,6 +54,10 @@ Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const 
     what = fmt::format("{} is only copied: {} x {} {} cannot become {}",
                        IsCopyOnly(source.format) ? from : to, source.width, source.height, from,
                        resized ? fmt::format("{} x {} {}", wanted.width, wanted.height, to) : to);
+  } else if (IsDxt(wanted.format) && !HasWholeBlocks(source, wanted)) {
+    what = fmt::format(
+        "{} takes sides that are multiples of 4, which {} x {} are not; --size sets others", to,
+        resized ? wanted.width : source.width, resized ? wanted.height : source.height);
   } else if (resized) {
     what = fmt::format("{} x {} {} cannot be converted to {} x {} {}", source.width, source.height,
                        from, wanted.width, wanted.height, to);
@@ -57,6 +72,18 @@ Image::Image() {
   if (image_.converter == nullptr) throw std::bad_alloc();
 }
 
+Picture TakeSource(Image& image) {
+  const int32_t format = image->source.format;
+  image->source.format = CopiedAs(format);
+  // Only a destination can be detached. Asking for the format that the source has hands its buffer
+  // over without copying, where the source has one of its own.
+  image->dest.format = image->source.format;
+  if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
+  Picture picture = TakeDestination(image);
+  picture.definition.format = format;
+  return picture;
+}
+
 Picture Decode(const std::string& subject, const std::string& name,
                std::vector<unsigned char>& bytes) {
   Image image;
@@ -64,11 +91,7 @@ Picture Decode(const std::string& subject, const std::string& name,
   if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
     throw Error(ErrorKind::kBadFile, subject, "cannot be read: the library refuses its contents");
   }
-  // Only a destination can be detached. Asking for the format that the source has hands its buffer
-  // over without copying.
-  image->dest.format = image->source.format;
-  if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
-  return TakeDestination(image);
+  return TakeSource(image);
 }
 
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {
@@ -77,8 +100,11 @@ Picture Convert(const std::string& subject, const Picture& source, const Wanted&
       wanted.masks != MasksOf(source.definition)) {
     return Convert(subject, Convert(subject, source, ZAV_FMT_BGRA32), wanted);
   }
+  const bool copied = (wanted.format == 0 || wanted.format == source.definition.format) &&
+                      wanted.width == 0 && wanted.height == 0;
   Image image;
   image->source = source.definition;
+  if (copied && IsDxt(source.definition.format)) return TakeSource(image);
   image->dest.format = wanted.format != 0 ? wanted.format : source.definition.format;
   image->dest.width = wanted.width;
   image->dest.height = wanted.height;
@@ -98,6 +124,19 @@ Picture Convert(const std::string& subject, const Picture& source, int32_t forma
   Wanted wanted;
   wanted.format = format;
   return Convert(subject, source, wanted);
+}
+
+bool ShowsAlpha(const Picture& picture) {
+  if (!HasAlpha(picture.definition) || IsCopyOnly(picture.definition.format)) return false;
+  const Picture pixels = Convert("", picture, ZAV_FMT_BGRA32);
+  const ZAV_GFXDEF& definition = pixels.definition;
+  for (int64_t y = 0; y < definition.height; ++y) {
+    const unsigned char* alpha = definition.pixels + y * definition.pitch + 3;
+    for (int32_t x = 0; x < definition.width; ++x, alpha += 4) {
+      if (*alpha != 0xFF) return true;
+    }
+  }
+  return false;
 }
 
 Picture MipLevel(const std::string& subject, const Picture& source) {

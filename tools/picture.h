@@ -53,6 +53,9 @@ struct Wanted {
   bool bilinear = false;
 };
 
+/// The picture in the image's source, with buffers of its own.
+Picture TakeSource(Image& image);
+
 /// All of these throw an Error about `subject` when the library answers 0.
 
 /// Reads the bytes of a picture file; `name` chooses the reader.
@@ -62,6 +65,9 @@ Picture Decode(const std::string& subject, const std::string& name,
 /// The picture in another format, another size, or as a copy of its own.
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted);
 Picture Convert(const std::string& subject, const Picture& source, int32_t format);
+
+/// Whether a pixel of the picture is not opaque. False where that cannot be known.
+bool ShowsAlpha(const Picture& picture);
 
 /// The next mip level, in the same format.
 Picture MipLevel(const std::string& subject, const Picture& source);

@@ -1,0 +1,320 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "container_walk.h"
+
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+#include "formats.h"
+#include "layer_kinds.h"
+
+namespace zav::tool {
+namespace {
+
+constexpr int64_t kMagicBytes = 4;
+constexpr int64_t kFrameBytes = 5;  // kind and size
+constexpr int64_t kNameAt = 5;
+constexpr int64_t kNameBytes = 32;
+constexpr int64_t kChunkBytes = 65536;
+constexpr int64_t kMaxBytes = std::numeric_limits<int32_t>::max();
+
+int64_t SignedLong(const unsigned char* at) {
+  return static_cast<int32_t>(static_cast<uint32_t>(at[0]) | static_cast<uint32_t>(at[1]) << 8 |
+                              static_cast<uint32_t>(at[2]) << 16 |
+                              static_cast<uint32_t>(at[3]) << 24);
+}
+
+int64_t RoundUp(int64_t value, int64_t unit) { return (value + unit - 1) / unit * unit; }
+
+class Walker {
+ public:
+  explicit Walker(ByteSpan file) : file_(file), size_(static_cast<int64_t>(file.size())) {}
+
+  Walk Run() {
+    walk_.needed = std::max(size_, kMagicBytes);
+    if (size_ < kMagicBytes || std::memcmp(file_.data(), "ZAV", 3) != 0) {
+      Blame(0, "is not a container: it does not begin with ZAV");
+    } else if (size_ > kMaxBytes) {
+      Blame(kMaxBytes, "a container ends here at the latest");
+    } else {
+      walk_.records = Records(kMagicBytes, size_, nullptr);
+    }
+    return std::move(walk_);
+  }
+
+ private:
+  const unsigned char* At(int64_t offset) const { return file_.data() + offset; }
+  bool Full() const { return walk_.problems.size() >= kMaxProblems; }
+
+  bool Blame(int64_t offset, std::string what) {
+    if (!Full()) walk_.problems.push_back({offset, std::move(what)});
+    return false;
+  }
+
+  /// Records that fill the bytes from `at` to `end`, inside `parent` or at the top level.
+  std::vector<Record> Records(int64_t at, int64_t end, const Record* parent) {
+    std::vector<Record> records;
+    while (at < end && !Full()) {
+      Record record;
+      record.offset = at;
+      if (!ReadFrame(record, end, parent)) break;
+      at += record.size;
+      const size_t before = walk_.problems.size();
+      if (ReadHeader(record, parent)) {
+        if (IsImageRecord(record.kind())) {
+          ReadImage(record);
+        } else {
+          CheckLayer(record);
+        }
+        record.sound = walk_.problems.size() == before;
+        records.push_back(std::move(record));
+      }
+    }
+    return records;
+  }
+
+  /// Kind and size. False when the record behind this one cannot be found.
+  bool ReadFrame(Record& record, int64_t end, const Record* parent) {
+    const int64_t at = record.offset;
+    if (end - at < kFrameBytes) {
+      walk_.needed = std::max(walk_.needed, at + kFrameBytes);
+      return Blame(at, fmt::format("a record is cut off: {} bytes are left", end - at));
+    }
+    record.header.kind = *At(at);
+    record.size = SignedLong(At(at) + 1);
+    if (record.size < kFrameBytes) {
+      return Blame(
+          at, fmt::format("a record of kind {} gives its size as {}", record.kind(), record.size));
+    }
+    if (record.size > end - at) {
+      walk_.needed = std::max(walk_.needed, at + record.size);
+      return Blame(at, fmt::format("a record of kind {} is cut off: {} bytes of {} are left{}",
+                                   record.kind(), end - at, record.size,
+                                   parent == nullptr ? "" : " in its image"));
+    }
+    const RecordKind* kind = FindRecordKind(record.kind());
+    if (kind != nullptr && record.size < kind->header) {
+      return Blame(record.offset,
+                   fmt::format("the {} record of {} bytes is shorter than its header", kind->name,
+                               record.size));
+    }
+    return true;
+  }
+
+  /// False for records of which nothing but their extent is known.
+  bool ReadHeader(Record& record, const Record* parent) {
+    const RecordKind* kind = FindRecordKind(record.kind());
+    if (kind == nullptr) {
+      return Blame(record.offset, fmt::format("there are no records of kind {}", record.kind()));
+    }
+    if (parent != nullptr && IsImageRecord(record.kind())) {
+      return Blame(record.offset, "an image record stands inside another one");
+    }
+    std::memcpy(&record.header, At(record.offset), static_cast<size_t>(kind->header));
+    if (IsImageRecord(record.kind())) {
+      const auto* name = reinterpret_cast<const char*>(At(record.offset + kNameAt));
+      record.name.assign(name, ::strnlen(name, kNameBytes));
+    }
+    if (kind->extent == 0) return true;
+    const int64_t width = SignedLong(At(record.offset + kind->extent));
+    const int64_t height = SignedLong(At(record.offset + kind->extent + 4));
+    if (width < 1 || height < 1 || width * height > kMaxBytes) {
+      return Blame(record.offset,
+                   fmt::format("the {} record has the sides {} x {}", kind->name, width, height));
+    }
+    record.width = static_cast<int32_t>(width);
+    record.height = static_cast<int32_t>(height);
+    return true;
+  }
+
+  void ReadImage(Record& image) {
+    const int64_t end = image.offset + image.size;
+    int64_t at = image.offset + FindRecordKind(image.kind())->header;
+    if (image.kind() == ZAV_REC_SQUIZ && !ReadBlockRows(image, at)) return;
+    const size_t problems = walk_.problems.size();
+    image.layers = Records(at, end, &image);
+    if (walk_.problems.size() != problems) return;
+
+    const size_t count = image.layers.size();
+    size_t announced = 1;
+    if (image.kind() == ZAV_REC_MIPMAP) announced = *At(image.offset + 37);
+    if (image.kind() == ZAV_REC_TILED) {
+      announced = static_cast<size_t>(*At(image.offset + 47) | *At(image.offset + 48) << 8);
+      const int logarithm = *At(image.offset + 45) | *At(image.offset + 46) << 8;
+      if (logarithm > 8) Blame(image.offset, fmt::format("tiles have sides of 2^{}", logarithm));
+    }
+    if (count != announced) {
+      Blame(image.offset, fmt::format("the {} record holds {} layers instead of {}",
+                                      FindRecordKind(image.kind())->name, count, announced));
+      return;
+    }
+    if (image.width == 0 && count > 0) {
+      image.width = image.layers[0].width;
+      image.height = image.layers[0].height;
+    }
+    if (image.kind() == ZAV_REC_SQUIZ) CheckStrip(image);
+  }
+
+  /// The table of a squiz image, which says for every block whether it is stored. Moves `at` past
+  /// it. A row: background colour and count (4 bytes each), then a mask, whose field takes a byte,
+  /// not a bit, for every block, in multiples of 8.
+  bool ReadBlockRows(Record& image, int64_t& at) {
+    const int64_t side = *At(image.offset + 45);
+    if (side == 0) return Blame(image.offset, "a squiz record has blocks without size");
+    const int64_t columns = (image.width + side - 1) / side;
+    const int64_t rows = (image.height + side - 1) / side;
+    const int64_t row_bytes = 8 + RoundUp(columns, 8);
+    const int64_t left = image.offset + image.size - at;
+    if (rows > left / row_bytes) {
+      return Blame(at, fmt::format("{} rows of blocks take more than the {} bytes that are left",
+                                   rows, left));
+    }
+    image.blocks = columns * rows;
+    for (int64_t row = 0; row < rows; ++row, at += row_bytes) {
+      for (int64_t column = 0; column < columns; ++column) {
+        image.stored_blocks += (*At(at + 8 + column / 8) & 0x80 >> column % 8) != 0;
+      }
+    }
+    return true;
+  }
+
+  void CheckStrip(const Record& image) {
+    const Record& strip = image.layers[0];
+    const int64_t side = *At(image.offset + 45);
+    if (strip.height < side || strip.width / side < image.stored_blocks) {
+      Blame(strip.offset, fmt::format("{} x {} pixels do not hold {} blocks of {} x {}",
+                                      strip.width, strip.height, image.stored_blocks, side, side));
+    }
+  }
+
+  // --- layers
+  // -----------------------------------------------------------------------------------------------
+
+  /// Checks that the data of the layer are as long as its header and its size say.
+  void CheckLayer(const Record& layer) {
+    const RecordKind& kind = *FindRecordKind(layer.kind());
+    int64_t at = layer.offset + kind.header;
+    const int64_t end = layer.offset + layer.size;
+    int64_t bytes = 0;  // of the picture
+    if (kind.has_pitch) {
+      const int64_t pitch = SignedLong(At(layer.offset + kind.extent + 8));
+      const int64_t row = int64_t{layer.width} * FormatOf(StoredFormat(layer.header)).bits / 8;
+      bytes = pitch * layer.height;
+      if (pitch < row || bytes > kMaxBytes) {
+        Blame(layer.offset, fmt::format("the {} layer of {} x {} has a pitch of {}", kind.name,
+                                        layer.width, layer.height, pitch));
+        return;
+      }
+    }
+    if (!SkipData(layer, bytes, at, end) || at == end) return;
+    Blame(layer.offset, fmt::format("the {} layer is {} bytes long and gives its size as {}",
+                                    kind.name, at - layer.offset, layer.size));
+  }
+
+  bool SkipData(const Record& layer, int64_t bytes, int64_t& at, int64_t end) {
+    if (IsDxtLayer(layer.kind())) return SkipBlocks(layer, at, end);
+    if (IsJpegLayer(layer.kind())) return SkipJpeg(layer, at, end);
+    if (layer.kind() == ZAV_LAYER_PACKEDPAL8) {
+      return SkipRun(ZAV_PALETTE_BYTES, at, end) && SkipRun(bytes, at, end);
+    }
+    if (layer.kind() == ZAV_LAYER_PACKED32) {
+      const bool interleaved = (layer.header.fields[0] & 4) != 0;
+      if (interleaved) return SkipRun(bytes, at, end);
+      for (int plane = 0; plane < 4; ++plane) {
+        if (!SkipRun(bytes / 4, at, end)) return false;
+      }
+      return true;
+    }
+    if (layer.kind() == ZAV_LAYER_PAL8) {
+      const int entries = layer.header.fields[0];
+      bytes += 4 * (entries == 0 ? 256 : entries);
+    }
+    return Skip(bytes, at, end);
+  }
+
+  bool Skip(int64_t bytes, int64_t& at, int64_t end) {
+    if (bytes > end - at) {
+      return Blame(at, fmt::format("{} bytes are missing in a layer", bytes - (end - at)));
+    }
+    at += bytes;
+    return true;
+  }
+
+  bool SkipBlocks(const Record& layer, int64_t& at, int64_t end) {
+    const int64_t block = layer.kind() == ZAV_LAYER_DXT1 ? 8 : 16;
+    const int64_t needed = RoundUp(layer.width, 4) / 4 * (RoundUp(layer.height, 4) / 4) * block;
+    const bool packed = (layer.header.fields[0] & 1) != 0;
+    const int64_t at_total = at;
+    if (packed && !Skip(4, at, end)) return false;
+    const int64_t total = packed ? SignedLong(At(at_total)) : end - at;
+    if (total < needed) {
+      return Blame(at_total, fmt::format("{} x {} pixels take {} bytes of blocks instead of {}",
+                                         layer.width, layer.height, needed, total));
+    }
+    return packed ? SkipRun(total, at, end) : Skip(total, at, end);
+  }
+
+  bool SkipJpeg(const Record& layer, int64_t& at, int64_t end) {
+    int64_t bytes = end - at;
+    if (layer.kind() == ZAV_LAYER_JPEGMASK) {
+      const int64_t at_length = at;
+      if (!Skip(4, at, end)) return false;
+      bytes = SignedLong(At(at_length));
+    }
+    if (bytes < 2 || bytes > end - at || *At(at) != 0xFF || *At(at + 1) != 0xD8) {
+      return Blame(at, "here a JPEG file should begin");
+    }
+    at += bytes;
+    return layer.kind() != ZAV_LAYER_JPEGMASK ||
+           SkipRun((int64_t{layer.width} * layer.height + 7) / 8, at, end);
+  }
+
+  /// A packed run of `bytes` bytes: chunks, each a length and a block, whose first word says how
+  /// many bytes it decodes to, negative when it holds them as they are.
+  bool SkipRun(int64_t bytes, int64_t& at, int64_t end) {
+    for (; bytes > 0; bytes -= kChunkBytes) {
+      const int64_t share = std::min(bytes, kChunkBytes);
+      const int64_t chunk = at;
+      if (!Skip(8, at, end)) return false;
+      const int64_t length = SignedLong(At(chunk));
+      const int64_t word = SignedLong(At(chunk + 4));
+      if (length < 4 || length > end - chunk - 4) {
+        return Blame(chunk, fmt::format("a chunk gives its length as {}; {} bytes are left", length,
+                                        end - chunk - 4));
+      }
+      if (word != share && (word != -share || length < 4 + share)) {
+        return Blame(chunk, fmt::format("a chunk of {} bytes announces {} instead of {}", length,
+                                        word, share));
+      }
+      at = chunk + 4 + length;
+    }
+    return true;
+  }
+
+  ByteSpan file_;
+  int64_t size_;
+  Walk walk_;
+};
+
+}  // namespace
+
+int64_t Record::RawBytes() const {
+  if (!IsImageRecord(kind())) {
+    const int32_t format = StoredFormat(header);
+    return int64_t{width} * height * (IsDxt(format) ? 4 : FormatOf(format).bits / 8);
+  }
+  if (layers.empty()) return 0;
+  if (kind() == ZAV_REC_TILED || kind() == ZAV_REC_SQUIZ) {
+    return int64_t{width} * height * (IsPal8Layer(layers[0].kind()) ? 1 : 4);
+  }
+  int64_t bytes = 0;
+  for (const Record& layer : layers) bytes += layer.RawBytes();
+  return bytes;
+}
+
+Walk WalkContainer(ByteSpan file) { return Walker(file).Run(); }
+
+}  // namespace zav::tool

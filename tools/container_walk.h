@@ -1,0 +1,56 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#ifndef ZAV_TOOLS_CONTAINER_WALK_H_
+#define ZAV_TOOLS_CONTAINER_WALK_H_
+
+#include <zav.h>
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace zav::tool {
+
+using ByteSpan = std::span<const unsigned char>;
+
+/// What is wrong with a container, and where: an offset from the start of the file.
+struct Problem {
+  int64_t offset;
+  std::string what;
+};
+
+/// No more than a person would read.
+constexpr size_t kMaxProblems = 50;
+
+/// One record as its bytes describe it.
+struct Record {
+  int64_t offset = 0;
+  int64_t size = 0;       // of all its bytes, nested records included
+  ZAV_LAYER header = {};  // as far as the kind's header goes
+  bool sound = true;      // nothing was found wrong with it or with what it contains
+  int32_t width = 0;      // plain and mipmap images: of the first layer
+  int32_t height = 0;
+  std::string name;            // image records
+  std::vector<Record> layers;  // image records
+  int64_t blocks = 0;          // squiz images: all blocks of the picture, and those that are stored
+  int64_t stored_blocks = 0;
+
+  int kind() const { return header.kind; }
+  /// Bytes of the pixels without any encoding: 4 a pixel where a layer has a coded form only.
+  int64_t RawBytes() const;
+};
+
+struct Walk {
+  std::vector<Record> records;    // at the top level
+  std::vector<Problem> problems;  // at most kMaxProblems, in the order of the file
+  int64_t needed = 0;  // bytes that the file would need for all that its records announce
+};
+
+/// Goes through the records of a container, and checks every size, count and length on the way.
+/// Pixels are not decoded. Nothing outside of `file` is read, whatever it holds.
+Walk WalkContainer(ByteSpan file);
+
+}  // namespace zav::tool
+
+#endif  // ZAV_TOOLS_CONTAINER_WALK_H_

@@ -1,0 +1,260 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <bit>
+#include <filesystem>
+#include <memory>
+
+#include "commands.h"
+#include "container_decode.h"
+#include "file_types.h"
+#include "formats.h"
+#include "input.h"
+#include "layer_kinds.h"
+#include "output.h"
+#include "terminal.h"
+
+namespace zav::tool {
+namespace {
+
+constexpr size_t kNameBytes = 32;
+constexpr int kAllLevels = 32;  // sides have 31 bits
+
+struct Options {
+  std::string out;
+  std::vector<std::string> inputs;
+  std::vector<std::string> layers;
+  std::vector<std::string> names;
+  std::string kind = "plain";
+  int levels = kAllLevels;
+};
+
+/// One picture on its way into the container.
+struct Entry {
+  std::string input;
+  std::string name;
+  ZAV_LAYER layer = {};  // kind 0: what suits the picture
+};
+
+Error Usage(const std::string& what) { return Error(ErrorKind::kUsage, "pack", what); }
+
+int RecordKindNamed(const std::string& name) {
+  if (name == "plain") return ZAV_REC_IMAGE;
+  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
+    if (FindRecordKind(kind)->name == name) return kind;
+  }
+  throw Usage(
+      fmt::format("there are no {} images; the kinds are plain, tiled, squiz, mipmap", name));
+}
+
+/// The input's file name without its ending, cut between characters where it is too long.
+std::string NameOf(const std::string& input) {
+  std::string name = std::filesystem::path(input).stem().string();
+  if (name.size() <= kNameBytes) return name;
+  size_t end = kNameBytes;
+  while (end > 0 && (static_cast<unsigned char>(name[end]) & 0xC0) == 0x80) --end;
+  return name.substr(0, end > 0 ? end : kNameBytes);
+}
+
+std::vector<Entry> ParseEntries(const Options& options) {
+  const auto fits = [&](const std::vector<std::string>& values, const char* option) {
+    if (values.size() <= 1 || values.size() == options.inputs.size()) return;
+    throw Usage(fmt::format("{} {} for {} pictures; give one, or one for each in their order",
+                            values.size(), option, options.inputs.size()));
+  };
+  fits(options.layers, "--layer");
+  if (!options.names.empty() && options.names.size() != options.inputs.size()) {
+    throw Usage(fmt::format("{} --name for {} pictures; give one for each in their order",
+                            options.names.size(), options.inputs.size()));
+  }
+  std::vector<Entry> entries;
+  for (size_t i = 0; i < options.inputs.size(); ++i) {
+    Entry entry;
+    entry.input = options.inputs[i];
+    entry.name = options.names.empty() ? NameOf(entry.input) : options.names[i];
+    if (entry.name.size() > kNameBytes) {
+      throw Usage(fmt::format("the name '{}' has {} bytes; names end at {}", Printable(entry.name),
+                              entry.name.size(), kNameBytes));
+    }
+    if (!options.layers.empty()) {
+      entry.layer = ParseLayer(options.layers[options.layers.size() == 1 ? 0 : i]);
+    }
+    entries.push_back(std::move(entry));
+  }
+  return entries;
+}
+
+/// The format in which the library gets the picture. It would convert by itself, but here what
+/// cannot be converted is said. Levels and blocks are made from true colours, tiles and strips from
+/// indices where that is what is stored.
+int32_t FormatFor(int kind, const ZAV_LAYER& layer, int32_t source) {
+  if (CutsBits(layer) && IsPal8Layer(layer.kind)) return ZAV_FMT_BGRA32;
+  if (kind == ZAV_REC_MIPMAP) return ZAV_FMT_BGRA32;
+  const int32_t stored = StoredFormat(layer);
+  if (IsPal8Layer(layer.kind) && source != ZAV_FMT_PAL8) return ZAV_FMT_BGRA32;
+  return IsDxt(stored) || (kind != ZAV_REC_IMAGE && stored != ZAV_FMT_PAL8) ? ZAV_FMT_BGRA32
+                                                                            : stored;
+}
+
+/// Levels that a chain of this picture has, down to a pixel or to a block.
+size_t LevelsOf(const Record& level, const ZAV_LAYER& layer, int wanted) {
+  const auto longer = static_cast<uint32_t>(std::max(level.width, level.height));
+  const int all = std::bit_width(longer / (IsDxtLayer(layer.kind) ? 4U : 1U));
+  return static_cast<size_t>(std::clamp(wanted, 1, std::max(all, 1)));
+}
+
+class Packer {
+ public:
+  Packer(const Options& options, int kind)
+      : options_(options),
+        kind_(kind),
+        output_(options.out),
+        stream_(ZAV_OPEN_WRITE(output_.path().c_str())) {
+    if (stream_ == nullptr) {
+      throw Error(ErrorKind::kInputOutput, options.out, "the library could not open it");
+    }
+  }
+  Packer(const Packer&) = delete;
+  Packer& operator=(const Packer&) = delete;
+  ~Packer() { ZAV_CLOSE(stream_); }
+
+  void Add(Entry& entry) {
+    Picture source = ReadPicture(entry.input);
+    if (entry.layer.kind == 0) {
+      entry.layer = ParseLayer(IsPalettized(source.definition.format) ? "packedpal8" : "packed32");
+    }
+    const int32_t format = FormatFor(kind_, entry.layer, source.definition.format);
+    if (format != source.definition.format) source = Convert(entry.input, source, format);
+    if (Write(entry, source.definition) == 0) return;
+    CheckRoom(0);
+    throw Error(ErrorKind::kNotSupported, entry.input,
+                fmt::format("{} x {} {}: storing it as {} {} is not supported",
+                            source.definition.width, source.definition.height,
+                            FormatOf(format).name, options_.kind, LayerText(entry.layer)));
+  }
+
+  /// The library does not say what became of its writes: looks at the file before it takes its
+  /// name.
+  void Finish(const std::vector<Entry>& entries) {
+    ZAV_CLOSE(std::exchange(stream_, nullptr));
+    const FileView view(output_.path());
+    Walk walk = WalkContainer(view.bytes());
+    if (walk.problems.empty()) VerifyPictures(options_.out, view.bytes(), walk);
+    if (!walk.problems.empty() || walk.records.size() != entries.size()) {
+      CheckRoom(walk.needed);
+      std::string what = "what was written does not read back";
+      if (!walk.problems.empty()) {
+        what += fmt::format(": offset {}: {}", walk.problems[0].offset, walk.problems[0].what);
+      }
+      throw Error(ErrorKind::kInputOutput, options_.out, what);
+    }
+    if (kind_ == ZAV_REC_MIPMAP) CheckLevels(walk, entries);
+    Output::Commit({&output_});
+  }
+
+ private:
+  int Write(Entry& entry, ZAV_GFXDEF& definition) {
+    char* name = entry.name.data();
+    switch (kind_) {
+      case ZAV_REC_TILED:
+        return ZAV_WRITE_TILEDIMAGE(stream_, name, &entry.layer, &definition);
+      case ZAV_REC_SQUIZ:
+        return ZAV_WRITE_SQUIZIMAGE(stream_, name, &entry.layer, &definition);
+      case ZAV_REC_MIPMAP:
+        CheckSides(entry, definition);
+        return ZAV_WRITE_MIPMAPIMAGE(stream_, name, options_.levels, &entry.layer, &definition);
+      default:
+        return ZAV_WRITE_IMAGE(stream_, name, &entry.layer, &definition);
+    }
+  }
+
+  static void CheckSides(const Entry& entry, const ZAV_GFXDEF& definition) {
+    if (std::has_single_bit(static_cast<uint32_t>(definition.width)) &&
+        std::has_single_bit(static_cast<uint32_t>(definition.height))) {
+      return;
+    }
+    throw Error(
+        ErrorKind::kNotSupported, entry.input,
+        fmt::format("mip levels are stored of sides that are powers of two; {} x {} are not",
+                    definition.width, definition.height));
+  }
+
+  /// The library leaves out levels that it cannot store.
+  void CheckLevels(const Walk& walk, const std::vector<Entry>& entries) {
+    for (size_t i = 0; i < entries.size(); ++i) {
+      const Record& record = walk.records[i];
+      const size_t expected = LevelsOf(record, entries[i].layer, options_.levels);
+      if (record.layers.size() == expected) continue;
+      throw Error(ErrorKind::kNotSupported, entries[i].input,
+                  fmt::format("{} of {} levels could be stored as {}", record.layers.size(),
+                              expected, LayerText(entries[i].layer)));
+    }
+  }
+
+  /// A full disk ends a file less than a write of the library before its room.
+  void CheckRoom(int64_t needed) {
+    constexpr int64_t kLargestWrite = 1 << 20;
+    const FileView view(output_.path());
+    const auto size = static_cast<int64_t>(view.bytes().size());
+    output_.CheckRoom(std::max(needed, size + kLargestWrite));
+  }
+
+  const Options& options_;
+  int kind_;
+  Output output_;
+  void* stream_;
+};
+
+void Run(const Options& options) {
+  const int kind = RecordKindNamed(options.kind);
+  if (options.levels != kAllLevels && kind != ZAV_REC_MIPMAP) {
+    throw Usage("--levels goes with --kind mipmap");
+  }
+  if (!options.out.ends_with(".zav")) {
+    throw Usage(fmt::format(
+        "'{}' does not end in .zav; the container comes first, then the pictures", options.out));
+  }
+  std::vector<Entry> entries = ParseEntries(options);
+  Packer packer(options, kind);
+  {
+    Progress progress("packing", static_cast<int64_t>(entries.size()));
+    for (Entry& entry : entries) {
+      packer.Add(entry);
+      progress.Advance();
+    }
+  }
+  packer.Finish(entries);
+}
+
+}  // namespace
+
+void AddPack(CLI::App& app, int&) {
+  CLI::App* command = app.add_subcommand("pack", "Writes pictures into a container");
+  const auto options = std::make_shared<Options>();
+  command->add_option("OUT", options->out, "Container to write: .zav")->required();
+  command->add_option("IN", options->inputs, "Pictures to read: .bmp, .tga, .dds, .raw")
+      ->required();
+  command
+      ->add_option("--layer", options->layers,
+                   "How pixels are stored; once for all, or once for each picture. Default: "
+                   "packed32, or packedpal8 for palettized pictures; both lose nothing")
+      ->type_name("KIND[:VARIANT]...")
+      ->allow_extra_args(false);
+  command
+      ->add_option("--name", options->names,
+                   "Name in the container, at most 32 bytes; once for each picture. Default: the "
+                   "file's name without its ending")
+      ->type_name("NAME")
+      ->allow_extra_args(false);
+  command->add_option("--kind", options->kind, "plain (default), tiled, squiz, mipmap")
+      ->type_name("KIND");
+  command->add_option("--levels", options->levels, "Most mip levels, the picture included")
+      ->type_name("N")
+      ->check(CLI::Range(1, kAllLevels));
+  command->footer([] { return LayerHelp(); });
+  command->callback([options] { Run(*options); });
+}
+
+}  // namespace zav::tool

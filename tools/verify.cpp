@@ -1,0 +1,46 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <fmt/core.h>
+
+#include <algorithm>
+#include <memory>
+
+#include "commands.h"
+#include "container_decode.h"
+#include "input.h"
+#include "terminal.h"
+
+namespace zav::tool {
+namespace {
+
+void Run(const std::string& file, int& exit_code) {
+  const FileView view(file);
+  Walk walk = WalkContainer(view.bytes());
+  VerifyPictures(file, view.bytes(), walk);
+  for (const Problem& problem : walk.problems) {
+    Report(AsError(file, problem));
+    exit_code = static_cast<int>(ErrorKind::kBadFile);
+  }
+  if (!walk.problems.empty()) return;
+  size_t layers = 0;
+  for (const Record& record : walk.records) layers += std::max<size_t>(record.layers.size(), 1);
+  fmt::print(StyleOn(stdout, fg(fmt::terminal_color::green)), "sound");
+  fmt::print(": {} records at the top level, {} layers, {} bytes\n", walk.records.size(), layers,
+             view.bytes().size());
+}
+
+}  // namespace
+
+void AddVerify(CLI::App& app, int& exit_code) {
+  CLI::App* command =
+      app.add_subcommand("verify", "Walks through a container and decodes all that it holds");
+  const auto file = std::make_shared<std::string>();
+  command->add_option("FILE", *file, "Container: .zav")->required();
+  command->footer(
+      "What is bad is said with its offset; the exit code is 3 then. Containers keep no "
+      "checksums:\n"
+      "a changed pixel is a sound pixel.");
+  command->callback([file, &exit_code] { Run(*file, exit_code); });
+}
+
+}  // namespace zav::tool
