@@ -43,7 +43,8 @@ void ReadsBackExactly(int32_t width, int32_t height) {
       for (const int kind : kImageKinds) {
         // Of a uniform picture nothing would be left to make a layer of.
         if (kind == ZAV_REC_SQUIZ && width * height == 1) continue;
-        Picture picture = SpritePicture(FormatOf(layer), width, height, 8, width * 41u + height);
+        Picture picture = SpritePicture(FormatOf(layer), width, height, 8,
+                                        static_cast<uint64_t>(width * 41 + height));
         const bool can = kind != ZAV_REC_MIPMAP || (IsPowerOfTwo(width) && IsPowerOfTwo(height));
         ASSERT_EQ(WriteImageOf(kind, stream, nullptr, &layer, &picture.definition), can ? 0 : -1);
         if (!can) continue;
