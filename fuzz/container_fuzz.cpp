@@ -23,12 +23,14 @@ using zav::test::Bytes;
 const std::vector<Bytes>& Seeds() {
   static const std::vector<Bytes> seeds = [] {
     std::vector<Bytes> written;
+    std::vector<ZAV_LAYER> layers = zav::test::EveryLayer();
+    for (const ZAV_LAYER& layer : zav::test::EveryDxtLayer()) layers.push_back(layer);
     const int32_t formats[] = {ZAV_FMT_PAL8, ZAV_FMT_BGRA32};
     for (const int32_t format : formats) {
       for (const int32_t side : {3, 40, 131}) {
         zav::test::Picture picture = zav::test::NoisePicture(format, side, side, 0, 1);
         for (uint8_t& byte : picture.pixels) byte &= 0x11;
-        for (ZAV_LAYER layer : zav::test::EveryLayer()) {
+        for (ZAV_LAYER layer : layers) {
           written.push_back(zav::test::WriteOne(layer, picture.definition));
         }
       }
@@ -39,7 +41,7 @@ const std::vector<Bytes>& Seeds() {
                                   {ZAV_REC_MIPMAP, 8, 16}};
       for (const auto& size : sizes) {
         const auto picture = zav::test::SpritePicture(format, size[1], size[2], 8, 1);
-        for (ZAV_LAYER layer : zav::test::EveryLayer()) {
+        for (ZAV_LAYER layer : layers) {
           written.push_back(zav::test::WriteOne(layer, picture.definition, nullptr, size[0]));
         }
       }
@@ -52,6 +54,7 @@ const std::vector<Bytes>& Seeds() {
 /// Where width, height and pitch stand in a layer's header; 0: nothing is known of the kind.
 size_t ExtentOffset(uint8_t kind) {
   if (kind >= ZAV_LAYER_PAL8 && kind <= ZAV_LAYER_TRUE32) return 6;
+  if (kind >= ZAV_LAYER_DXT1 && kind <= ZAV_LAYER_DXT5) return 6;
   return kind == ZAV_LAYER_PACKED32 ? 10 : kind == ZAV_LAYER_PACKEDPAL8 ? 9 : 0;
 }
 

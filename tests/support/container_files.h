@@ -68,10 +68,14 @@ Bytes WriteContainer(Write&& write) {
 inline int WriteImageOf(int kind, void* stream, char* name, ZAV_LAYER* layer,
                         ZAV_GFXDEF* definition) {
   switch (kind) {
-    case ZAV_REC_TILED: return ZAV_WRITE_TILEDIMAGE(stream, name, layer, definition);
-    case ZAV_REC_SQUIZ: return ZAV_WRITE_SQUIZIMAGE(stream, name, layer, definition);
-    case ZAV_REC_MIPMAP: return ZAV_WRITE_MIPMAPIMAGE(stream, name, 99, layer, definition);
-    default: return ZAV_WRITE_IMAGE(stream, name, layer, definition);
+    case ZAV_REC_TILED:
+      return ZAV_WRITE_TILEDIMAGE(stream, name, layer, definition);
+    case ZAV_REC_SQUIZ:
+      return ZAV_WRITE_SQUIZIMAGE(stream, name, layer, definition);
+    case ZAV_REC_MIPMAP:
+      return ZAV_WRITE_MIPMAPIMAGE(stream, name, 99, layer, definition);
+    default:
+      return ZAV_WRITE_IMAGE(stream, name, layer, definition);
   }
 }
 inline constexpr int kImageKinds[] = {ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP};
@@ -161,7 +165,17 @@ inline size_t Walk(uint8_t* data, size_t size) {
   return pictures;
 }
 
-/// Every layer kind and parameter that is worth a difference.
+/// The kinds whose pixels come back changed, plain and packed.
+inline std::vector<ZAV_LAYER> EveryDxtLayer() {
+  std::vector<ZAV_LAYER> layers;
+  for (int kind = ZAV_LAYER_DXT1; kind <= ZAV_LAYER_DXT5; ++kind) {
+    layers.push_back(Layer(kind, {0}));
+    layers.push_back(Layer(kind, {1}));
+  }
+  return layers;
+}
+
+/// Every other layer kind and parameter that is worth a difference.
 inline std::vector<ZAV_LAYER> EveryLayer() {
   return {
       Layer(ZAV_LAYER_PAL8),

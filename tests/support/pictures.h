@@ -43,9 +43,9 @@ Picture NoisePicture(int32_t format, int32_t width, int32_t height, int32_t pitc
 /// different slopes in every channel, a bright corner, and soft alpha.
 Picture AsymmetricPicture(int32_t width, int32_t height);
 
-/// A sprite in BGRA32 or PAL8: squares of `block` pixels, some empty, some of a few flat colours, the
-/// first one and some others noise. Empty pixels are zero, all others have some alpha. No two palette
-/// entries are equal; the first is zero.
+/// A sprite in BGRA32 or PAL8: squares of `block` pixels, some empty, some of a few flat colours,
+/// the first one and some others noise. Empty pixels are zero, all others have some alpha. No two
+/// palette entries are equal; the first is zero.
 Picture SpritePicture(int32_t format, int32_t width, int32_t height, int32_t block, uint64_t seed);
 
 }  // namespace zav::test
