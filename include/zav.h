@@ -312,38 +312,37 @@ ZAV_API int ZAV_GET_LAYER_SIZE(void* stream);
 // stays in the file.
 ZAV_API int ZAV_WRITE_IMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* definition);
 // Cuts the picture into tiles, one layer each, whose sides are powers of two of at most 256. Narrow
-// pictures are folded, so that tiles are full. Palettized layers (kinds 20 and 34) share one palette
-// unless kind 34 cuts bits. ZAV_CONVERT_FILE puts the tiles together again; walking the record, each
-// tile is a layer to be decoded. A picture that cannot be converted writes nothing.
+// pictures are folded, so that tiles are full. Palettized layers (kinds 20 and 34) share one
+// palette unless kind 34 cuts bits. ZAV_CONVERT_FILE puts the tiles together again; walking the
+// record, each tile is a layer to be decoded. A picture that cannot be converted writes nothing.
 ZAV_API int ZAV_WRITE_TILEDIMAGE(void* stream, char* name, ZAV_LAYER* layer,
                                  ZAV_GFXDEF* definition);
 // Leaves out the blocks of 8 x 8 pixels that are nothing but their row's background, for sprites on
-// transparent or flat ground; the layer holds the others side by side. Exact, but for the colours of
-// transparent pixels in blocks that are left out, which become 0. PAL8 stays PAL8, all else is
+// transparent or flat ground; the layer holds the others side by side. Exact, but for the colours
+// of transparent pixels in blocks that are left out, which become 0. PAL8 stays PAL8, all else is
 // stored from BGRA32. A picture of nothing but background fails. ZAV_CONVERT_FILE reads it; a walk
 // over the records cannot.
 ZAV_API int ZAV_WRITE_SQUIZIMAGE(void* stream, char* name, ZAV_LAYER* layer,
                                  ZAV_GFXDEF* definition);
-// Writes the picture and its mip levels (as of ZAV_GEN_MIPMAPLEVEL), at most `levels` in all, down to
-// 1 x 1, with DXT layers down to a longer side of 4. A level that cannot be stored is left out. Sides
-// that are not powers of two, null arguments and a picture that cannot be converted give -1, and the
-// stream goes on. ZAV_CONVERT_FILE reads the first level; walking the record, byte 37 of its header
-// says how many layers follow.
+// Writes the picture and its mip levels (as of ZAV_GEN_MIPMAPLEVEL), at most `levels` in all, down
+// to 1 x 1, with DXT layers down to a longer side of 4. A level that cannot be stored is left out.
+// Sides that are not powers of two, null arguments and a picture that cannot be converted give -1,
+// and the stream goes on. ZAV_CONVERT_FILE reads the first level; walking the record, byte 37 of
+// its header says how many layers follow.
 ZAV_API int ZAV_WRITE_MIPMAPIMAGE(void* stream, char* name, int levels, ZAV_LAYER* layer,
                                   ZAV_GFXDEF* definition);
 
 // Reads the next layer into `image->source` and, when `dest.format` is set, converts it to `dest`.
 // The result is the read's: look at `dest.pixels` for the conversion's. The image must be ready.
-// Pixels of plain layers lie in the stream's block. Source buffers of an earlier read are freed; the
-// definitions are stored back whatever the result is.
+// Pixels of plain layers lie in the stream's block. Source buffers of an earlier read are freed;
+// the definitions are stored back whatever the result is.
 ZAV_API int ZAV_DECODE_BITMAP(void* stream, ZAV_IMAGE* image);
 // Reports the next layer's definition without consuming it.
 ZAV_API int ZAV_DECODE_BITMAPFORMAT(void* stream, ZAV_GFXDEF* definition);
 
 // ---------------------------------------------------------------------------------------------
-// Still to come in this version: SGI and JPEG files, scaling, the 16-bit and DXT formats as
-// conversion partners, and of the containers the DXT and JPEG layers. They answer with their failure
-// result.
+// Still to come in this version: SGI and JPEG files, and the JPEG layers of containers. They answer
+// with their failure result.
 // ---------------------------------------------------------------------------------------------
 
 static_assert(sizeof(ZAV_LAYER) == 49, "a layer record is the header's bytes and nothing else");

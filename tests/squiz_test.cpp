@@ -226,7 +226,7 @@ TEST(Squiz, BackgroundsTakeOver) {
   // Digits are uniform blocks of a colour, 0 transparent, a dot is a block of two colours.
   const std::pair<const char*, std::pair<uint32_t, const char*>> rows[] = {
       {"1121", {1, "0010"}},    {"....", {0, "1111"}},     {"0010", {0, "0010"}},
-      {"01", {1, "10"}},      {"1221", {2, "1001"}},     {"12322", {2, "10100"}},
+      {"01", {1, "10"}},        {"1221", {2, "1001"}},     {"12322", {2, "10100"}},
       {"1232", {1, "0111"}},    {"122.33", {2, "100111"}}, {"12233", {2, "10011"}},
       {"122333", {3, "111000"}}};
   for (const auto& [blocks, expected] : rows) {

@@ -64,7 +64,7 @@ struct SwapMasks24 {
                           hn::IfThenElse(last, hn::LoadU(d, source - 2), hn::LoadU(d, source)));
   }
 
-  hn::Mask<Bytes<kBytes>> first, last;
+  hn::Mask<Bytes<kBytes> > first, last;
 };
 
 /// Three vectors at a time, which hold whole pixels: all are loaded before one is stored, for work
