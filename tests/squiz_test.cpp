@@ -289,9 +289,13 @@ TEST(Squiz, RefusesWhatTheStripCannotServe) {
 
 TEST(Squiz, StripsOfOtherFormats) {
   const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 70, 30, 8, 2);
-  for (const ZAV_LAYER& layer : EveryLayer()) {
+  std::vector<ZAV_LAYER> layers = EveryLayer();
+  layers.push_back(Layer(ZAV_LAYER_DXT5));
+  for (const ZAV_LAYER& layer : layers) {
     SCOPED_TRACE(int{layer.kind});
-    const Bytes file = WriteSquiz(layer, picture.definition, 8);
+    bool written = false;
+    const Bytes file = WriteSquiz(layer, picture.definition, 8, &written);
+    if (!written && layer.kind == ZAV_LAYER_DXT5) continue;  // a kind without a writer
     Image image;
     ASSERT_TRUE(ReadOne(image, file));
     const bool palettized = layer.kind == ZAV_LAYER_PAL8 || layer.kind == ZAV_LAYER_PACKEDPAL8;

@@ -126,14 +126,20 @@ uint32_t PixelAt(const ZAV_GFXDEF& picture, int x, int y) {
 TEST(Tiled, ThePictureIsWhatTheTilesAre) {
   const int sizes[][2] = {{600, 100}, {100, 600}, {257, 270}};
   int differing = 0;
-  for (const ZAV_LAYER& layer : EveryLayer()) {
+  std::vector<ZAV_LAYER> layers = EveryLayer();
+  layers.push_back(Layer(ZAV_LAYER_DXT1, {1}));
+  layers.push_back(Layer(ZAV_LAYER_DXT5));
+  for (const ZAV_LAYER& layer : layers) {
     for (const int32_t format : {ZAV_FMT_PAL8, ZAV_FMT_BGRA32, ZAV_FMT_RGB24}) {
       for (const auto& size : sizes) {
         SCOPED_TRACE(testing::Message() << "layer " << int{layer.kind} << " of " << format);
         const Picture picture = format == ZAV_FMT_BGRA32
                                     ? AsymmetricPicture(size[0], size[1])
                                     : NoisePicture(format, size[0], size[1], 0, 1);
-        const Bytes file = WriteOne(layer, picture.definition, nullptr, ZAV_REC_TILED);
+        int written = 0;
+        const Bytes file = WriteOne(layer, picture.definition, &written, ZAV_REC_TILED);
+        const bool dxt = layer.kind >= ZAV_LAYER_DXT1 && layer.kind <= ZAV_LAYER_DXT5;
+        if (written != 0 && dxt) continue;  // a kind without a writer
         Image whole, raw;
         whole.dest.format = ZAV_FMT_BGRA32;
         ASSERT_TRUE(ReadOne(whole, file));
