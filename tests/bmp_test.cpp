@@ -4,6 +4,7 @@
 
 #include <tuple>
 
+#include "base/endian.h"
 #include "support/picture_files.h"
 
 namespace zav::test {
@@ -27,11 +28,9 @@ TEST(Bmp, EveryDepthPixelForPixel) {
         Case{16, 7, ZAV_FMT_RGB565}, Case{24, 7, ZAV_FMT_BGR24}}) {
     for (int32_t width : {1, 2, 3, 4, 5, 7, 8, 9, 31, 33, 64}) {
       SCOPED_TRACE(testing::Message() << bits << " bits, " << colors_used << ", width " << width);
-      const Bytes file = BmpFile(bits, width, 3, colors_used);
-      const size_t entries = bits != 8 ? 0
-                             : colors_used >= 1 && colors_used <= 256
-                                 ? static_cast<size_t>(colors_used)
-                                 : 256;
+      Bytes file = BmpFile(bits, width, 3, colors_used);
+      const bool told = colors_used >= 1 && colors_used <= 256;
+      const size_t entries = bits != 8 ? 0 : told ? static_cast<size_t>(colors_used) : 256;
       const size_t pixels_at = bits == 1 ? 62 : 54 + 4 * entries;
       for (bool swapped : {false, true}) {
         Image image;
@@ -56,10 +55,9 @@ TEST(Bmp, EveryDepthPixelForPixel) {
         }
       }
       // The probe knows the same, and leaves alone what it does not know.
-      Bytes header(file.begin(), file.begin() + 54);
       ZAV_GFXDEF probed{};
       probed.alpha_mask = 77;
-      EXPECT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, ".BMP", header.data(), 54), bits != 16);
+      EXPECT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, ".BMP", file.data(), 54), bits != 16);
       EXPECT_EQ(probed.format, bits != 16 ? format : 0);
       EXPECT_EQ(probed.width, bits != 16 ? width : 0);
       EXPECT_EQ(probed.alpha_mask, 77u);
@@ -72,17 +70,14 @@ TEST(Bmp, CutOffFilesAndBadSidesAreRefused) {
     const Bytes whole = BmpFile(bits, 5, 3, 3);
     for (size_t size = 0; size < whole.size(); ++size) {
       Image image;
-      EXPECT_FALSE(
-          image.Read("x.bmp", Bytes(whole.begin(), whole.begin() + static_cast<long>(size))));
+      EXPECT_FALSE(image.Read("x.bmp", Bytes(whole.data(), whole.data() + size)));
       EXPECT_EQ(image.source.pixels, nullptr);
     }
     for (const auto& [width, height] :
          {std::pair{0, 3}, {5, 0}, {-5, 3}, {5, -3}, {INT32_MAX, INT32_MAX}}) {
       Bytes file = whole;
-      for (size_t i = 0; i < 4; ++i) {
-        file[18 + i] = static_cast<uint8_t>(static_cast<uint32_t>(width) >> 8 * i);
-        file[22 + i] = static_cast<uint8_t>(static_cast<uint32_t>(height) >> 8 * i);
-      }
+      StoreLe32(&file[18], static_cast<uint32_t>(width));
+      StoreLe32(&file[22], static_cast<uint32_t>(height));
       Image image;
       EXPECT_FALSE(image.Read("x.bmp", file)) << width << " x " << height;
       ZAV_GFXDEF probed{};

@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <algorithm>
 #include <vector>
 
 #include "convert/stream_copy.h"
@@ -25,9 +25,8 @@ void CheckCopy(std::vector<uint8_t> bytes, int64_t from, int64_t to, int64_t row
                int64_t rows, int64_t dest_pitch, int64_t source_pitch) {
   std::vector<uint8_t> expected = bytes;
   for (int64_t y = 0; y < rows; ++y) {
-    std::memcpy(&expected[static_cast<size_t>(to + y * dest_pitch)],
-                &bytes[static_cast<size_t>(from + y * source_pitch)],
-                static_cast<size_t>(row_bytes));
+    std::copy_n(bytes.data() + from + y * source_pitch, row_bytes,
+                expected.data() + to + y * dest_pitch);
   }
   CopyRows(bytes.data() + to, bytes.data() + from, row_bytes, rows, dest_pitch, source_pitch);
   EXPECT_TRUE(bytes == expected) << from << " to " << to << ", " << row_bytes << " x " << rows

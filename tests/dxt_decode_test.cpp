@@ -12,6 +12,7 @@
 #include "encodings/dxt.h"
 #include "encodings/dxt_rows.h"
 #include "support/page_end_buffer.h"
+#include "support/picture_files.h"
 #include "support/pictures.h"
 #include "support/vector_targets.h"
 #include "zav.h"
@@ -40,11 +41,10 @@ void ReferencePixel(const uint8_t* block, int variant, int x, int y, uint8_t* ou
   const int pixel = 4 * y + x;
   if (variant == 3) out[3] = static_cast<uint8_t>((block[pixel / 2] >> pixel % 2 * 4 & 15) * 17);
   if (variant == 5) {
-    int code = 0;
-    for (int bit = 0; bit < 3; ++bit) {
-      const int at = 3 * pixel + bit;
-      code |= (block[2 + at / 8] >> at % 8 & 1) << bit;
-    }
+    // The codes are a little-endian number of 48 bits.
+    uint64_t codes = 0;
+    for (int i = 7; i >= 2; --i) codes = codes << 8 | block[i];
+    const int code = static_cast<int>(codes >> 3 * pixel & 7);
     const int a0 = block[0], a1 = block[1], steps = a0 > a1 ? 7 : 5;
     int alpha = code == 0   ? a0
                 : code == 1 ? a1
@@ -105,31 +105,26 @@ TEST(DxtDecode, ThroughTheConversion) {
     const int variant = format - ZAV_FMT_DXT1 + 1;
     for (const int side : {4, 6, 8, 13}) {
       std::vector<uint8_t> blocks = RandomBlocks(variant, 16, random);
-      ZAV_IMAGE image;
-      ZAV_INIT(&image);
-      image.source = {blocks.data(), nullptr, side, side, 0, format, 0, 0, 0, 0, 0};
-      image.source.pitch = static_cast<int32_t>(blocks.size());
+      Image image;
+      const auto size = static_cast<int32_t>(blocks.size());
+      image.source = {blocks.data(), nullptr, side, side, 0, format, size, 0, 0, 0, 0};
       image.dest.format = ZAV_FMT_BGRA32;
       ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
-      for (int y = 0; y < side; ++y) {
-        for (int x = 0; x < side; ++x) {
-          // What no whole block covers is zero in the library's own buffer.
-          uint8_t expected[4] = {};
-          const int across = side / 4;
-          if (x / 4 < across && y / 4 < across) {
-            const int block = y / 4 * across + x / 4;
-            ReferencePixel(&blocks[static_cast<size_t>(block * (variant == 1 ? 8 : 16))], variant,
-                           x % 4, y % 4, expected);
-          }
-          ASSERT_EQ(0, std::memcmp(image.dest.pixels + y * image.dest.pitch + x * 4, expected, 4));
+      const int across = side / 4, block_bytes = variant == 1 ? 8 : 16;
+      for (int i = 0; i < side * side; ++i) {
+        const int x = i % side, y = i / side, at = (y / 4 * across + x / 4) * block_bytes;
+        // What no whole block covers is zero in the library's own buffer.
+        uint8_t expected[4] = {};
+        if (x / 4 < across && y / 4 < across) {
+          ReferencePixel(&blocks[static_cast<size_t>(at)], variant, x % 4, y % 4, expected);
         }
+        ASSERT_EQ(0, std::memcmp(image.dest.pixels + y * image.dest.pitch + x * 4, expected, 4));
       }
       // A source that says it has fewer bytes than its blocks take is refused.
-      image.source.pitch = side / 4 * (side / 4) * (variant == 1 ? 8 : 16) - 1;
+      image.source.pitch = across * across * block_bytes - 1;
       image.dest = ZAV_GFXDEF{};
       image.dest.format = ZAV_FMT_BGRA32;
       EXPECT_EQ(ZAV_CONVERT_RAW(&image), 0);
-      ZAV_FREE(&image);
     }
   }
 }

@@ -13,6 +13,7 @@
 #include <climits>
 #include <cstring>
 #include <string_view>
+#include <utility>
 
 #include "support/failing_heap.h"
 #include "support/pictures.h"
@@ -61,6 +62,7 @@ TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
         Picture picture = NoisePicture(saved.format, width, 3, opaque ? 0 : width * 4 + 3, 7);
         for (size_t i = 3; opaque && i < picture.palette.size(); i += 4) picture.palette[i] = 255;
         const Bytes pixels = picture.pixels, palette = picture.palette;
+        const int32_t row = width * picture.definition.bytes_per_pixel;
         Image image;
         image.source = picture.definition;
         const std::string path = TestPath(saved.ending);
@@ -77,7 +79,6 @@ TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
         if (width == 5) {
           EXPECT_EQ(std::memcmp(file.data(), saved.header.data(), saved.header.size()), 0);
           const size_t map = palette.empty() ? 0 : bmp ? 1024 : 768;
-          const int32_t row = width * picture.definition.bytes_per_pixel;
           EXPECT_EQ(file.size(), saved.header.size() + map +
                                      static_cast<size_t>((bmp ? (row + 3) / 4 * 4 : row) * 3));
           if (bmp && map != 0) {
@@ -89,7 +90,7 @@ TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
         ASSERT_EQ(back.source.format, saved.format);
         for (int32_t y = 0; y < 3; ++y) {
           ASSERT_EQ(std::memcmp(back.source.pixels + y * back.source.pitch, picture.Row(y),
-                                static_cast<size_t>(width * picture.definition.bytes_per_pixel)),
+                                static_cast<size_t>(row)),
                     0);
         }
         for (size_t i = 0; i < palette.size(); ++i) {
@@ -109,21 +110,19 @@ TEST(PictureFiles, FailedSavesKeepTheFile) {
   const std::string path = TestPath("kept");
   const Bytes old = {1, 2, 3};
   WriteFile(path, old);
-  Picture lookup = NoisePicture(ZAV_FMT_PAL8, 4, 4, 0, 1);
-  lookup.definition.palette = nullptr;
-  const Picture nibbles = NoisePicture(ZAV_FMT_PAL4, 4, 4, 0, 1);
-  const Picture wide = NoisePicture(ZAV_FMT_BGR24, 65536, 1, 0, 1);
-  const Picture high = NoisePicture(ZAV_FMT_BGR24, 1, 65536, 0, 1);
   const auto refused = [&](const ZAV_GFXDEF& source, long type) {
     Image image;
     image.source = source;
     return ZAV_SAVE_BITMAP(&image, type, path.c_str()) == 0 &&
            SameDefinition(image.source, source) && FileBytes(path) == old;
   };
+  Picture lookup = NoisePicture(ZAV_FMT_PAL8, 4, 4, 0, 1);
+  lookup.definition.palette = nullptr;
   EXPECT_TRUE(refused(lookup.definition, ZAV_SAVE_BMP24));
-  EXPECT_TRUE(refused(nibbles.definition, ZAV_SAVE_TGA32));
+  EXPECT_TRUE(refused(NoisePicture(ZAV_FMT_PAL4, 4, 4, 0, 1).definition, ZAV_SAVE_TGA32));
+  const Picture wide = NoisePicture(ZAV_FMT_BGR24, 65536, 1, 0, 1);
   EXPECT_TRUE(refused(wide.definition, ZAV_SAVE_TGA24));
-  EXPECT_TRUE(refused(high.definition, ZAV_SAVE_TGA24));
+  EXPECT_TRUE(refused(NoisePicture(ZAV_FMT_BGR24, 1, 65536, 0, 1).definition, ZAV_SAVE_TGA24));
   TakeTraces();
   for (long type : {0L, 7L, 99L, 201L, -1L, LONG_MAX, LONG_MIN, (1L << 32) + 2}) {
     EXPECT_TRUE(refused(wide.definition, type)) << type;
@@ -145,31 +144,26 @@ TEST(PictureFiles, FailedSavesKeepTheFile) {
   unlink(path.c_str());
 }
 
-struct Named {
-  const char* name;
-  Bytes file;
-};
-
-std::vector<Named> SmallFiles() {
-  std::vector<Named> files;
+std::vector<std::pair<const char*, Bytes>> SmallFiles() {
+  std::vector<std::pair<const char*, Bytes>> files;
   for (uint32_t bits : {1u, 8u, 16u, 24u}) {
-    files.push_back({"x.bmp", BmpFile(bits, 5, 3, 4)});
-    Bytes tga = TgaStart(10, bits == 1 ? 32 : bits, 5, 3, 0x20, bits == 8 ? 4 : 0, 24);
-    Append(tga, NoisePackets(bits == 1 ? 4 : static_cast<int32_t>(bits / 8), 15, bits));
-    files.push_back({"x.tga", tga});
+    files.emplace_back("x.bmp", BmpFile(bits, 5, 3, 4));
+    const uint32_t depth = bits == 1 ? 32 : bits;
+    files.emplace_back("x.tga", TgaStart(10, depth, 5, 3, 0x20, bits == 8 ? 4 : 0, 24));
+    Append(files.back().second, NoisePackets(static_cast<int32_t>(depth / 8), 15, bits));
   }
   return files;
 }
 
 // The block is read-only and ends where the mapped memory does.
 TEST(PictureFiles, AnyHeaderByteMayBeWrong) {
-  for (const Named& named : SmallFiles()) {
-    for (size_t at = 0; at < std::min<size_t>(named.file.size(), 62); ++at) {
+  for (const auto& [name, whole] : SmallFiles()) {
+    for (size_t at = 0; at < std::min<size_t>(whole.size(), 62); ++at) {
       for (uint32_t change : {0x01u, 0x02u, 0x04u, 0x08u, 0x10u, 0x20u, 0x40u, 0x80u, 0xFFu}) {
         for (int32_t format : {0, +ZAV_FMT_RGBA32, +ZAV_FMT_RGB24, +ZAV_FMT_RGB565}) {
-          Bytes file = named.file;
+          Bytes file = whole;
           file[at] = static_cast<uint8_t>(file[at] ^ change);
-          ReadAndLookAt(named.name, file, format);
+          ReadAndLookAt(name, file, format);
         }
       }
     }
@@ -177,15 +171,15 @@ TEST(PictureFiles, AnyHeaderByteMayBeWrong) {
 }
 
 TEST(PictureFiles, FailedAllocationsFailTheRead) {
-  for (const Named& named : SmallFiles()) {
+  for (const auto& [name, whole] : SmallFiles()) {
     for (int32_t format : {0, +ZAV_FMT_BGRA32, +ZAV_FMT_RGB24, +ZAV_FMT_ARGB4444}) {
       Image image;
       ZAV_GFXDEF wanted{};
       wanted.format = format;
       FailEveryAllocation(
-          [&] {
+          [&, name = name, &file = whole] {
             image.dest = wanted;
-            return image.Read(named.name, named.file);
+            return image.Read(name, file);
           },
           [&](int, bool succeeded) {
             EXPECT_FALSE(succeeded);

@@ -88,41 +88,33 @@ const char* Name(PackerContent content) {
 std::vector<uint8_t> MakePackerContent(PackerContent content, size_t size) {
   std::vector<uint8_t> bytes(size);
   Random random(1);
-  for (size_t i = 0; i < size; ++i) {
-    const auto at = static_cast<int32_t>(i);
+  const auto value = [&](int32_t at) -> int32_t {
     const int32_t x = at % kWidth, y = at / kWidth, pixel = at / 4, block = at / 8;
-    int32_t value = 0;
     switch (content) {
       case PackerContent::kPlanar:
-        value = Photo(x, y, 1);
-        break;
+        return Photo(x, y, 1);
       case PackerContent::kPlanar5:
-        value = Photo(x, y, 1) >> 3;
-        break;
+        return Photo(x, y, 1) >> 3;
       case PackerContent::kInterleaved: {
         // The channels of a photograph follow its brightness.
         const int32_t px = pixel % kWidth, py = pixel / kWidth;
         const auto channel = static_cast<uint32_t>(at % 4);
-        value = channel == 3 ? 255 : (Photo(px, py, 1) * 3 + Photo(px, py, 2 + channel)) / 4;
-        break;
+        return channel == 3 ? 255 : (Photo(px, py, 1) * 3 + Photo(px, py, 2 + channel)) / 4;
       }
       case PackerContent::kDrawn:
-        value = Drawn(x, y);
-        break;
+        return Drawn(x, y);
       case PackerContent::kIndices:
-        value = Index(x, y);
-        break;
+        return Index(x, y);
       case PackerContent::kMask:
-        value = Mask(x, y);
-        break;
+        return Mask(x, y);
       case PackerContent::kBlocks:
-        value = BlockByte(block % 64, block / 64, at % 8);
-        break;
-      case PackerContent::kNoise:
-        value = random.Byte();
-        break;
+        return BlockByte(block % 64, block / 64, at % 8);
+      default:
+        return random.Byte();
     }
-    bytes[i] = static_cast<uint8_t>(value);
+  };
+  for (size_t i = 0; i < size; ++i) {
+    bytes[i] = static_cast<uint8_t>(value(static_cast<int32_t>(i)));
   }
   return bytes;
 }
