@@ -29,7 +29,8 @@ std::atomic<const HicolorRun*> g_last_run{nullptr};
 
 void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow row) {
   const HicolorRun* run = nullptr;
-  WalkRows(converter, [&](const uint8_t* source, uint8_t* dest, size_t count) {
+  // The rows stream by themselves where it pays.
+  ForEachRow(Rows(converter), [&](const uint8_t* source, uint8_t* dest, size_t count) {
     run = row(layout, source, dest, count);
   });
   // Written only when it changes, so that threads that convert alike share the cache line.
