@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // From a file in memory to 32-bit pixels, ours and peers on the same bytes. Rows are called
-// file/<who>/<kind>/<content>/<side>; PIL's come from a Python program that this one runs, so they
+// File/<kind>_<content>/<side>/<who>; PIL's come from a Python program that this one runs, so they
 // hold its best time, where the others hold the mean.
 
 #include <benchmark/benchmark.h>
@@ -207,8 +207,9 @@ double PilSeconds(const Bytes& file, const Kind& kind) {
 using Decode = bool (*)(const Bytes& file, const char* name);
 
 void Register(const char* who, Decode decode, const Kind& kind, bool flat, size_t side) {
-  const std::string row = std::string("file/") + who + "/" + kind.name +
-                          (flat ? "/flat/" : "/photo/") + std::to_string(side);
+  std::string row = "File/";
+  row.append(kind.name).append(flat ? "_flat/" : "_photo/");
+  row.append(std::to_string(side)).append("/").append(who);
   const auto set_rate = [side](benchmark::State& state) {
     state.SetBytesProcessed(state.iterations() * static_cast<int64_t>(side * side * 4));
   };

@@ -5,7 +5,6 @@
 #include <algorithm>
 
 #include "container/layer_dispatch.h"
-#include "container/plain_image.h"
 #include "support/container_files.h"
 #include "support/page_end_buffer.h"
 #include "support/pictures.h"
@@ -27,27 +26,10 @@ Bytes Record(uint8_t kind, uint32_t size) {
   return record;
 }
 
-/// Runs `body(stream)` on a stream over the bytes, which end at an unmapped page.
-template <typename Body>
-void WithReader(const Bytes& bytes, Body&& body) {
-  PageEndBuffer block(bytes.data(), bytes.size());
-  void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(bytes.size()));
-  ASSERT_NE(stream, nullptr);
-  body(stream);
-  ZAV_CLOSE(stream);
-}
-
-int KindOf(void* stream) {
-  int kind = -1;
-  return ZAV_GET_LAYER_TYPE(stream, &kind) == 0 ? kind : -1;
-}
-
 TEST(ContainerStream, OpensWhatBeginsWithTheMagic) {
   const auto opens = [](const std::string& bytes) {
-    PageEndBuffer block(reinterpret_cast<const uint8_t*>(bytes.data()), bytes.size());
-    void* stream = ZAV_OPEN_READ(block.data(), static_cast<int>(bytes.size()));
-    ZAV_CLOSE(stream);
-    return stream != nullptr;
+    const Reader stream(Bytes(bytes.begin(), bytes.end()));
+    return static_cast<void*>(stream) != nullptr;
   };
   EXPECT_TRUE(opens(std::string("ZAV\0", 4)));
   EXPECT_TRUE(opens("ZAV9."));
@@ -64,23 +46,22 @@ TEST(ContainerStream, NullArgumentsFail) {
   ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE32, {2});
   ZAV_IMAGE image{};
   ZAV_GFXDEF definition{};
+  int kind = 7;
   ZAV_CLOSE(nullptr);
-  WithReader(Join({Record(20, 18)}), [&](void* reading) {
-    int kind = 7;
-    for (void* stream : {static_cast<void*>(nullptr), reading}) {
-      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, stream != nullptr ? nullptr : &image), -1);
-      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);  // never initialised
-      EXPECT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, stream != nullptr ? nullptr : &definition), -1);
-      EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, stream != nullptr ? nullptr : &kind), -1);
-      EXPECT_EQ(ZAV_SEEK_START(stream), -1);
-      EXPECT_EQ(ZAV_GET_LAYER_SIZE(stream), -1);
-      EXPECT_EQ(ZAV_READ_LAYER(stream, stream != nullptr ? nullptr : &layer), -1);
-      EXPECT_EQ(ZAV_SKIP_LAYER(stream),
-                -1);  // failed for good by the header that was not asked for
-      EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
-      EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition), -1);
-    }
-  });
+  Reader reading(Join({Record(20, 18)}));
+  for (const bool none : {true, false}) {
+    void* stream = none ? nullptr : static_cast<void*>(reading);
+    EXPECT_EQ(ZAV_DECODE_BITMAP(stream, none ? &image : nullptr), -1);
+    EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);  // never initialised
+    EXPECT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, none ? &definition : nullptr), -1);
+    EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, none ? &kind : nullptr), -1);
+    EXPECT_EQ(ZAV_SEEK_START(stream), -1);
+    EXPECT_EQ(ZAV_GET_LAYER_SIZE(stream), -1);
+    EXPECT_EQ(ZAV_READ_LAYER(stream, none ? &layer : nullptr), -1);
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);  // failed for good by the header not asked for
+    EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
+    EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition), -1);
+  }
   // Neither a layer nor a definition, nor one without pixels; the record that was begun stays.
   EXPECT_EQ(WriteContainer([&](void* s) { ZAV_WRITE_IMAGE(s, nullptr, nullptr, &definition); }),
             Join({}));
@@ -95,35 +76,32 @@ TEST(ContainerStream, NullArgumentsFail) {
 
 TEST(ContainerStream, ReadsHeadersOfTheKindThatIsExpected) {
   const Bytes file = Join({Record(3, 60), Record(20, 18), {77, 1, 2}});
-  WithReader(file, [&](void* stream) {
-    EXPECT_EQ(KindOf(stream), 3);
-    EXPECT_EQ(KindOf(stream), 3);
-    EXPECT_EQ(ZAV_SKIP_LAYER(stream), 0);
-    // The caller's record ends with its header.
-    PageEndBuffer record(18);
-    auto* layer = reinterpret_cast<ZAV_LAYER*>(record.data());
-    layer->kind = 20;
-    EXPECT_EQ(ZAV_READ_LAYER(stream, layer), 0);
-    EXPECT_EQ(std::memcmp(record.data(), file.data() + 64, 18), 0);
-    // Only three bytes are left, of a kind that does not exist.
-    ZAV_LAYER cut = Layer(77, {5});
-    cut.size[3] = 99;
-    EXPECT_EQ(ZAV_READ_LAYER(stream, &cut), 0);
-    EXPECT_EQ(cut.size[1], 2);
-    EXPECT_EQ(cut.size[3], 99);
-    EXPECT_EQ(cut.fields[0], 5);
-    EXPECT_EQ(KindOf(stream), ZAV_KIND_END);
-    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
-    EXPECT_EQ(KindOf(stream), ZAV_KIND_END);
-    EXPECT_EQ(ZAV_READ_LAYER(stream, &cut), -1);
-    EXPECT_EQ(KindOf(stream), -1);
-  });
-  WithReader(file, [&](void* stream) {
-    ZAV_LAYER layer = Layer(20);
-    EXPECT_EQ(ZAV_READ_LAYER(stream, &layer), -1);
-    EXPECT_EQ(KindOf(stream), -1);
-    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
-  });
+  Reader stream(file);
+  for (int i = 0; i < 2; ++i) EXPECT_EQ(stream.Kind(), 3);
+  EXPECT_EQ(ZAV_SKIP_LAYER(stream), 0);
+  // The caller's record ends with its header.
+  PageEndBuffer record(18);
+  record.data()[0] = 20;
+  EXPECT_EQ(ZAV_READ_LAYER(stream, reinterpret_cast<ZAV_LAYER*>(record.data())), 0);
+  EXPECT_EQ(std::memcmp(record.data(), file.data() + 64, 18), 0);
+  // Only three bytes are left, of a kind that does not exist.
+  ZAV_LAYER cut = Layer(77, {5});
+  cut.size[3] = 99;
+  EXPECT_EQ(ZAV_READ_LAYER(stream, &cut), 0);
+  EXPECT_EQ(cut.size[1], 2);
+  EXPECT_EQ(cut.size[3], 99);
+  EXPECT_EQ(cut.fields[0], 5);
+  EXPECT_EQ(stream.Kind(), ZAV_KIND_END);
+  EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
+  EXPECT_EQ(stream.Kind(), ZAV_KIND_END);
+  EXPECT_EQ(ZAV_READ_LAYER(stream, &cut), -1);
+  EXPECT_EQ(stream.Kind(), -1);
+
+  Reader other(file);
+  ZAV_LAYER layer = Layer(20);
+  EXPECT_EQ(ZAV_READ_LAYER(other, &layer), -1);
+  EXPECT_EQ(other.Kind(), -1);
+  EXPECT_EQ(ZAV_SKIP_LAYER(other), -1);
 }
 
 TEST(ContainerStream, FailedSkipsMoveOn) {
@@ -131,10 +109,9 @@ TEST(ContainerStream, FailedSkipsMoveOn) {
     Bytes record = Record(3, 23);
     std::memcpy(&record[1], &size, 4);
     record[5] = 9;
-    WithReader(Join({record}), [&](void* stream) {
-      EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1) << size;
-      EXPECT_EQ(KindOf(stream), 9) << size;
-    });
+    Reader stream(Join({record}));
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1) << size;
+    EXPECT_EQ(stream.Kind(), 9) << size;
   }
 }
 
@@ -163,11 +140,10 @@ TEST(ContainerStream, RefusesKindsAndModesThatAreNone) {
               }),
               Join({header}));
   }
-  WithReader(Join({Record(3, 37)}), [&](void* stream) {
-    ZAV_LAYER layer = Layer(3);
-    EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
-    EXPECT_EQ(KindOf(stream), -1);
-  });
+  Reader reading(Join({Record(3, 37)}));
+  ZAV_LAYER image = Layer(3);
+  EXPECT_EQ(ZAV_WRITE_LAYER(reading, &image), -1);
+  EXPECT_EQ(reading.Kind(), -1);
   WriteContainer([&](void* stream) {
     int kind = 1;
     EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), -1);
@@ -177,23 +153,6 @@ TEST(ContainerStream, RefusesKindsAndModesThatAreNone) {
     EXPECT_EQ(ZAV_READ_LAYER(stream, &layer), -1);
     EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
   });
-}
-
-TEST(ContainerStream, LongNamesKeepTheirFirst32Characters) {
-  Picture picture = NoisePicture(ZAV_FMT_BGR24, 1, 1, 0, 4);
-  char name[] = "0123456789012345678901234567890123456789";
-  ZAV_LAYER layer = Layer(ZAV_LAYER_TRUE24, {2});
-  const Bytes file = WriteContainer([&](void* stream) {
-    EXPECT_EQ(ZAV_WRITE_IMAGE(stream, name, &layer, &picture.definition), 0);
-  });
-  ZAV_STREAM stream;
-  ASSERT_TRUE(stream.OpenRead(file.data(), static_cast<int64_t>(file.size())));
-  char read[kNameLength + 1];
-  ScopedConverter converter;
-  EXPECT_TRUE(ReadPlainImage(stream, read, converter.source, Wanted::kPicture));
-  EXPECT_EQ(read, std::string(name, 32));
-  EXPECT_FALSE(ReadPlainImage(stream, read, converter.source, Wanted::kPicture));
-  EXPECT_STREQ(read, "");
 }
 
 TEST(ContainerStream, AnAbandonedLayerIsWrittenOver) {

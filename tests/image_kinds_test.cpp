@@ -6,9 +6,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 #include "base/endian.h"
 #include "container/container_reader.h"
+#include "container/plain_image.h"
 #include "convert/surface.h"
 #include "frame/environment.h"
 #include "kinds/squiz_image.h"
@@ -87,21 +89,22 @@ TEST(ImageKinds, EverySizeReadsBackExactly) {
   for (const auto& size : large) ReadsBackExactly(size[0], size[1]);
 }
 
-TEST(ImageKinds, NamesAreReadBack) {
-  const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 9, 9, 8, 1);
+TEST(ImageKinds, NamesKeepTheirFirst32Characters) {
+  Picture picture = SpritePicture(ZAV_FMT_BGRA32, 9, 9, 8, 1);
   char name[] = "0123456789012345678901234567890123456789";
-  for (const auto read : {ReadTiledImage, ReadSquizImage}) {
-    ZAV_GFXDEF definition = picture.definition;
+  bool (*const readers[])(ZAV_STREAM&, char*, ZAV_SURFACE&, Wanted) = {
+      ReadPlainImage, ReadTiledImage, ReadSquizImage};
+  for (int i = 0; i < 3; ++i) {
     ZAV_LAYER layer = kTrue32;
     const Bytes file = WriteContainer([&](void* stream) {
-      WriteImageOf(read == ReadTiledImage ? ZAV_REC_TILED : ZAV_REC_SQUIZ, stream, name, &layer,
-                   &definition);
+      const int kind = std::array{ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ}[size_t(i)];
+      WriteImageOf(kind, stream, name, &layer, &picture.definition);
     });
     ZAV_STREAM stream;
     ASSERT_TRUE(stream.OpenRead(file.data(), static_cast<int64_t>(file.size())));
     char stored[kNameLength + 1];
     ScopedConverter converter;
-    EXPECT_TRUE(read(stream, stored, converter.source, Wanted::kDefinition));
+    EXPECT_TRUE(readers[i](stream, stored, converter.source, Wanted::kDefinition));
     EXPECT_EQ(stored, std::string(name, 32));
   }
 }
@@ -109,15 +112,14 @@ TEST(ImageKinds, NamesAreReadBack) {
 TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
   const Picture picture = SpritePicture(ZAV_FMT_PAL8, 16, 16, 8, 1);
   const ZAV_GFXDEF good = picture.definition;
-  std::vector<ZAV_GFXDEF> refused(8, good);
-  refused[0].width = 0;
-  refused[1].height = 0;
-  refused[2].width = -16;
-  refused[3].pixels = nullptr;
-  refused[4].palette = nullptr;
-  refused[5].format = ZAV_FMT_PAL4;
-  refused[6].pitch = 15;
-  refused[7].format = 99;
+  std::vector<ZAV_GFXDEF> refused(7, good);
+  refused[0].height = 0;
+  refused[1].width = -16;
+  refused[2].pixels = nullptr;
+  refused[3].palette = nullptr;
+  refused[4].format = ZAV_FMT_PAL4;
+  refused[5].pitch = 15;
+  refused[6].format = 99;
   for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
     const auto refuses = [&](ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
       const Bytes file = WriteContainer([&](void* stream) {
@@ -150,11 +152,11 @@ TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
   }
 }
 
-TEST(ImageKinds, ReadersLeaveTheEnvironmentAlone) {
+TEST(ImageKinds, WritersPublishTheirEnvironmentAndReadersLeaveIt) {
   ZAV_CONVERTER filtering{};
   filtering.env = ZAV_ENV_FILTER;
   const Picture picture = NoisePicture(ZAV_FMT_RGB24, 300, 9, 0, 1);
-  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ}) {
+  for (const int kind : {ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ}) {
     PublishEnv(filtering);
     const Bytes file = WriteOne(Layer(ZAV_LAYER_HICOLOR, {1}), picture.definition, nullptr, kind);
     EXPECT_EQ(PublishedEnv(), 0u);
@@ -163,57 +165,76 @@ TEST(ImageKinds, ReadersLeaveTheEnvironmentAlone) {
     EXPECT_TRUE(ContainerRead(converter, file.data(), static_cast<int64_t>(file.size())));
     EXPECT_EQ(PublishedEnv(), uint32_t{ZAV_ENV_FILTER});
   }
+  WriteOne(Layer(ZAV_LAYER_TRUE24, {1}), picture.definition);  // nothing to convert
+  EXPECT_EQ(PublishedEnv(), uint32_t{ZAV_ENV_FILTER});
+}
+
+/// The kind of image, the layer.
+std::vector<std::pair<int, ZAV_LAYER>> EveryKindAndLayer() {
+  std::vector<std::pair<int, ZAV_LAYER>> all;
+  for (const ZAV_LAYER& layer : EveryLayer()) all.emplace_back(ZAV_REC_IMAGE, layer);
+  for (const int kind : {ZAV_LAYER_DXT1, ZAV_LAYER_DXT4, ZAV_LAYER_DXT5}) {
+    for (const int packed : {0, 1}) all.emplace_back(ZAV_REC_IMAGE, Layer(kind, {packed}));
+  }
+  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
+    for (const ZAV_LAYER& layer : kLayers) all.emplace_back(kind, layer);
+  }
+  return all;
 }
 
 TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
-  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
-    for (const ZAV_LAYER& layer : kLayers) {
-      // Two tiles; three rows of blocks; three levels.
-      const int32_t size[2] = {kind == ZAV_REC_TILED ? 257 : 4, kind == ZAV_REC_SQUIZ ? 20 : 2};
-      Picture picture = SpritePicture(FormatOf(layer), size[0], size[1], 8, 3);
-      if (layer.kind == ZAV_LAYER_PAL8) {
-        std::fill(picture.palette.begin() + 8, picture.palette.end(), uint8_t{0});
-      }
-      const Bytes file = WriteOne(layer, picture.definition, nullptr, kind);
-      for (size_t length = 0; length < file.size(); ++length) {
-        PageEndBuffer cut(file.data(), length);
-        Walk(cut.data(), length);
-        Image image;
-        const bool read = ZAV_CONVERT_MEMFILE(&image, "zav", cut.data(), long(length)) == 1;
-        ASSERT_TRUE(!read || kind == ZAV_REC_MIPMAP) << kind << ", " << length << " bytes";
-      }
-      PageEndBuffer block(file.size());
-      std::copy(file.begin(), file.end(), block.data());
-      for (size_t i = 0; i < file.size(); ++i) {
-        for (const int value : {0, 0x7F, 0xFF, file[i] ^ 0x10, file[i] + 1, file[i] - 1}) {
-          block.data()[i] = static_cast<uint8_t>(value);
-          Walk(block.data(), file.size());
-        }
-        block.data()[i] = file[i];
-      }
+  for (const auto& [kind, layer] : EveryKindAndLayer()) {
+    // One layer; two tiles; three rows of blocks; three levels.
+    const int32_t width = kind == ZAV_REC_TILED ? 257 : kind == ZAV_REC_IMAGE ? 9 : 4;
+    const int32_t height = kind == ZAV_REC_SQUIZ ? 20 : kind == ZAV_REC_IMAGE ? 5 : 2;
+    Picture picture = SpritePicture(FormatOf(layer), width, height, 8, 3);
+    if (layer.kind == ZAV_LAYER_PAL8) {
+      std::fill(picture.palette.begin() + 8, picture.palette.end(), uint8_t{0});
     }
+    const Bytes file = WriteOne(layer, picture.definition, nullptr, kind);
+    for (size_t length = 0; length < file.size(); ++length) {
+      PageEndBuffer cut(file.data(), length);
+      const size_t pictures = Walk(cut.data(), length);
+      Image image;
+      const bool read = ZAV_CONVERT_MEMFILE(&image, "zav", cut.data(), long(length)) == 1;
+      ASSERT_TRUE(!read || kind == ZAV_REC_MIPMAP) << kind << ", " << length << " bytes";
+      ASSERT_TRUE(pictures == 0 || kind != ZAV_REC_IMAGE) << int{layer.kind} << ", " << length;
+    }
+    PageEndBuffer block(file.size());
+    std::copy(file.begin(), file.end(), block.data());
+    ASSERT_NE(Walk(block.data(), file.size()), 0u);
+    for (size_t i = 0; i < file.size(); ++i) {
+      for (const int value : {0, 1, 0x7F, 0x80, 0xFF, file[i] ^ 0x10, file[i] + 1, file[i] - 1}) {
+        block.data()[i] = static_cast<uint8_t>(value);
+        Walk(block.data(), file.size());
+      }
+      block.data()[i] = file[i];
+    }
+    EXPECT_TRUE(std::equal(file.begin(), file.end(), block.data()));  // no reader writes
   }
 }
 
 TEST(ImageKinds, EveryFailedAllocationIsAFailure) {
   const TemporaryFile file;
   const auto fails = [](int, bool succeeded) { EXPECT_FALSE(succeeded); };
-  for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
-    for (const ZAV_LAYER& layer : kLayers) {
-      const int32_t height = kind == ZAV_REC_TILED ? 300 : 64;
-      Picture picture = SpritePicture(ZAV_FMT_BGRA32, 32, height, 8, 4);
+  for (const auto& [kind, layer] : EveryKindAndLayer()) {
+    for (const int32_t format : {ZAV_FMT_BGRA32, ZAV_FMT_PAL8}) {
+      SCOPED_TRACE(testing::Message() << kind << ", " << int{layer.kind} << " of " << format);
+      ZAV_LAYER record = layer;
+      Picture picture = SpritePicture(format, 32, kind == ZAV_REC_TILED ? 300 : 64, 8, 4);
       const size_t whole = WriteOne(layer, picture.definition, nullptr, kind).size();
-      const auto write = [&] {
-        ZAV_LAYER record = layer;
+      const auto write = [&, image_kind = kind] {
         void* stream = ZAV_OPEN_WRITE(file.path());
-        const int written = WriteImageOf(kind, stream, nullptr, &record, &picture.definition);
+        const int written = WriteImageOf(image_kind, stream, nullptr, &record, &picture.definition);
         ZAV_CLOSE(stream);
         return written == 0 && file.Read().size() == whole;  // levels may be left out
       };
       const auto read = [&] {
         Image image;
+        image.dest.format = layer.kind >= ZAV_LAYER_DXT1 && layer.kind < 33 ? 0 : ZAV_FMT_RGBA32;
         if (ZAV_CONVERT_FILE(&image, file.path()) == 1) return true;
         EXPECT_EQ(image.source.pixels, nullptr);
+        EXPECT_TRUE(image.converter == nullptr || image.converter->source.flags == 0);
         return false;
       };
       FailEveryAllocation(write, fails);

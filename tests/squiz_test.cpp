@@ -192,17 +192,9 @@ TEST(Squiz, RecordsAreThoseOfHand) {
     const int strip_width = plain.stored() * size;
     const int pitch = palettized ? (strip_width + 3) / 4 * 4 : strip_width * 4;
     Bytes strip = plain.Strip(pitch);
-    const ZAV_GFXDEF definition{strip.data(),
-                                picture.definition.palette,
-                                strip_width,
-                                size,
-                                0,
-                                picture.definition.format,
-                                pitch,
-                                0,
-                                0,
-                                0,
-                                0};
+    ZAV_GFXDEF definition = picture.definition;
+    definition.pixels = strip.data();
+    definition.width = strip_width, definition.height = size, definition.pitch = pitch;
     const Bytes one = WriteOne(layer, definition);
     expected.insert(expected.end(), one.begin() + 41, one.end());
     ASSERT_TRUE(file == expected);
@@ -222,6 +214,7 @@ TEST(Squiz, RecordsAreThoseOfHand) {
   EXPECT_GT(written_ones, 300);
 }
 
+<<<<<<< HEAD
 TEST(Squiz, BackgroundsTakeOver) {
   // Digits are uniform blocks of a colour, 0 transparent, a dot is a block of two colours.
   const std::pair<const char*, std::pair<uint32_t, const char*>> rows[] = {
@@ -248,16 +241,17 @@ TEST(Squiz, BackgroundsTakeOver) {
   }
 }
 
+=======
+>>>>>>> trima
 TEST(Squiz, NothingButBackgroundFailsTheStream) {
-  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 1, 30, 0, 1);
+  const Picture narrow = NoisePicture(ZAV_FMT_BGRA32, 1, 30, 0, 1);
   Picture flat = NoisePicture(ZAV_FMT_PAL8, 30, 30, 0, 1);
   std::fill(flat.pixels.begin(), flat.pixels.end(), uint8_t{9});
   for (const ZAV_LAYER& layer : {kTrue32, kPal8, Layer(33, {2, 8, 8, 8, 8}), Layer(34)}) {
-    bool written = true;
-    WriteSquiz(layer, picture.definition, 1, &written);
-    EXPECT_FALSE(written);
-    WriteSquiz(layer, flat.definition, 8, &written);
-    EXPECT_FALSE(written);
+    bool written[2] = {true, true};
+    WriteSquiz(layer, narrow.definition, 1, &written[0]);
+    WriteSquiz(layer, flat.definition, 8, &written[1]);
+    EXPECT_FALSE(written[0] || written[1]);
   }
 }
 
@@ -279,9 +273,7 @@ TEST(Squiz, RefusesWhatTheStripCannotServe) {
   EXPECT_FALSE(reads(58, mask | 0xFF, false));                   // more cells than there are
   EXPECT_FALSE(reads(49, LoadLe32(&good[49]) & ~0xFFu, false));  // blocks of no size
   EXPECT_FALSE(reads(49, LoadLe32(&good[49]) + 1, false));       // higher than the strip
-  EXPECT_FALSE(reads(41, 0, false));
-  EXPECT_FALSE(reads(45, 0, false));
-  for (const uint32_t side : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
+  for (const uint32_t side : {0u, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFFu}) {
     EXPECT_FALSE(reads(41, side, false));  // row records that are not there
     EXPECT_FALSE(reads(45, side, false));
   }

@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "support/page_end_buffer.h"
 #include "zav.h"
 
 namespace zav::test {
@@ -102,6 +103,26 @@ inline bool ReadOne(Image& image, const Bytes& file) {
   return ZAV_CONVERT_MEMFILE(&image, "x.zav", const_cast<uint8_t*>(file.data()),
                              static_cast<long>(file.size())) == 1;
 }
+
+/// A stream over a container in memory that ends at an unmapped page.
+class Reader {
+ public:
+  explicit Reader(const Bytes& file)
+      : block_(file.data(), file.size()),
+        stream_(ZAV_OPEN_READ(block_.data(), static_cast<int>(file.size()))) {}
+  ~Reader() { ZAV_CLOSE(stream_); }
+
+  operator void*() const { return stream_; }
+  /// The next layer's kind, -1 after a failure.
+  int Kind() const {
+    int kind = -1;
+    return ZAV_GET_LAYER_TYPE(stream_, &kind) == 0 ? kind : -1;
+  }
+
+ private:
+  PageEndBuffer block_;
+  void* stream_;
+};
 
 inline void Require(bool holds) {
   if (!holds) std::abort();
