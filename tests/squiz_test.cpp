@@ -214,35 +214,6 @@ TEST(Squiz, RecordsAreThoseOfHand) {
   EXPECT_GT(written_ones, 300);
 }
 
-<<<<<<< HEAD
-TEST(Squiz, BackgroundsTakeOver) {
-  // Digits are uniform blocks of a colour, 0 transparent, a dot is a block of two colours.
-  const std::pair<const char*, std::pair<uint32_t, const char*>> rows[] = {
-      {"1121", {1, "0010"}},    {"....", {0, "1111"}},     {"0010", {0, "0010"}},
-      {"01", {1, "10"}},        {"1221", {2, "1001"}},     {"12322", {2, "10100"}},
-      {"1232", {1, "0111"}},    {"122.33", {2, "100111"}}, {"12233", {2, "10011"}},
-      {"122333", {3, "111000"}}};
-  for (const auto& [blocks, expected] : rows) {
-    const int count = static_cast<int>(std::strlen(blocks));
-    Picture picture = NoisePicture(ZAV_FMT_BGRA32, count * 8, 8, 0, 1);
-    for (int i = 0; i < count * 64; ++i) {
-      const int x = i % (count * 8), y = i / (count * 8);
-      if (blocks[x / 8] == '.') continue;
-      const uint32_t color = static_cast<uint32_t>(blocks[x / 8] - '0');
-      StoreLe32(picture.Row(y) + x * 4, color == 0 ? 0x00ABCDEF : 0xFF000000 + color);
-    }
-    const Bytes file = WriteSquiz(kTrue32, picture.definition, 8);
-    const uint32_t background = expected.first == 0 ? 0 : 0xFF000000 + expected.first;
-    EXPECT_EQ(LoadLe32(&file[50]), background) << blocks;
-    std::string mask;
-    for (int i = 0; i < count; ++i) mask += (file[58] & 0x80 >> i) != 0 ? '1' : '0';
-    EXPECT_EQ(mask, expected.second) << blocks;
-    EXPECT_EQ(file[54], std::count(mask.begin(), mask.end(), '1')) << blocks;
-  }
-}
-
-=======
->>>>>>> trima
 TEST(Squiz, NothingButBackgroundFailsTheStream) {
   const Picture narrow = NoisePicture(ZAV_FMT_BGRA32, 1, 30, 0, 1);
   Picture flat = NoisePicture(ZAV_FMT_PAL8, 30, 30, 0, 1);
