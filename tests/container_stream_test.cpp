@@ -191,9 +191,8 @@ TEST(ContainerStream, FullDiskIsNotReported) {
   Picture picture = NoisePicture(ZAV_FMT_BGRA32, 40, 40, 0, 6);
   void* stream = ZAV_OPEN_WRITE("/dev/full");
   ASSERT_NE(stream, nullptr);
-  for (ZAV_LAYER layer : {Layer(ZAV_LAYER_TRUE32, {2}), Layer(33, {2, 8, 8, 8, 8})}) {
-    EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition), 0);
-  }
+  ZAV_LAYER layer = Layer(ZAV_LAYER_PACKED32, {2, 8, 8, 8, 8});
+  EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition), 0);
   ZAV_CLOSE(stream);
 }
 

@@ -15,6 +15,7 @@
 #include <thread>
 #include <vector>
 
+#include "base/endian.h"
 #include "convert/surface.h"
 #include "frame/entry_points.h"
 #include "frame/environment.h"
@@ -28,13 +29,11 @@ namespace {
 
 /// An uncompressed 32-bit Targa file, top row first.
 std::vector<uint8_t> MakeTarga(int width, int height, uint8_t seed) {
-  std::vector<uint8_t> file = {0, 0, 2, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-  for (const int side : {width, height}) {
-    file.push_back(static_cast<uint8_t>(side));
-    file.push_back(static_cast<uint8_t>(side >> 8));
-  }
-  file.insert(file.end(), {32, 0x28});
-  for (int i = 0; i < width * height * 4; ++i) file.push_back(static_cast<uint8_t>(i * 7 + seed));
+  std::vector<uint8_t> file(static_cast<size_t>(18 + width * height * 4));
+  file[2] = 2, file[16] = 32, file[17] = 0x28;
+  StoreLe16(&file[12], static_cast<uint32_t>(width));
+  StoreLe16(&file[14], static_cast<uint32_t>(height));
+  for (size_t i = 18; i < file.size(); ++i) file[i] = static_cast<uint8_t>(i * 7 + seed);
   return file;
 }
 
@@ -245,11 +244,9 @@ TEST(Library, PublishesTheEnvironmentWhenAnOperationStarts) {
 
 TEST(Library, TemporaryNames) {
   char first[kTemporaryNameBytes], second[kTemporaryNameBytes];
-  MakeTempFileName(first);
-  MakeTempFileName(second);
+  for (char* name : {first, second}) MakeTempFileName(name);
   EXPECT_STRNE(first, second);
-  EXPECT_EQ(unlink(first), 0);
-  EXPECT_EQ(unlink(second), 0);
+  for (const char* name : {first, second}) EXPECT_EQ(unlink(name), 0);
   const char* previous = std::getenv("TMPDIR");
   const std::string kept = previous != nullptr ? previous : "";
   for (const std::string& directory : {std::string("/nowhere"), std::string(300, 'x')}) {

@@ -188,7 +188,7 @@ TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
     const int32_t width = kind == ZAV_REC_TILED ? 257 : kind == ZAV_REC_IMAGE ? 9 : 4;
     const int32_t height = kind == ZAV_REC_SQUIZ ? 20 : kind == ZAV_REC_IMAGE ? 5 : 2;
     Picture picture = SpritePicture(FormatOf(layer), width, height, 8, 3);
-    if (layer.kind == ZAV_LAYER_PAL8) {
+    if (layer.kind == ZAV_LAYER_PAL8 && kind != ZAV_REC_SQUIZ) {  // leaves squares to store
       std::fill(picture.palette.begin() + 8, picture.palette.end(), uint8_t{0});
     }
     const Bytes file = WriteOne(layer, picture.definition, nullptr, kind);
@@ -202,7 +202,8 @@ TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
     }
     PageEndBuffer block(file.size());
     std::copy(file.begin(), file.end(), block.data());
-    ASSERT_NE(Walk(block.data(), file.size()), 0u);
+    Image whole;
+    ASSERT_TRUE(ReadOne(whole, file)) << kind << ", " << int{layer.kind};
     for (size_t i = 0; i < file.size(); ++i) {
       for (const int value : {0, 1, 0x7F, 0x80, 0xFF, file[i] ^ 0x10, file[i] + 1, file[i] - 1}) {
         block.data()[i] = static_cast<uint8_t>(value);
