@@ -19,6 +19,8 @@
 #include "convert/surface.h"
 #include "frame/entry_points.h"
 #include "frame/environment.h"
+#include "frame/startup.h"
+#include "platform/processor.h"
 #include "platform/temporary_name.h"
 #include "support/failing_heap.h"
 #include "support/pictures.h"
@@ -240,6 +242,13 @@ TEST(Library, PublishesTheEnvironmentWhenAnOperationStarts) {
   ZAV_SETENV(nullptr, 1);
   ZAV_FREE(&filtered);
   ZAV_FREE(&plain);
+}
+
+TEST(Library, KnowsTheProcessor) {
+  EXPECT_EQ(ZAV_CPU_FEATURES() & ~(kProcessorMmx | kProcessorSse), 0u);
+#ifdef __x86_64__
+  EXPECT_EQ(ZAV_CPU_FEATURES(), kProcessorMmx | kProcessorSse);
+#endif
 }
 
 TEST(Library, TemporaryNames) {

@@ -81,7 +81,8 @@ constexpr int64_t MinPitch(int64_t width, int64_t height, int32_t format) {
       return (width * row.bytes_per_pixel + 3) & ~int64_t{3};
     case FormatRow::Family::kDxt:
       // 16 pixels to a block, as a truncated quotient: sides need not be multiples of 4 here.
-      return width * height * row.bytes_per_block / 16;
+      // Divided before anything is multiplied further: sides of 2^31 have a product of 2^62.
+      return row.bytes_per_block == 0 ? 0 : width * height / (16 / row.bytes_per_block);
     case FormatRow::Family::kNone:
       break;
   }

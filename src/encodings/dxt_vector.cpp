@@ -163,15 +163,15 @@ HWY_INLINE hn::Vec<Block8> Dxt5Alphas(const uint8_t* block) {
                             hn::Mul(hn::Load(d16, kSecond[order]), hn::Set(d16, block[1])));
   const auto values =
       hn::Or(hn::MulHigh(sums, hn::Set(d16, kReciprocal[order])), hn::Load(d16, kFixed[order]));
-  // One 16-bit value to a byte pair (v, 0): table entry 2 * index.
-  uint64_t first = block[2] | block[3] << 8 | block[4] << 16;
-  uint64_t second = block[5] | block[6] << 8 | block[7] << 16;
-  alignas(16) const uint64_t halves[2] = {first, second};
-  // 8 indices of 3 bits apart to a byte each, by halves.
-  auto spread = hn::Load(d64, halves);
+  // The 24 bits of either half to the low end of 64, then 8 indices of 3 bits apart to a byte each.
+  alignas(16) static constexpr uint8_t kHalves[16] = {2, 3, 4, 128, 128, 128, 128, 128,
+                                                      5, 6, 7, 128, 128, 128, 128, 128};
+  const auto bytes = hn::ZeroExtendVector(d, hn::LoadU(hn::Full64<uint8_t>(), block));
+  auto spread = hn::BitCast(d64, hn::TableLookupBytesOr0(bytes, hn::Load(d, kHalves)));
   spread = hn::And(hn::Or(spread, hn::ShiftLeft<20>(spread)), hn::Set(d64, 0x00000FFF00000FFFull));
   spread = hn::And(hn::Or(spread, hn::ShiftLeft<10>(spread)), hn::Set(d64, 0x003F003F003F003Full));
   spread = hn::And(hn::Or(spread, hn::ShiftLeft<5>(spread)), hn::Set(d64, 0x0707070707070707ull));
+  // A value is a pair of bytes (v, 0): the table's entry is twice the index.
   const auto entries = hn::BitCast(d, hn::Add(spread, spread));
   return hn::TableLookupBytes(hn::BitCast(d, values), entries);
 }
