@@ -59,6 +59,7 @@
 //
 // The 16-bit layouts keep a channel's top bits when they narrow (no rounding, no dithering) and
 // put the stored bits at the top of the byte when they widen: 565 white widens to 248, 252, 248.
+// A widened alpha of 128 or more has its missing low bits set, so that the greatest is opaque.
 enum {
   ZAV_FMT_PAL8 = 1,         // 1 byte: index into a palette of 256 entries
   ZAV_FMT_PAL4 = 2,         // 4-bit indices, two to a byte; copied, never converted
@@ -180,6 +181,7 @@ ZAV_API int ZAV_CONVERT_RAW(ZAV_IMAGE* image);
 //
 // BMP: 1 (to BGRA32), 8, 16 (as RGB565) and 24 bits, uncompressed, bottom-up.
 // Targa: types 1, 2, 9, 10 with 8, 16, 24 or 32 bits; a stream that ends early leaves zeros.
+//   Colour-mapped pictures are taken as bottom-up, and right-to-left order is not looked at.
 //   Layouts: Microsoft's BITMAPINFOHEADER documentation; Truevision TGA 2.0.
 // zav: the first image of a container. It brings its own buffers: one that you supply as the source
 //   is not filled.
