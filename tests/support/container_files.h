@@ -131,7 +131,9 @@ inline void Require(bool holds) {
 /// Reads every byte of a picture, so that one that is not there shows.
 inline uint32_t Touch(const ZAV_GFXDEF& picture) {
   uint32_t sum = 0;
-  for (int64_t i = 0; i < int64_t{picture.pitch} * picture.height; ++i) sum += picture.pixels[i];
+  // For blocks the pitch is the size of the picture.
+  const int64_t rows = picture.format >= ZAV_FMT_DXT1 ? 1 : picture.height;
+  for (int64_t i = 0; i < picture.pitch * rows; ++i) sum += picture.pixels[i];
   for (int i = 0; picture.palette != nullptr && i < ZAV_PALETTE_BYTES; ++i) {
     sum += picture.palette[i];
   }
