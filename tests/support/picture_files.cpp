@@ -25,7 +25,9 @@ void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
 
 uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
   if (picture.pixels == nullptr) return 0;
-  const int64_t bytes = int64_t{picture.pitch} * picture.height;
+  // For blocks the pitch is the size of the picture.
+  const int64_t bytes =
+      int64_t{picture.pitch} * (picture.format >= ZAV_FMT_DXT1 ? 1 : picture.height);
   const uint64_t sum = std::accumulate(picture.pixels, picture.pixels + bytes, uint64_t{0});
   if (picture.format != ZAV_FMT_PAL8) return sum;
   return std::accumulate(picture.palette, picture.palette + ZAV_PALETTE_BYTES, sum);
