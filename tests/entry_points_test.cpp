@@ -83,6 +83,8 @@ TEST_F(Image, SecondReadDoesNotWriteIntoTheFirstOnesBuffer) {
     ASSERT_EQ(image_.source.width, 300);
     EXPECT_EQ(0, std::memcmp(image_.source.pixels, PixelsOf(large), 300 * 200 * 4));
     ZAV_FREE_BUFFER(first.pixels);
+    ZAV_FREE(&image_);
+    ZAV_INIT(&image_);
   }
 }
 
