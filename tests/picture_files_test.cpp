@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// What holds for BMP and Targa alike.
+// What holds for all formats alike.
 
 #include "support/picture_files.h"
 
@@ -151,6 +151,14 @@ std::vector<std::pair<const char*, Bytes>> SmallFiles() {
     const uint32_t depth = bits == 1 ? 32 : bits;
     files.emplace_back("x.tga", TgaStart(10, depth, 5, 3, 0x20, bits == 8 ? 4 : 0, 24));
     Append(files.back().second, NoisePackets(static_cast<int32_t>(depth / 8), 15, bits));
+  }
+  for (bool run_length : {false, true}) {
+    files.emplace_back("x.rgb", SgiStart(run_length, run_length ? 4 : 3, 5, 3));
+    if (run_length) {
+      AppendSgiRows(files.back().second, 12, 5, 1);
+    } else {
+      files.back().second.resize(512 + 45, 7);
+    }
   }
   return files;
 }

@@ -6,6 +6,7 @@
 
 #include "container/container_reader.h"
 #include "formats/bmp.h"
+#include "formats/sgi.h"
 #include "formats/targa.h"
 
 namespace zav {
@@ -20,6 +21,7 @@ struct FileFormatRow {
 constexpr FileFormatRow kFileFormats[] = {
     {"bmp", BmpRead, BmpGetFormat},
     {"tga", TgaRead, TgaGetFormat},
+    {"rgb", SgiRead, SgiGetFormat},
     {"zav", ContainerRead, ContainerGetFormat},
 };
 
