@@ -24,6 +24,8 @@ void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
   for (size_t i = 0; i < count; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
+}  // namespace
+
 uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
   if (picture.pixels == nullptr) return 0;
   // For blocks the pitch is the size of the picture.
@@ -33,8 +35,6 @@ uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
   if (picture.format != ZAV_FMT_PAL8) return sum;
   return std::accumulate(picture.palette, picture.palette + ZAV_PALETTE_BYTES, sum);
 }
-
-}  // namespace
 
 bool Image::Read(const char* name, const Bytes& file) {
   PageEndBuffer block(file.data(), file.size());

@@ -23,6 +23,9 @@ struct Image : ZAV_IMAGE {
   bool Read(const char* name, const Bytes& file);
 };
 
+/// Reads every byte of a picture, so that one that is not there shows.
+uint64_t SumOfBytes(const ZAV_GFXDEF& picture);
+
 /// Probes and reads the file and looks at every byte of what comes out, so that faults and
 /// sanitizers find buffers that are too short. Returns whether it could be read.
 bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format);
