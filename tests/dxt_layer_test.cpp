@@ -46,14 +46,10 @@ TEST(DxtLayers, HoldTheBlocksOfThePaddedPicture) {
         Bytes file = WriteOne(Layer(ZAV_LAYER_DXT1 + variant - 1, {packed}), picture.definition);
         EXPECT_EQ(LoadLe32(&file[4 + 37 + 6]), static_cast<uint32_t>(width));
         EXPECT_EQ(LoadLe32(&file[4 + 37 + 10]), static_cast<uint32_t>(height));
+        ZAV_GFXDEF probed;
+        ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", file.data(), long(file.size())), 1);
         Image image;
-        ZAV_GFXDEF definition;
-        Reader stream(file);
-        ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
-        ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
-        ASSERT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, &definition), 0);
-        ASSERT_EQ(ZAV_DECODE_BITMAP(stream, &image), 0);
-        ASSERT_EQ(stream.Kind(), ZAV_KIND_END);
+        ASSERT_TRUE(ReadOne(image, file));
         ASSERT_EQ(image.source.width, (width + 3) / 4 * 4);
         ASSERT_EQ(image.source.height, (height + 3) / 4 * 4);
         ASSERT_EQ(image.source.format, ZAV_FMT_DXT1 + variant - 1);
@@ -61,7 +57,7 @@ TEST(DxtLayers, HoldTheBlocksOfThePaddedPicture) {
         // The converter has no size rule for the formats that it only copies.
         const int pitch = variant % 2 == 0 ? 0 : static_cast<int>(blocks.size());
         ASSERT_EQ(image.source.pitch, pitch);
-        ASSERT_EQ(definition.pitch, pitch);
+        ASSERT_EQ(probed.pitch, pitch);
         ASSERT_EQ(std::memcmp(image.source.pixels, blocks.data(), blocks.size()), 0);
         EXPECT_EQ(image.converter->source.owns_pixels(), packed == 1);
       }
