@@ -13,7 +13,6 @@
 #include "convert/surface.h"
 #include "kinds/mip_filter.h"
 #include "kinds/mip_level.h"
-#include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
@@ -266,26 +265,6 @@ TEST(MipLevel, RefusesWhatTheFilterCannotFill) {
   image.dest = sized(3, 2);
   ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1);
   EXPECT_EQ(PlainLevel(source, 3, 2), Bytes(image.dest.pixels, image.dest.pixels + 24));
-}
-
-TEST(MipLevel, LeavesEverythingWhenMemoryRunsOut) {
-  for (const int32_t format : {ZAV_FMT_BGRA32, ZAV_FMT_BGR24, ZAV_FMT_PAL8}) {
-    const Bytes pixels = NoisePicture(format, 40, 30, 0, 2).pixels;
-    // The converter owns its source: one that is consumed too early is a use after free.
-    ScopedConverter converter;
-    AllocSurface(converter.source, 40, 30, format);
-    std::memcpy(converter.source.pixels, pixels.data(), pixels.size());
-    const ZAV_SURFACE found = converter.source;
-    const int refusals = FailEveryAllocation(
-        [&] { return GenerateMipLevel(converter); },
-        [&](int granted, bool succeeded) {
-          EXPECT_FALSE(succeeded) << granted;
-          ASSERT_TRUE(Same(converter.source, found) && Same(converter.dest, {}));
-          EXPECT_EQ(converter.source.flags, found.flags);
-          EXPECT_EQ(std::memcmp(found.pixels, pixels.data(), pixels.size()), 0);
-        });
-    EXPECT_GE(refusals, format == ZAV_FMT_BGRA32 ? 1 : 3);
-  }
 }
 
 }  // namespace
