@@ -201,6 +201,42 @@ TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
   }
 }
 
+// Sides, and what follows from them, that the few bytes behind them cannot justify: refused before
+// any memory is asked for.
+TEST(ImageKinds, HostileSidesTakeNoMemory) {
+  // Width, height, pitch; only the pitch is wrong in the last two.
+  const uint32_t rows[][3] = {{32768, 16383, 131072}, {1, 0x7FFFFFFF, 4},
+                              {0x80000000, 1, 4},     {1, 0x80000000, 4},
+                              {65536, 65536, 262144}, {0, 4, 16},
+                              {65536, 32767, 65536},  {4, 0, 16},
+                              {23000, 23000, 92000},  {40000, 40000, 160000},
+                              {0x1FFFFFFF, 1, 16},    {51200, 129, 204800},
+                              {160, 10, 15},          {1, 5, 0x40000001}};
+  for (const auto& [kind, layer] : EveryKindAndLayer()) {
+    if (kind == ZAV_REC_IMAGE && layer.kind == ZAV_LAYER_PAL8) continue;  // its palette comes first
+    if (kind == ZAV_REC_MIPMAP) continue;                                 // has no sides of its own
+    const Picture picture = SpritePicture(FormatOf(layer), 16, 16, 8, 3);
+    const Bytes good = WriteOne(layer, picture.definition, nullptr, kind);
+    const bool dxt = layer.kind >= ZAV_LAYER_DXT1 && layer.kind <= ZAV_LAYER_DXT5;
+    const size_t in_layer = layer.kind == ZAV_LAYER_PACKED32     ? 10
+                            : layer.kind == ZAV_LAYER_PACKEDPAL8 ? 9
+                                                                 : 6;
+    for (const auto& row : rows) {
+      if (&row >= std::end(rows) - 2 && (dxt || kind != ZAV_REC_IMAGE)) continue;
+      Bytes file = good;
+      const size_t at = 41 + (kind == ZAV_REC_IMAGE ? in_layer : 0);
+      const size_t fields = kind != ZAV_REC_IMAGE || dxt ? 2 : 3;
+      for (size_t i = 0; i < fields; ++i) StoreLe32(&file[at + i * 4], row[i]);
+      if (dxt && layer.fields[0] == 1) StoreLe32(&file[at + 8], row[0]);  // the blocks' bytes
+      Image image;
+      const FailingHeap heap(0);
+      EXPECT_FALSE(ReadOne(image, file));
+      EXPECT_EQ(heap.refused(), 0)
+          << kind << ", " << int{layer.kind} << ": " << row[0] << " x " << row[1];
+    }
+  }
+}
+
 TEST(ImageKinds, EveryFailedAllocationIsAFailure) {
   const TemporaryFile file;
   const auto fails = [](int, bool succeeded) { EXPECT_FALSE(succeeded); };
