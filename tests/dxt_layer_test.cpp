@@ -13,7 +13,6 @@
 #include "encodings/dxt.h"
 #include "platform/dxt_encoder.h"
 #include "support/container_files.h"
-#include "support/failing_heap.h"
 #include "support/pictures.h"
 
 namespace zav::test {
@@ -78,26 +77,6 @@ TEST(DxtLayers, OtherFormatsAreConvertedFirst) {
   WriteOne(Layer(ZAV_LAYER_DXT5), indexed.definition, &result);
   EXPECT_EQ(result, -1);
   ForceDdrawState(DdrawState::kNotTried);
-}
-
-// Sides, and a total, that the few bytes behind them cannot justify.
-TEST(DxtLayers, HostileSidesTakeNoMemory) {
-  const Picture picture = AsymmetricPicture(9, 5);
-  for (const int kind : {ZAV_LAYER_DXT1, ZAV_LAYER_DXT4, ZAV_LAYER_DXT5}) {
-    for (const int packed : {0, 1}) {
-      Bytes file = WriteOne(Layer(kind, {packed}), picture.definition);
-      file.erase(file.begin() + 4, file.begin() + 41);  // the layer alone
-      for (const uint32_t side : {0u, 16u, 40000u, 0x7FFFFFFFu, 0x80000000u}) {
-        StoreLe32(&file[10], side);
-        if (packed == 1) StoreLe32(&file[18], side);
-        Reader stream(file);
-        Image image;
-        const FailingHeap heap(0);
-        EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1) << side;
-        EXPECT_EQ(heap.refused(), 0);
-      }
-    }
-  }
 }
 
 }  // namespace

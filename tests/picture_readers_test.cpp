@@ -200,7 +200,7 @@ void Check(const Reader& reader, const Bytes& file) {
     ASSERT_EQ(got.pixels != nullptr, e.read);
     if (!e.read) continue;
     ASSERT_EQ(got.format, e.format);
-    ASSERT_EQ(std::pair(got.width, got.height), std::pair(e.width, e.height));
+    ASSERT_TRUE(got.width == e.width && got.height == e.height);
     ASSERT_EQ(got.pitch, e.pitch);
     ASSERT_EQ(std::memcmp(got.pixels, e.pixels.data(), e.pixels.size()), 0);
     if (e.format == ZAV_FMT_PAL8) {

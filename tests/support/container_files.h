@@ -108,18 +108,6 @@ inline void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// Whether two pictures are the same, padding aside.
-inline bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
-  if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
-  for (int64_t y = 0; y < a.height; ++y) {
-    if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch,
-                    static_cast<size_t>(a.width) * static_cast<size_t>(a.bytes_per_pixel)) != 0) {
-      return false;
-    }
-  }
-  return a.format != ZAV_FMT_PAL8 || std::memcmp(a.palette, b.palette, ZAV_PALETTE_BYTES) == 0;
-}
-
 /// Decodes what can be decoded, as a host that walks the records does, and says how many layers
 /// that were. Bytes that are no container are none.
 inline size_t Walk(uint8_t* data, size_t size) {

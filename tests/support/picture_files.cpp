@@ -3,6 +3,7 @@
 #include "support/picture_files.h"
 
 #include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <numeric>
@@ -39,6 +40,17 @@ uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
 bool Image::Read(const char* name, const Bytes& file) {
   PageEndBuffer block(file.data(), file.size());
   return ZAV_CONVERT_MEMFILE(this, name, block.data(), static_cast<long>(file.size())) == 1;
+}
+
+bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
+  if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
+  for (int64_t y = 0; y < a.height; ++y) {
+    if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch,
+                    static_cast<size_t>(a.width) * static_cast<size_t>(a.bytes_per_pixel)) != 0) {
+      return false;
+    }
+  }
+  return a.format != ZAV_FMT_PAL8 || std::memcmp(a.palette, b.palette, ZAV_PALETTE_BYTES) == 0;
 }
 
 bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format) {

@@ -26,6 +26,9 @@ struct Image : ZAV_IMAGE {
 /// Reads every byte of a picture, so that one that is not there shows.
 uint64_t SumOfBytes(const ZAV_GFXDEF& picture);
 
+/// Whether two pictures are the same, padding aside.
+bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b);
+
 /// Probes and reads the file and looks at every byte of what comes out, so that faults and
 /// sanitizers find buffers that are too short. Returns whether it could be read.
 bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format);
