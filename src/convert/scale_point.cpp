@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "convert/scale_kernels.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -10,7 +11,6 @@
 // After foreach_target, which includes this file once per target.
 #include <hwy/cache_control.h>
 #include "convert/scale_tables-inl.h"
-#include "platform/vector_target.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav {
@@ -447,24 +447,12 @@ const ScaleKernel& PointKernel() {
 }  // namespace zav
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(PointKernel);
-
-const ScaleKernel& SelectedPointKernel() {
-  return PlainForced() ? PlainPointKernel() : HWY_DYNAMIC_DISPATCH(PointKernel)();
-}
+ZAV_SELECT_TABLE(ScaleKernel, SelectedPointKernel, PointKernel, PlainPointKernel)
 
 }  // namespace zav
-#endif  // HWY_ONCE
-
-#else
-
-namespace zav {
-
-const ScaleKernel& SelectedPointKernel() { return PlainPointKernel(); }
-
-}  // namespace zav
-
 #endif

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "kinds/mip_filter.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -17,7 +17,7 @@ namespace zav::HWY_NAMESPACE {
 // SSE2 has no byte shuffle; elsewhere products are not added in the pairs that are needed here.
 #if HWY_TARGET != HWY_SSE4 && HWY_TARGET != HWY_AVX2 && HWY_TARGET != HWY_AVX3
 
-const MipFilter& Filter() { return PlainMipFilter(); }
+const MipFilter& MipFilterTable() { return PlainMipFilter(); }
 
 #else
 
@@ -232,7 +232,7 @@ void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size
   Block(upper + x * 8, lower + x * 8).Finish(dest + x * 4);
 }
 
-const MipFilter& Filter() {
+const MipFilter& MipFilterTable() {
   static const MipFilter kFilter = {hwy::TargetName(HWY_TARGET), WeightedRow};
   return kFilter;
 }
@@ -242,24 +242,12 @@ const MipFilter& Filter() {
 }  // namespace zav::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Filter);
-
-const MipFilter& SelectedMipFilter() {
-  return PlainForced() ? PlainMipFilter() : HWY_DYNAMIC_DISPATCH(Filter)();
-}
+ZAV_SELECT_TABLE(MipFilter, SelectedMipFilter, MipFilterTable, PlainMipFilter)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const MipFilter& SelectedMipFilter() { return PlainMipFilter(); }
-
-}  // namespace zav
-
 #endif
