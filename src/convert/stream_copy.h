@@ -19,11 +19,13 @@ inline constexpr size_t kCacheLine = 64;
 /// times as fast with ordinary stores, filling 16 MiB 1.2 times as fast with streaming ones.
 inline constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
-/// Shorter rows have too many partial lines at their ends.
-inline constexpr int64_t kStreamedRowBytes = 1024;
+/// Whether this machine should stream a destination of `rows` rows. Short ones have too many
+/// partial lines at their ends.
+bool StreamingPays(int64_t row_bytes, int64_t rows);
 
-/// Whether this machine should stream so many bytes.
-bool StreamingPays(int64_t bytes);
+/// Tests set from how many bytes on destinations and their rows are streamed; 0 restores the
+/// default.
+void SetStreamFrom(int64_t bytes);
 
 /// Copies between buffers that do not overlap; whole cache lines of the destination are streamed.
 /// StreamFence ends a sequence of these: only after it may other threads be told of the bytes.
@@ -61,8 +63,10 @@ class StreamedRow {
   void End() { std::memcpy(dest_, buffer_ + sent_, held_ - sent_); }
 
  private:
-  // Lines of the buffer are lines of the destination.
-  alignas(kCacheLine) uint8_t buffer_[kMaxPiece + 2 * kCacheLine];
+  // Lines of the buffer are lines of the destination, so that pieces need not be aligned in it. But
+  // it lies within a page: stores across the end of one wait for the streaming stores before them,
+  // which can make the whole three times as slow.
+  alignas(4096) uint8_t buffer_[kMaxPiece + 2 * kCacheLine];
   uint8_t* dest_;
   size_t sent_;  ///< bytes at the start that the destination has, or that lie before the row
   size_t held_;
