@@ -12,6 +12,7 @@
 
 #include "base/endian.h"
 #include "convert/pipeline.h"
+#include "convert/stream_copy.h"
 #include "convert/surface.h"
 #include "frame/startup.h"
 #include "platform/processor.h"
@@ -123,12 +124,12 @@ template <typename Body>
 void ForEachCode(Body&& body) {
   ForEachVectorTarget([&](const VectorTarget& target) {
     for (const int64_t streaming : {int64_t{1}, kNeverStream}) {
-      SetHicolorStreamingBytes(streaming);
+      SetStreamFrom(streaming);
       SCOPED_TRACE(std::string(target.name) + (streaming == 1 ? " streamed" : ""));
       body();
     }
   });
-  SetHicolorStreamingBytes(0);
+  SetStreamFrom(0);
 }
 
 class Hicolor : public testing::Test {
@@ -208,18 +209,18 @@ TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
     const int64_t bit = vectors ? target.bit : 0;
     for (const uint32_t processor : {0u, +kProcessorMmx, kProcessorMmx | kProcessorSse}) {
       SelectHicolorVariant(processor);
-      SetHicolorStreamingBytes(1);
+      SetStreamFrom(1);
       for (const int layout : {0, 1, 5, 2}) {  // all but the last are those that variants are for
         Check(picture, kLayouts[layout], kLayouts[layout].format, 262, 0);
         const bool fastest = layout == 2 || (processor & kProcessorSse) != 0;
         expect_run(fastest || processor != 0 ? bit : 0, fastest && vectors);
       }
-      SetHicolorStreamingBytes(kNeverStream);
+      SetStreamFrom(kNeverStream);
       Check(words, kLayouts[3], ZAV_FMT_BGRA32, 524, 0);
       expect_run(bit, false);
     }
   });
-  SetHicolorStreamingBytes(0);
+  SetStreamFrom(0);
   SelectHicolorVariant(kProcessorSse);
   EXPECT_EQ(SelectedHicolorVariant(), HicolorVariant::kSse);
   StartUp();

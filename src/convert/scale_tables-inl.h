@@ -116,8 +116,7 @@ void ForEachTile(const ScaleJob& job, int64_t columns, const Tile& tile) {
 
 /// Whether the rows of a tile are streamed.
 bool StreamsRows(const ScaleJob& job, size_t count) {
-  const auto row_bytes = static_cast<int64_t>(count) * job.bytes;
-  return row_bytes >= kStreamedRowBytes && StreamingPays(row_bytes * job.dest_height);
+  return StreamingPays(static_cast<int64_t>(count) * job.bytes, job.dest_height);
 }
 
 /// Streams a row of `count` pixels. `make(at, pixels, dest)` makes some of them: all that are left,

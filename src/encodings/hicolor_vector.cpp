@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "encodings/hicolor_rows.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -288,24 +288,18 @@ template <class Kernel, bool kStream>
 const HicolorRun* Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
                       size_t count) {
   const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
-  // Non-temporal stores need aligned addresses, and want whole cache lines. Ordinary ones gain by
-  // that too, but a short row does not earn the start that it costs.
+  // A short row does not earn the start that reaching a cache line costs.
   constexpr size_t kLine = 64;
   constexpr size_t kLongRow = 2048;
   const size_t past = reinterpret_cast<uintptr_t>(dest) % kLine;
-  const bool alignable = past % Kernel::kDestBytes == 0;
-  if (alignable && (kStream || count >= kLongRow)) {
-    const size_t head = std::min((kLine - past) % kLine / Kernel::kDestBytes, count);
-    Steps<Kernel, false>(l, source, dest, head);
+  if (!kStream && count >= kLongRow && past % Kernel::kDestBytes == 0) {
+    const size_t head = (kLine - past) % kLine / Kernel::kDestBytes;
+    Steps<Kernel, kStream>(l, source, dest, head);
     source += head * Kernel::kSourceBytes;
     dest += head * Kernel::kDestBytes;
     count -= head;
   }
-  if (kStream && alignable) {
-    Steps<Kernel, kStream>(l, source, dest, count);
-  } else {
-    Steps<Kernel, false>(l, source, dest, count);
-  }
+  Steps<Kernel, kStream>(l, source, dest, count);
   return &kRun<kStream>;
 }
 
@@ -338,14 +332,11 @@ const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_
   return row(l, source, dest, count);
 }
 
-void Flush() { hwy::FlushStream(); }
-
 const HicolorRows& HicolorTable() {
   static constexpr HicolorRows kRows = {
       {NarrowRow<4, false>, NarrowRow<4, true>},
       {NarrowRow<3, false>, NarrowRow<3, true>},
       {WidenRow<false>, WidenRow<true>},
-      Flush,
   };
   return kRows;
 }
@@ -355,24 +346,12 @@ const HicolorRows& HicolorTable() {
 }  // namespace zav::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(HicolorTable);
-
-const HicolorRows& SelectedHicolorRows() {
-  return PlainForced() ? PlainHicolorRows() : HWY_DYNAMIC_DISPATCH(HicolorTable)();
-}
+ZAV_SELECT_TABLE(HicolorRows, SelectedHicolorRows, HicolorTable, PlainHicolorRows)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const HicolorRows& SelectedHicolorRows() { return PlainHicolorRows(); }
-
-}  // namespace zav
-
 #endif
