@@ -13,6 +13,7 @@
 // After foreach_target, which includes this file once per target.
 #include <hwy/cache_control.h>
 #include "convert/scale_tables-inl.h"
+#include "platform/byte_pairs-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav {
@@ -159,12 +160,8 @@ struct EvenOdd {
 /// The lower and the upper half of each block.
 struct Halves {
   static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX3
-    return hn::Vec<Bytes>{_mm512_packus_epi16(lanes.first.raw, lanes.second.raw)};
-#elif HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-    return hn::Vec<Bytes>{_mm256_packus_epi16(lanes.first.raw, lanes.second.raw)};
-#elif HWY_ARCH_X86
-    return hn::Vec<Bytes>{_mm_packus_epi16(lanes.first.raw, lanes.second.raw)};
+#if HWY_ARCH_X86
+    return PackBlocks(lanes.first, lanes.second);
 #else
     return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), lanes.second),
                           hn::BitCast(Bytes(), lanes.first));
@@ -189,13 +186,7 @@ HWY_INLINE hn::Vec<Words> Difference(hn::Vec<Bytes> pairs, hn::Vec<Words> base) 
 #if HWY_ARCH_X86
   (void)base;
   const auto signs = hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(0xFF01)));
-#if HWY_TARGET <= HWY_AVX3
-  return hn::Vec<Words>{_mm512_maddubs_epi16(pairs.raw, signs.raw)};
-#elif HWY_TARGET <= HWY_AVX2
-  return hn::Vec<Words>{_mm256_maddubs_epi16(pairs.raw, signs.raw)};
-#else
-  return hn::Vec<Words>{_mm_maddubs_epi16(pairs.raw, signs.raw)};
-#endif
+  return SumBytePairs(pairs, signs);
 #else
   const hn::RebindToUnsigned<Words> d;
   return hn::Sub(base, hn::BitCast(Words(), hn::ShiftRight<8>(hn::BitCast(d, pairs))));

@@ -16,6 +16,8 @@
 // The order matters.
 #include <hwy/highway.h>
 
+#include "platform/byte_pairs-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace zav::HWY_NAMESPACE {
 
@@ -54,19 +56,12 @@ HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
   }
 }
 
-// What Highway has no names for yet: sums of neighbouring bytes times signed bytes; 32-bit lanes to
-// words, block by block.
+// What Highway has no name for: 32-bit lanes to words, block by block.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
-  return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
-}
 HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
   return V16{_mm256_packus_epi32(first.raw, second.raw)};
 }
 #elif HWY_ARCH_X86
-HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
-  return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
-}
 HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
   return V16{_mm_packus_epi32(first.raw, second.raw)};
 }
@@ -149,12 +144,11 @@ struct ByProducts {
     const D32 d32;
     const hn::RebindToSigned<D16> di16;
     const hn::RebindToSigned<D32> di32;
-    const V16 pairs = SumBytePairs(hn::BitCast(D8(), hn::And(pixels, hn::Set(d32, p.kept))),
-                                   hn::BitCast(D8(), hn::Set(d32, p.byte_weights)));
+    const auto pairs = SumBytePairs(hn::BitCast(D8(), hn::And(pixels, hn::Set(d32, p.kept))),
+                                    hn::BitCast(D8(), hn::Set(d32, p.byte_weights)));
     auto unused = hn::Zero(di32);
-    const auto sums = hn::ReorderWidenMulAccumulate(di32, hn::BitCast(di16, pairs),
-                                                    hn::BitCast(di16, hn::Set(d32, p.sum_weights)),
-                                                    hn::Zero(di32), unused);
+    const auto sums = hn::ReorderWidenMulAccumulate(
+        di32, pairs, hn::BitCast(di16, hn::Set(d32, p.sum_weights)), hn::Zero(di32), unused);
     return hn::ShiftRightSame(hn::BitCast(d32, sums), p.places);
   }
 
