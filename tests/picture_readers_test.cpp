@@ -12,6 +12,7 @@
 
 #include "base/endian.h"
 #include "formats/sgi_planes.h"
+#include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
@@ -287,6 +288,24 @@ TEST(PictureReaders, DamagedFiles) {
       Check(reader, damaged);
       if (HasFatalFailure()) FAIL() << reader.name << ", byte " << at << " ^ " << change;
       if (in_header) ReadAndLookAt(reader.name, damaged, ZAV_FMT_RGB565);
+    }
+  }
+}
+
+TEST(PictureReaders, FailedAllocationsFailTheRead) {
+  for (const auto& [reader, whole] : Files({5})) {
+    for (const int32_t format : {0, +ZAV_FMT_BGRA32, +ZAV_FMT_RGB24, +ZAV_FMT_ARGB4444}) {
+      Image image;
+      const auto read = [&, name = reader.name, &file = whole] {
+        image.dest.format = format;
+        return image.Read(name, file);
+      };
+      FailEveryAllocation(read, [&](int, bool succeeded) {
+        EXPECT_FALSE(succeeded);
+        EXPECT_TRUE(image.source.pixels == nullptr && image.source.palette == nullptr);
+        EXPECT_TRUE(image.dest.pixels == nullptr && image.dest.palette == nullptr);
+        EXPECT_EQ(image.source.width + image.dest.width, 0);
+      });
     }
   }
 }
