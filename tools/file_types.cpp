@@ -12,27 +12,28 @@
 #include "formats.h"
 #include "input.h"
 #include "inspect.h"
+#include "png.h"
 #include "raw.h"
 #include "save.h"
 
 namespace zav::tool {
 namespace {
 
-Picture ReadBmp(const std::string& path, std::string& storage) {
-  std::vector<unsigned char> bytes = LoadFile(path);
+using Bytes = std::vector<unsigned char>;
+
+Picture ReadBmp(const std::string& path, Bytes& bytes, std::string& storage) {
   storage = InspectBmp(path, bytes);
   return Decode(path, ".bmp", bytes);
 }
 
-Picture ReadTarga(const std::string& path, std::string& storage) {
-  std::vector<unsigned char> bytes = LoadFile(path);
+Picture ReadTarga(const std::string& path, Bytes& bytes, std::string& storage) {
   storage = InspectTarga(path, bytes);
   return Decode(path, ".tga", bytes);
 }
 
-Picture ReadRawPicture(const std::string& path, std::string& storage) {
+Picture ReadRawPicture(const std::string& path, Bytes& bytes, std::string& storage) {
   storage = "as in memory";
-  return ReadRaw(path);
+  return ReadRaw(path, bytes);
 }
 
 void WriteRawPicture(const FileType&, const Picture& picture, const std::string& path) {
@@ -43,11 +44,17 @@ void WriteDdsPicture(const FileType&, const Picture& picture, const std::string&
   WriteDds(picture, path);
 }
 
+void WritePngPicture(const FileType&, const Picture& picture, const std::string& path) {
+  WritePng(picture, path);
+}
+
 constexpr Stored kBmpStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_BMP8}, {ZAV_FMT_BGR24, ZAV_SAVE_BMP24}};
 constexpr Stored kTargaStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_TGA8},
                                    {ZAV_FMT_RGB555, ZAV_SAVE_TGA16},
                                    {ZAV_FMT_BGR24, ZAV_SAVE_TGA24},
                                    {ZAV_FMT_BGRA32, ZAV_SAVE_TGA32}};
+
+constexpr Stored kPngStored[] = {{ZAV_FMT_PAL8, 0}, {ZAV_FMT_RGB24, 0}, {ZAV_FMT_RGBA32, 0}};
 
 constexpr Stored kDdsStored[] = {
     {ZAV_FMT_DXT1, 0},     {ZAV_FMT_DXT2, 0},       {ZAV_FMT_DXT3, 0},      {ZAV_FMT_DXT4, 0},
@@ -58,14 +65,21 @@ constexpr Stored kDdsStored[] = {
 constexpr FileType kTypes[] = {
     {"bmp", "BMP", ReadBmp, SaveWithLibrary, kBmpStored},
     {"tga", "Targa", ReadTarga, SaveWithLibrary, kTargaStored},
+    {"png", "PNG", ReadPng, WritePngPicture, kPngStored},
     {"dds", "DDS", ReadDds, WriteDdsPicture, kDdsStored},
     {"raw", "raw pixels", ReadRawPicture, WriteRawPicture, {}},
 };
 
 bool Holds(const FileType& type, int32_t format) {
-  return type.stored.empty() || std::ranges::any_of(type.stored, [=](const Stored& stored) {
-           return stored.format == format;
-         });
+  return type.stored.empty() || std::ranges::count(type.stored, format, &Stored::format) != 0;
+}
+
+/// The first of these formats that the type holds; 0 for none.
+int32_t FirstHeld(const FileType& type, std::initializer_list<int32_t> formats) {
+  for (const int32_t format : formats) {
+    if (Holds(type, format)) return format;
+  }
+  return 0;
 }
 
 }  // namespace
@@ -90,8 +104,13 @@ int32_t DefaultFormat(const FileType& type, const Picture& picture) {
     if (IsDxt(definition.format)) return definition.format;
     return ShowsAlpha(picture) ? ZAV_FMT_DXT5 : ZAV_FMT_DXT1;
   }
-  if (IsPalettized(definition.format)) return ZAV_FMT_PAL8;
-  return HasAlpha(definition) && Holds(type, ZAV_FMT_BGRA32) ? ZAV_FMT_BGRA32 : ZAV_FMT_BGR24;
+  const bool mapped = IsPalettized(definition.format);
+  // The colour maps of Targa files have no alpha.
+  const bool keeps_palette = type.ending != "tga" || !ShowsAlpha(picture);
+  if (mapped && Holds(type, ZAV_FMT_PAL8) && keeps_palette) return ZAV_FMT_PAL8;
+  const int32_t wide = FirstHeld(type, {ZAV_FMT_BGRA32, ZAV_FMT_RGBA32});
+  if (wide != 0 && (mapped || HasAlpha(definition))) return wide;
+  return FirstHeld(type, {ZAV_FMT_BGR24, ZAV_FMT_RGB24});
 }
 
 void CheckHolds(const FileType& type, int32_t format, const std::string& path) {
@@ -109,7 +128,9 @@ Picture ReadPicture(const std::string& path, std::string* storage) {
   // What is not there is missed under any name: the ending comes second.
   CheckReadable(path);
   std::string ignored;
-  return TypeOf(path).read(path, storage != nullptr ? *storage : ignored);
+  const FileType& type = TypeOf(path);
+  std::vector<unsigned char> bytes = LoadFile(path);
+  return type.read(path, bytes, storage != nullptr ? *storage : ignored);
 }
 
 void WritePicture(const Picture& picture, const std::string& path) {

@@ -7,6 +7,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "picture.h"
 
@@ -22,8 +23,8 @@ struct Stored {
 struct FileType {
   std::string_view ending;  // lower case
   std::string_view name;
-  /// Reads the picture and tells in `storage` how its pixels are stored.
-  Picture (*read)(const std::string& path, std::string& storage);
+  /// Reads the picture from the file's bytes and tells in `storage` how its pixels are stored.
+  Picture (*read)(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage);
   void (*write)(const FileType& type, const Picture& picture, const std::string& path);
   std::span<const Stored> stored;  // empty: any format
 };

@@ -127,7 +127,9 @@ Picture Convert(const std::string& subject, const Picture& source, int32_t forma
 }
 
 bool ShowsAlpha(const Picture& picture) {
-  if (!HasAlpha(picture.definition) || IsCopyOnly(picture.definition.format)) return false;
+  const int32_t format = picture.definition.format;
+  if (!HasAlpha(picture.definition) && format != ZAV_FMT_PAL8) return false;
+  if (IsCopyOnly(format)) return false;
   const Picture pixels = Convert("", picture, ZAV_FMT_BGRA32);
   const ZAV_GFXDEF& definition = pixels.definition;
   for (int64_t y = 0; y < definition.height; ++y) {
