@@ -36,16 +36,16 @@ Picture ReadRawPicture(const std::string& path, Bytes& bytes, std::string& stora
   return ReadRaw(path, bytes);
 }
 
-void WriteRawPicture(const FileType&, const Picture& picture, const std::string& path) {
-  WriteRaw(picture, path);
+void WriteRawPicture(const Picture& picture, const PictureFile& file) {
+  WriteRaw(picture, file.path);
 }
 
-void WriteDdsPicture(const FileType&, const Picture& picture, const std::string& path) {
-  WriteDds(picture, path);
+void WriteDdsPicture(const Picture& picture, const PictureFile& file) {
+  WriteDds(picture, file.path);
 }
 
-void WritePngPicture(const FileType&, const Picture& picture, const std::string& path) {
-  WritePng(picture, path);
+void WritePngPicture(const Picture& picture, const PictureFile& file) {
+  WritePng(picture, file.path);
 }
 
 constexpr Stored kBmpStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_BMP8}, {ZAV_FMT_BGR24, ZAV_SAVE_BMP24}};
@@ -82,20 +82,70 @@ int32_t FirstHeld(const FileType& type, std::initializer_list<int32_t> formats) 
   return 0;
 }
 
+std::string Endings(bool written) {
+  std::string endings;
+  for (const FileType& type : kTypes) {
+    if (written && type.write == nullptr) continue;
+    endings += fmt::format("{}{}", endings.empty() ? "" : ", ", type.ending);
+  }
+  return endings;
+}
+
+/// Null for what there is none of.
+const FileType* FindType(std::string ending) {
+  for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  const auto* type = std::ranges::find(kTypes, ending, &FileType::ending);
+  return type == std::end(kTypes) ? nullptr : type;
+}
+
+/// `named` is what --type says.
+const FileType& TypeOf(const std::string& path, const std::string& named) {
+  if (path == kStandard) {
+    if (named.empty()) throw Error(ErrorKind::kUsage, path, "--type has to say what - is");
+    const FileType& type = TypeNamed(named);
+    if (type.read != ReadRawPicture) return type;
+    throw Error(ErrorKind::kNotSupported, path,
+                "raw pixels have a JSON file beside them: they need a name");
+  }
+  const size_t dot = path.find_last_of("./");
+  const bool has_ending = dot != path.npos && path[dot] == '.';
+  const FileType* type = FindType(has_ending ? path.substr(dot + 1) : "");
+  if (type != nullptr) return *type;
+  throw Error(ErrorKind::kNotSupported, path,
+              fmt::format("has an unknown ending; known are {}", Endings(false)));
+}
+
 }  // namespace
 
-const FileType& TypeOf(const std::string& path) {
-  const size_t dot = path.find_last_of("./");
-  std::string ending = dot == path.npos || path[dot] == '/' ? "" : path.substr(dot + 1);
-  for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  std::string known;
-  for (const FileType& type : kTypes) {
-    if (type.ending == ending) return type;
-    known += fmt::format("{}{}", known.empty() ? "" : ", ", type.ending);
-  }
-  throw Error(ErrorKind::kNotSupported, path,
-              fmt::format("has an unknown ending; known are {}", known));
+const FileType& TypeNamed(const std::string& name) {
+  const FileType* type = FindType(name);
+  if (type != nullptr) return *type;
+  throw Error(ErrorKind::kUsage, "",
+              fmt::format("there are no files of type '{}'; known are {}", name, Endings(false)));
 }
+
+PictureFile InputFile(const std::string& path, const std::string& types) {
+  // What is not there is missed under any name: the ending comes second.
+  CheckReadable(path);
+  return {path, &TypeOf(path, types.substr(0, types.find(':')))};
+}
+
+PictureFile OutputFile(const std::string& path, const std::string& types) {
+  const FileType& type = TypeOf(path, types.substr(types.find(':') + 1));
+  if (type.write == nullptr) {
+    throw Error(ErrorKind::kNotSupported, path,
+                fmt::format("{} files are read only; written are {}", type.name, OutputEndings()));
+  }
+  return {path, &type};
+}
+
+void CheckTypes(const std::string& types, std::span<const std::string> paths) {
+  if (types.empty() || std::ranges::count(paths, kStandard) != 0) return;
+  throw Error(ErrorKind::kUsage, "", "--type goes with - for standard input or output");
+}
+
+std::string InputEndings() { return Endings(false); }
+std::string OutputEndings() { return Endings(true); }
 
 int32_t DefaultFormat(const FileType& type, const Picture& picture) {
   const ZAV_GFXDEF& definition = picture.definition;
@@ -105,38 +155,37 @@ int32_t DefaultFormat(const FileType& type, const Picture& picture) {
     return ShowsAlpha(picture) ? ZAV_FMT_DXT5 : ZAV_FMT_DXT1;
   }
   const bool mapped = IsPalettized(definition.format);
-  // The colour maps of Targa files have no alpha.
-  const bool keeps_palette = type.ending != "tga" || !ShowsAlpha(picture);
-  if (mapped && Holds(type, ZAV_FMT_PAL8) && keeps_palette) return ZAV_FMT_PAL8;
+  if (mapped && Holds(type, ZAV_FMT_PAL8)) {
+    // The colour maps of Targa files have no alpha.
+    if (type.ending != "tga" || !ShowsAlpha(picture)) return ZAV_FMT_PAL8;
+  }
   const int32_t wide = FirstHeld(type, {ZAV_FMT_BGRA32, ZAV_FMT_RGBA32});
   if (wide != 0 && (mapped || HasAlpha(definition))) return wide;
   return FirstHeld(type, {ZAV_FMT_BGR24, ZAV_FMT_RGB24});
 }
 
-void CheckHolds(const FileType& type, int32_t format, const std::string& path) {
+void CheckHolds(const PictureFile& file, int32_t format) {
+  const FileType& type = *file.type;
   if (Holds(type, format)) return;
   std::string held;
   for (const Stored& stored : type.stored) {
     held += fmt::format("{}{}", held.empty() ? "" : ", ", FormatOf(stored.format).name);
   }
   throw Error(
-      ErrorKind::kNotSupported, path,
+      ErrorKind::kNotSupported, file.path,
       fmt::format("a {} file cannot hold {}; it holds {}", type.name, FormatOf(format).name, held));
 }
 
-Picture ReadPicture(const std::string& path, std::string* storage) {
-  // What is not there is missed under any name: the ending comes second.
-  CheckReadable(path);
+Picture ReadPicture(const PictureFile& file, std::string* storage, size_t* size) {
   std::string ignored;
-  const FileType& type = TypeOf(path);
-  std::vector<unsigned char> bytes = LoadFile(path);
-  return type.read(path, bytes, storage != nullptr ? *storage : ignored);
+  std::vector<unsigned char> bytes = LoadFile(file.path);
+  if (size != nullptr) *size = bytes.size();
+  return file.type->read(file.path, bytes, storage != nullptr ? *storage : ignored);
 }
 
-void WritePicture(const Picture& picture, const std::string& path) {
-  const FileType& type = TypeOf(path);
-  CheckHolds(type, picture.definition.format, path);
-  type.write(type, picture, path);
+void WritePicture(const Picture& picture, const PictureFile& file) {
+  CheckHolds(file, picture.definition.format);
+  file.type->write(picture, file);
 }
 
 }  // namespace zav::tool

@@ -190,7 +190,7 @@ Sheet MakeSheet(const std::string& subject, ByteSpan file, int& exit_code) {
   if (walk.records.empty() && !walk.problems.empty()) throw AsError(subject, walk.problems[0]);
   Sheet sheet;
   sheet.title =
-      subject == "-" ? "standard input" : std::filesystem::path(subject).filename().string();
+      subject == kStandard ? "standard input" : std::filesystem::path(subject).filename().string();
   sheet.facts =
       fmt::format("{} image{}, {}", walk.records.size(), walk.records.size() == 1 ? "" : "s",
                   BytesText(static_cast<int64_t>(file.size())));

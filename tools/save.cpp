@@ -5,6 +5,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "error.h"
@@ -41,7 +42,9 @@ bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
 
 }  // namespace
 
-void SaveWithLibrary(const FileType& type, const Picture& picture, const std::string& path) {
+void SaveWithLibrary(const Picture& picture, const PictureFile& file) {
+  const std::string& path = file.path;
+  const FileType& type = *file.type;
   const ZAV_GFXDEF& definition = picture.definition;
   const auto stored = std::ranges::find(type.stored, definition.format, &Stored::format);
   if (type.ending == "tga" && (definition.width > 0xFFFF || definition.height > 0xFFFF)) {
@@ -51,6 +54,13 @@ void SaveWithLibrary(const FileType& type, const Picture& picture, const std::st
   Output output(path);
   Image image;
   image->source = definition;
+  // These files have no alpha, or one of a rule of its own.
+  std::array<unsigned char, ZAV_PALETTE_BYTES> palette;
+  if (IsPalettized(definition.format)) {
+    std::copy_n(definition.palette, palette.size(), palette.begin());
+    for (size_t at = 3; at < palette.size(); at += 4) palette[at] = 0xFF;
+    image->source.palette = palette.data();
+  }
   if (ZAV_SAVE_BITMAP(image.get(), stored->save_type, output.path().c_str()) != 1) {
     throw Error(ErrorKind::kInputOutput, path,
                 fmt::format("the library could not write {} x {} {} as {}", definition.width,
@@ -58,7 +68,7 @@ void SaveWithLibrary(const FileType& type, const Picture& picture, const std::st
   }
   output.CheckSize(FileBytes(type, definition));
   std::vector<unsigned char> bytes = LoadFile(output.path());
-  const Picture written = Decode(path, output.path(), bytes);
+  const Picture written = Decode(path, fmt::format(".{}", type.ending), bytes);
   if (!SamePicture(written.definition, definition)) {
     throw Error(ErrorKind::kInputOutput, path, "what was written does not read back the same");
   }
