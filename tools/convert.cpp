@@ -22,6 +22,7 @@ struct Options {
   std::string masks;
   std::string size;
   std::string filter = "point";
+  int quality = -1;
 };
 
 Error Usage(const std::string& what) { return Error(ErrorKind::kUsage, "convert", what); }
@@ -73,7 +74,11 @@ void Run(const Options& options) {
   }
   wanted.bilinear = options.filter == "bilinear";
   CheckTypes(options.type, std::array{options.in, options.out});
-  const PictureFile out = OutputFile(options.out, options.type);
+  PictureFile out = OutputFile(options.out, options.type);
+  if (options.quality >= 0) {
+    if (out.type->ending != "jpg") throw Usage("--quality goes with JPEG files");
+    out.quality = options.quality;
+  }
   if (wanted.format != 0) CheckHolds(out, wanted.format);
 
   const Picture source = ReadPicture(InputFile(options.in, options.type));
@@ -104,11 +109,17 @@ void AddConvert(CLI::App& app, int&) {
       ->type_name("WxH|P%");
   command->add_option("--filter", options->filter, "How to scale: point (default) or bilinear")
       ->type_name("NAME");
+  command
+      ->add_option("--quality", options->quality,
+                   fmt::format("Of a JPEG file; default: {}", kDefaultQuality))
+      ->type_name("0..100")
+      ->check(CLI::Range(0, 100));
   command->footer([] {
     return "The endings choose the kinds of files; - is standard input or output:\n"
            "  zav convert - - --type png:tga <in.png >out.tga\n\n"
            "bmp holds pal8, bgr24; tga holds pal8, rgb555, bgr24, bgra32; png holds pal8, rgb24,\n"
-           "rgba32; dds holds all but palettized formats, and is dxt5 where a pixel is not "
+           "rgba32; jpg holds bgr24, 4:2:2; rgb is read only; dds holds all but palettized "
+           "formats, and is dxt5 where a pixel is not "
            "opaque,\n"
            "else dxt1; raw holds every format: the bytes as they lie in memory, and beside them\n"
            "NAME.raw.json with size, pitch, masks and palette. Blocks are made of sides that are\n"

@@ -31,6 +31,18 @@ Picture ReadTarga(const std::string& path, Bytes& bytes, std::string& storage) {
   return Decode(path, ".tga", bytes);
 }
 
+Picture ReadSgi(const std::string& path, Bytes& bytes, std::string& storage) {
+  storage = InspectSgi(path, bytes);
+  return Decode(path, ".rgb", bytes);
+}
+
+Picture ReadJpeg(const std::string& path, Bytes& bytes, std::string& storage) {
+  int channels = 0;
+  storage = InspectJpeg(path, bytes, channels);
+  // Left to itself the library gives every JPEG file an alpha channel.
+  return Decode(path, ".jpg", bytes, channels == 3 ? ZAV_FMT_BGR24 : ZAV_FMT_BGRA32);
+}
+
 Picture ReadRawPicture(const std::string& path, Bytes& bytes, std::string& storage) {
   storage = "as in memory";
   return ReadRaw(path, bytes);
@@ -54,6 +66,8 @@ constexpr Stored kTargaStored[] = {{ZAV_FMT_PAL8, ZAV_SAVE_TGA8},
                                    {ZAV_FMT_BGR24, ZAV_SAVE_TGA24},
                                    {ZAV_FMT_BGRA32, ZAV_SAVE_TGA32}};
 
+constexpr Stored kJpegStored[] = {{ZAV_FMT_BGR24, ZAV_SAVE_JPEG}};
+
 constexpr Stored kPngStored[] = {{ZAV_FMT_PAL8, 0}, {ZAV_FMT_RGB24, 0}, {ZAV_FMT_RGBA32, 0}};
 
 constexpr Stored kDdsStored[] = {
@@ -63,11 +77,13 @@ constexpr Stored kDdsStored[] = {
     {ZAV_FMT_ARGB1555, 0}, {ZAV_FMT_CUSTOM16_1, 0}, {ZAV_FMT_CUSTOM16_2, 0}};
 
 constexpr FileType kTypes[] = {
-    {"bmp", "BMP", ReadBmp, SaveWithLibrary, kBmpStored},
-    {"tga", "Targa", ReadTarga, SaveWithLibrary, kTargaStored},
-    {"png", "PNG", ReadPng, WritePngPicture, kPngStored},
-    {"dds", "DDS", ReadDds, WriteDdsPicture, kDdsStored},
-    {"raw", "raw pixels", ReadRawPicture, WriteRawPicture, {}},
+    {"bmp", "", "BMP", ReadBmp, SaveWithLibrary, kBmpStored},
+    {"tga", "", "Targa", ReadTarga, SaveWithLibrary, kTargaStored},
+    {"rgb", "sgi", "SGI", ReadSgi, nullptr, {}},
+    {"jpg", "jpeg", "JPEG", ReadJpeg, SaveWithLibrary, kJpegStored},
+    {"png", "", "PNG", ReadPng, WritePngPicture, kPngStored},
+    {"dds", "", "DDS", ReadDds, WriteDdsPicture, kDdsStored},
+    {"raw", "", "raw pixels", ReadRawPicture, WriteRawPicture, {}},
 };
 
 bool Holds(const FileType& type, int32_t format) {
@@ -94,7 +110,9 @@ std::string Endings(bool written) {
 /// Null for what there is none of.
 const FileType* FindType(std::string ending) {
   for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  const auto* type = std::ranges::find(kTypes, ending, &FileType::ending);
+  const auto* type = std::ranges::find_if(kTypes, [&](const FileType& known) {
+    return ending == known.ending || (!ending.empty() && ending == known.other_ending);
+  });
   return type == std::end(kTypes) ? nullptr : type;
 }
 

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <vector>
 
+#include "formats.h"
 #include "picture.h"
 
 namespace zav::tool {
@@ -16,7 +17,7 @@ namespace zav::tool {
 /// A pixel format that a file type can hold, and the library's save type that writes it so.
 struct Stored {
   int32_t format;
-  long save_type;  // 0: the command writes it by itself
+  long save_type;  // JPEG: plus the quality; 0: the command writes it by itself
 };
 
 struct FileType;
@@ -25,11 +26,13 @@ struct FileType;
 struct PictureFile {
   std::string path;  // or kStandard
   const FileType* type = nullptr;
+  int quality = kDefaultQuality;  // of JPEG files
 };
 
 /// What the command knows about a kind of file. A new kind is a row in file_types.cpp.
 struct FileType {
   std::string_view ending;  // lower case
+  std::string_view other_ending;
   std::string_view name;
   /// Reads the picture from the file's bytes and tells in `storage` how its pixels are stored.
   Picture (*read)(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage);
