@@ -7,6 +7,7 @@ option(ZAV_TESTS "Build the tests (needs GoogleTest)" OFF)
 option(ZAV_FUZZ "Build the fuzzers (libFuzzer with clang; elsewhere they replay files)" OFF)
 option(ZAV_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
 option(ZAV_VECTOR "Use Highway for the vectorised kernels when it is there" ON)
+option(ZAV_JPEG "Use libjpeg-turbo for JPEG data when it is there" ON)
 set(ZAV_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize takes them")
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
@@ -32,6 +33,33 @@ if(ZAV_HAVE_HIGHWAY)
   message(STATUS "zav: Highway found, kernels are vectorised")
 else()
   message(STATUS "zav: Highway not found or not wanted, the plain kernels serve")
+endif()
+
+# The extended colour spaces (B, G, R order among them) tell libjpeg-turbo from other libraries of
+# its interface.
+add_library(zav_jpeg INTERFACE)
+set(ZAV_HAVE_JPEG FALSE)
+if(ZAV_JPEG)
+  find_package(JPEG QUIET)
+  if(TARGET JPEG::JPEG)
+    include(CheckCXXSourceCompiles)
+    set(CMAKE_REQUIRED_LIBRARIES JPEG::JPEG)
+    check_cxx_source_compiles("#include <cstdio>
+      #include <jpeglib.h>
+      int main() { return JCS_EXT_BGRA + JDCT_ISLOW; }" ZAV_JPEG_IS_TURBO)
+    unset(CMAKE_REQUIRED_LIBRARIES)
+  endif()
+  if(ZAV_JPEG_IS_TURBO)
+    set(ZAV_HAVE_JPEG TRUE)
+    list(APPEND ZAV_PRIVATE_LIBRARIES JPEG::JPEG)
+    target_link_libraries(zav_jpeg INTERFACE JPEG::JPEG)
+    target_compile_definitions(zav_jpeg INTERFACE ZAV_HAVE_JPEG)
+  endif()
+endif()
+if(ZAV_HAVE_JPEG)
+  message(STATUS "zav: libjpeg-turbo found")
+else()
+  message(STATUS "zav: libjpeg-turbo not found or not wanted, JPEG operations fail")
 endif()
 
 # Sanitizers concern every target and everything that links them.

@@ -3,6 +3,7 @@
 #include "container/layer_dispatch.h"
 
 #include "container/dxt_layers.h"
+#include "container/jpeg_layers.h"
 #include "container/packed_layers.h"
 #include "container/plain_layers.h"
 
@@ -25,6 +26,9 @@ constexpr LayerRow kLayerRows[] = {
     {ZAV_LAYER_DXT3, WriteDxtLayer, ReadDxtLayer},
     {ZAV_LAYER_DXT4, WriteDxtLayer, ReadDxtLayer},
     {ZAV_LAYER_DXT5, WriteDxtLayer, ReadDxtLayer},
+    {ZAV_LAYER_JPEG32, WriteJpegLayer, ReadJpegLayer},
+    {ZAV_LAYER_JPEG24, WriteJpegLayer, ReadJpegLayer},
+    {ZAV_LAYER_JPEGMASK, WriteJpegMaskLayer, ReadJpegMaskLayer},
     {ZAV_LAYER_PACKED32, WritePacked32Layer, ReadPacked32Layer},
     {ZAV_LAYER_PACKEDPAL8, WritePackedPal8Layer, ReadPackedPal8Layer},
 };

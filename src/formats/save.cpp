@@ -4,6 +4,7 @@
 
 #include "convert/surface.h"
 #include "formats/bmp.h"
+#include "formats/jpeg.h"
 #include "formats/targa.h"
 #include "frame/trace.h"
 
@@ -31,7 +32,9 @@ bool SaveByType(ZAV_CONVERTER& converter, long save_type, const char* path) {
   for (const SaveRow& row : kSaveRows) {
     if (row.save_type == save_type) return row.write(converter, row.format, path);
   }
-  if (save_type >= ZAV_SAVE_JPEG && save_type <= kBestJpeg) return false;  // no JPEG writer yet
+  if (save_type >= ZAV_SAVE_JPEG && save_type <= kBestJpeg) {
+    return JpegWrite(converter, path, static_cast<int32_t>(save_type - ZAV_SAVE_JPEG), true);
+  }
   TraceHook("ZAV_ERR: Unsupported SaveType\n");
   return false;
 }

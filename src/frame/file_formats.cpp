@@ -6,6 +6,7 @@
 
 #include "container/container_reader.h"
 #include "formats/bmp.h"
+#include "formats/jpeg.h"
 #include "formats/targa.h"
 
 namespace zav {
@@ -20,6 +21,7 @@ struct FileFormatRow {
 constexpr FileFormatRow kFileFormats[] = {
     {"bmp", BmpRead, BmpGetFormat},
     {"tga", TgaRead, TgaGetFormat},
+    {"jpg", JpegRead, JpegGetFormat},
     {"zav", ContainerRead, ContainerGetFormat},
 };
 

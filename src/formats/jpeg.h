@@ -1,0 +1,23 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstdint>
+
+#include "frame/records.h"
+
+namespace zav {
+
+/// Reads a JPEG file of three or four channels into the converter's source, in the destination's
+/// order of bytes where JPEG data can be decoded to that, else as ZAV_FMT_BGRA32, and converts it
+/// when a destination format is set.
+bool JpegRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size);
+
+/// Fills size, format and pitch from the header; the format is always ZAV_FMT_BGRA32.
+bool JpegGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size);
+
+/// Writes the converter's source as a file of three channels with quality 0 to 100, and colour at
+/// half width or, without `half_width_color`, at half width and height. The source stays as it was.
+bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality, bool half_width_color);
+
+}  // namespace zav
