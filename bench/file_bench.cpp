@@ -102,9 +102,63 @@ struct Kind {
   bool packets;
 };
 
+/// Planes from the bottom row up; runs of three and more, terminated rows, every row with a start.
+Bytes MakeSgiFile(const Kind& kind, const Bytes& pixels, size_t side) {
+  const size_t p = kind.pixel_bytes;
+  const size_t rows = side * p;
+  const auto put = [](Bytes& file, size_t at, size_t value, size_t bytes) {
+    for (size_t i = 0; i < bytes; ++i) {
+      file[at + i] = static_cast<uint8_t>(value >> 8 * (bytes - 1 - i));
+    }
+  };
+  Bytes file(kind.packets ? 512 + rows * 8 : 512);
+  put(file, 0, 474, 2);
+  file[2] = kind.packets;
+  file[3] = 1;
+  put(file, 4, 3, 2);
+  put(file, 6, side, 2);
+  put(file, 8, side, 2);
+  put(file, 10, p, 2);
+  put(file, 16, 255, 4);
+  for (size_t row = 0; row < rows; ++row) {
+    const size_t c = row / side;
+    Bytes bytes(side);
+    for (size_t x = 0; x < side; ++x) {
+      bytes[x] = pixels[((side - 1 - row % side) * side + x) * p + (c < 3 ? 2 - c : 3)];
+    }
+    if (!kind.packets) {
+      file.insert(file.end(), bytes.begin(), bytes.end());
+      continue;
+    }
+    const size_t start = file.size();
+    const auto run_at = [&](size_t x) {
+      size_t length = 1;
+      while (length < 127 && x + length < side && bytes[x + length] == bytes[x]) ++length;
+      return length;
+    };
+    for (size_t x = 0; x < side;) {
+      size_t length = run_at(x);
+      if (length > 2) {
+        file.insert(file.end(), {static_cast<uint8_t>(length), bytes[x]});
+      } else {
+        length = 0;
+        while (length < 127 && x + length < side && run_at(x + length) < 3) ++length;
+        file.push_back(static_cast<uint8_t>(128 + length));
+        file.insert(file.end(), &bytes[x], &bytes[x] + length);
+      }
+      x += length;
+    }
+    file.push_back(0);
+    put(file, 512 + row * 4, start, 4);
+    put(file, 512 + (rows + row) * 4, file.size() - start, 4);
+  }
+  return file;
+}
+
 Bytes MakeFile(const Kind& kind, bool flat, size_t side) {
   Bytes pixels(side * side * kind.pixel_bytes);
   (flat ? FlatArt : Photo)(pixels, side, kind.pixel_bytes);
+  if (kind.ending[0] == 'r') return MakeSgiFile(kind, pixels, side);
   const auto low = static_cast<uint8_t>(side);
   const auto high = static_cast<uint8_t>(side >> 8);
   const auto depth = static_cast<uint8_t>(kind.pixel_bytes * 8);
@@ -162,7 +216,8 @@ bool DecodeStb(const Bytes& file, const char*) {
 bool DecodeFreeImage(const Bytes& file, const char* name) {
   FIMEMORY* memory =
       FreeImage_OpenMemory(const_cast<uint8_t*>(file.data()), static_cast<DWORD>(file.size()));
-  FIBITMAP* read = FreeImage_LoadFromMemory(name[2] == 'b' ? FIF_BMP : FIF_TARGA, memory);
+  const auto format = name[2] == 'b' ? FIF_BMP : name[2] == 'r' ? FIF_SGI : FIF_TARGA;
+  FIBITMAP* read = FreeImage_LoadFromMemory(format, memory);
   FIBITMAP* wide = FreeImage_ConvertTo32Bits(read);
   benchmark::DoNotOptimize(wide);
   const bool done = wide != nullptr;
@@ -178,10 +233,9 @@ bool DecodeDevil(const Bytes& file, const char* name) {
   static const bool ready = (ilInit(), true);
   const ILuint image = ilGenImage();
   ilBindImage(image);
-  const bool done =
-      ready &&
-      ilLoadL(name[2] == 'b' ? IL_BMP : IL_TGA, file.data(), static_cast<ILuint>(file.size())) &&
-      ilConvertImage(IL_BGRA, IL_UNSIGNED_BYTE);
+  const ILenum format = name[2] == 'b' ? IL_BMP : name[2] == 'r' ? IL_SGI : IL_TGA;
+  const bool done = ready && ilLoadL(format, file.data(), static_cast<ILuint>(file.size())) &&
+                    ilConvertImage(IL_BGRA, IL_UNSIGNED_BYTE);
   benchmark::DoNotOptimize(ilGetData());
   ilDeleteImage(image);
   return done;
@@ -239,7 +293,8 @@ void Register(const char* who, Decode decode, const Kind& kind, bool flat, size_
 const int registered = [] {
   static constexpr Kind kKinds[] = {
       {"tga24", "tga", 3, false},   {"tga32", "tga", 4, false},   {"bmp24", "bmp", 3, false},
-      {"tga24rle", "tga", 3, true}, {"tga32rle", "tga", 4, true},
+      {"tga24rle", "tga", 3, true}, {"tga32rle", "tga", 4, true}, {"sgi24", "rgb", 3, false},
+      {"sgi32", "rgb", 4, false},   {"sgi24rle", "rgb", 3, true}, {"sgi32rle", "rgb", 4, true},
   };
   for (const Kind& kind : kKinds) {
     for (bool flat : {false, true}) {
@@ -247,7 +302,7 @@ const int registered = [] {
       for (size_t side : {size_t{512}, size_t{2048}}) {
         Register("zav", DecodeZav, kind, flat, side);
 #ifdef ZAV_PEER_STB
-        Register("stb", DecodeStb, kind, flat, side);
+        if (kind.ending[0] != 'r') Register("stb", DecodeStb, kind, flat, side);
 #endif
 #ifdef ZAV_PEER_FREEIMAGE
         Register("freeimage", DecodeFreeImage, kind, flat, side);

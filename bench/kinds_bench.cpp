@@ -6,7 +6,7 @@
 
 #include "platform/mapped_file.h"
 #include "support/container_files.h"
-#include "support/packer_content.h"
+#include "packer_content.h"
 #include "support/pictures.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "kinds/packer.h"
-#include "support/packer_content.h"
+#include "packer_content.h"
 #include "support/plain_packer.h"
 #ifdef ZAV_PEER_ZLIB
 #include <zlib.h>

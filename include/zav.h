@@ -183,6 +183,8 @@ ZAV_API int ZAV_CONVERT_RAW(ZAV_IMAGE* image);
 // Targa: types 1, 2, 9, 10 with 8, 16, 24 or 32 bits; a stream that ends early leaves zeros.
 //   Colour-mapped pictures are taken as bottom-up, and right-to-left order is not looked at.
 //   Layouts: Microsoft's BITMAPINFOHEADER documentation; Truevision TGA 2.0.
+// SGI ("rgb"): 3 or 4 channels of 8 bits, verbatim or run-length; a row that is terminated early
+//   ends with zeros, one that goes past its width or the file fails the read.
 // zav: the first image of a container. It brings its own buffers: one that you supply as the source
 //   is not filled.
 // A file with sides of zero or below, or (BMP) shorter than it announces, is refused.

@@ -7,7 +7,6 @@
 #include "convert/format_table.h"
 #include "frame/records.h"
 #include "support/container_files.h"
-#include "support/failing_heap.h"
 #include "support/pictures.h"
 
 namespace zav::test {
@@ -214,34 +213,6 @@ TEST(ContainerLayers, PalettesKeepTheirLastEntryThatIsNotZero) {
     std::fill(picture.palette.begin() + 4 * stored, picture.palette.end(), uint8_t{0xFF});
     EXPECT_EQ(std::memcmp(image.source.palette, picture.palette.data(), 1024), 0);
     EXPECT_EQ(image.source.pixels, file.data() + file.size() - 2);
-  }
-}
-
-// No memory is asked for before the data is known to be there.
-TEST(ContainerLayers, HostileHeadersTakeNoMemory) {
-  // Width, height, pitch.
-  const uint32_t rows[][3] = {
-      {32768, 16383, 131072}, {1, 0x7FFFFFFF, 4}, {0x80000000, 1, 4}, {1, 0x80000000, 4},
-      {65536, 65536, 262144}, {16, 1, 15},        {1, 5, 0x40000001}, {0, 4, 16},
-      {65536, 32767, 65536},  {4, 0, 16},         {4, 4, 0xFFFFFFF0}, {4, 5, 16}};
-  for (const ZAV_LAYER& layer : EveryLayer()) {
-    for (const auto& row : rows) {
-      if (layer.kind == ZAV_LAYER_PAL8) continue;  // its one palette may be made first
-      ZAV_LAYER record = layer;
-      const int at = layer.kind == 33 ? 5 : layer.kind == 34 ? 4 : 1;
-      std::memcpy(record.fields + at, row, sizeof(row));
-      Bytes file = Hex("5A415600");
-      const auto* bytes = reinterpret_cast<const uint8_t*>(&record);
-      file.insert(file.end(), bytes, bytes + 5 + at + 12);
-      // A chunk that is too little for most of them, too much for some, and one that is cut.
-      const Bytes chunks = Hex("08000000 00000100 02000000 04000000 F0FFFFFF");
-      file.insert(file.end(), chunks.begin(), chunks.end());
-      Reader stream(file);
-      Image image;
-      const FailingHeap heap(0);
-      EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
-      EXPECT_EQ(heap.refused(), 0) << int{layer.kind} << " " << row[0] << " x " << row[1];
-    }
   }
 }
 

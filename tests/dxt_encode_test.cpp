@@ -148,19 +148,19 @@ TEST(DxtEncode, OwnSixteenBitColorsComeBack) {
 }
 
 TEST(DxtEncode, SizesThatBlocksDoNotCoverAreRefused) {
-  Picture picture = NoisePicture(ZAV_FMT_BGRA32, 16, 16, 0, 1);
+  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 16, 16, 0, 1);
   for (int variant = 1; variant <= 5; ++variant) {
-    const auto compress = [&](int width, int height, int bytes, uint8_t* blocks) {
-      DxtJob job;
-      job.width = width, job.height = height, job.pitch = 64;
-      job.pixels = picture.pixels.data();
-      job.blocks = blocks, job.block_bytes = bytes;
-      constexpr bool (*kCompress[])(DxtJob&) = {CompressToDXT1, CompressToDXT2, CompressToDXT3,
-                                                CompressToDXT4, CompressToDXT5};
-      return kCompress[variant - 1](job);
-    };
     const int bytes = variant == 1 ? 32 : 64;
     PageEndBuffer blocks(static_cast<size_t>(bytes));
+    const auto compress = [&](int width, int height, int room, uint8_t* into) {
+      constexpr bool (*kCompress[])(DxtJob&) = {CompressToDXT1, CompressToDXT2, CompressToDXT3,
+                                                CompressToDXT4, CompressToDXT5};
+      DxtJob job;
+      job.width = width, job.height = height, job.pitch = 64;
+      job.pixels = picture.definition.pixels;
+      job.blocks = into, job.block_bytes = room;
+      return kCompress[variant - 1](job);
+    };
     std::memset(blocks.data(), 0xEE, blocks.size());
     for (const auto& [width, height] : {std::pair{6, 4}, {2, 2}, {4, 7}, {0, 4}, {-4, 4}}) {
       EXPECT_FALSE(compress(width, height, bytes, blocks.data()));
@@ -169,21 +169,9 @@ TEST(DxtEncode, SizesThatBlocksDoNotCoverAreRefused) {
     ForceDdrawState(DdrawState::kFailed);
     EXPECT_FALSE(compress(8, 8, bytes, blocks.data()));
     ForceDdrawState(DdrawState::kNotTried);
-    for (size_t i = 0; i < blocks.size(); ++i) ASSERT_EQ(blocks.data()[i], 0xEE);
+    EXPECT_EQ(std::count(blocks.data(), blocks.data() + bytes, 0xEE), bytes);
     EXPECT_TRUE(compress(8, 8, bytes, blocks.data()));
     EXPECT_TRUE(compress(16, 16, 0, nullptr)) << "allocates its own";
-  }
-  // Through the conversion a refusal leaves the host's buffer and record alone.
-  for (const int side : {6, 8}) {
-    std::vector<uint8_t> buffer(64, 0xEE);
-    Image image;
-    image.source = picture.definition;
-    image.source.width = image.source.height = side;
-    image.dest.format = ZAV_FMT_DXT5;
-    image.dest.pixels = buffer.data();
-    image.dest.pitch = 64;
-    EXPECT_EQ(ZAV_CONVERT_RAW(&image), side == 8 ? 1 : 0);
-    EXPECT_EQ(std::count(buffer.begin(), buffer.end(), 0xEE) == 64, side == 6);
   }
 }
 

@@ -10,11 +10,8 @@
 
 #include "base/endian.h"
 #include "container/container_reader.h"
-#include "container/plain_image.h"
 #include "convert/surface.h"
 #include "frame/environment.h"
-#include "kinds/squiz_image.h"
-#include "kinds/tiled_image.h"
 #include "support/container_files.h"
 #include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
@@ -90,22 +87,16 @@ TEST(ImageKinds, EverySizeReadsBackExactly) {
 }
 
 TEST(ImageKinds, NamesKeepTheirFirst32Characters) {
-  Picture picture = SpritePicture(ZAV_FMT_BGRA32, 9, 9, 8, 1);
+  Picture picture = SpritePicture(ZAV_FMT_BGRA32, 8, 8, 4, 1);
   char name[] = "0123456789012345678901234567890123456789";
-  bool (*const readers[])(ZAV_STREAM&, char*, ZAV_SURFACE&, Wanted) = {
-      ReadPlainImage, ReadTiledImage, ReadSquizImage};
-  for (int i = 0; i < 3; ++i) {
+  for (const int kind : kImageKinds) {
     ZAV_LAYER layer = kTrue32;
     const Bytes file = WriteContainer([&](void* stream) {
-      const int kind = std::array{ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ}[size_t(i)];
-      WriteImageOf(kind, stream, name, &layer, &picture.definition);
+      EXPECT_EQ(WriteImageOf(kind, stream, name, &layer, &picture.definition), 0);
     });
-    ZAV_STREAM stream;
-    ASSERT_TRUE(stream.OpenRead(file.data(), static_cast<int64_t>(file.size())));
-    char stored[kNameLength + 1];
-    ScopedConverter converter;
-    EXPECT_TRUE(readers[i](stream, stored, converter.source, Wanted::kDefinition));
-    EXPECT_EQ(stored, std::string(name, 32));
+    EXPECT_EQ(std::string(file.begin() + 9, file.begin() + 41), std::string(name, 32)) << kind;
+    Image image;
+    EXPECT_TRUE(ReadOne(image, file));
   }
 }
 
@@ -143,12 +134,9 @@ TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
     refuses(nullptr, &definition);
     refuses(&unknown, &definition);
     ZAV_LAYER layer = kPal8;
-    EXPECT_EQ(WriteImageOf(kind, nullptr, nullptr, &layer, &definition), -1);
-    void* reading = ZAV_OPEN_READ(reinterpret_cast<const uint8_t*>("ZAV"), 4);
-    int next;
+    Reader reading({'Z', 'A', 'V', 0});
     EXPECT_EQ(WriteImageOf(kind, reading, nullptr, &layer, &definition), -1);
-    EXPECT_EQ(ZAV_GET_LAYER_TYPE(reading, &next), -1);
-    ZAV_CLOSE(reading);
+    EXPECT_EQ(reading.Kind(), -1);
   }
 }
 
@@ -165,8 +153,6 @@ TEST(ImageKinds, WritersPublishTheirEnvironmentAndReadersLeaveIt) {
     EXPECT_TRUE(ContainerRead(converter, file.data(), static_cast<int64_t>(file.size())));
     EXPECT_EQ(PublishedEnv(), uint32_t{ZAV_ENV_FILTER});
   }
-  WriteOne(Layer(ZAV_LAYER_TRUE24, {1}), picture.definition);  // nothing to convert
-  EXPECT_EQ(PublishedEnv(), uint32_t{ZAV_ENV_FILTER});
 }
 
 /// The kind of image, the layer.
@@ -212,6 +198,42 @@ TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
       block.data()[i] = file[i];
     }
     EXPECT_TRUE(std::equal(file.begin(), file.end(), block.data()));  // no reader writes
+  }
+}
+
+// Sides, and what follows from them, that the few bytes behind them cannot justify: refused before
+// any memory is asked for.
+TEST(ImageKinds, HostileSidesTakeNoMemory) {
+  // Width, height, pitch; only the pitch is wrong in the last two.
+  const uint32_t rows[][3] = {{32768, 16383, 131072}, {1, 0x7FFFFFFF, 4},
+                              {0x80000000, 1, 4},     {1, 0x80000000, 4},
+                              {65536, 65536, 262144}, {0, 4, 16},
+                              {65536, 32767, 65536},  {4, 0, 16},
+                              {23000, 23000, 92000},  {40000, 40000, 160000},
+                              {0x1FFFFFFF, 1, 16},    {51200, 129, 204800},
+                              {160, 10, 15},          {1, 5, 0x40000001}};
+  for (const auto& [kind, layer] : EveryKindAndLayer()) {
+    if (kind == ZAV_REC_IMAGE && layer.kind == ZAV_LAYER_PAL8) continue;  // its palette comes first
+    if (kind == ZAV_REC_MIPMAP) continue;                                 // has no sides of its own
+    const Picture picture = SpritePicture(FormatOf(layer), 16, 16, 8, 3);
+    const Bytes good = WriteOne(layer, picture.definition, nullptr, kind);
+    const bool dxt = layer.kind >= ZAV_LAYER_DXT1 && layer.kind <= ZAV_LAYER_DXT5;
+    const size_t in_layer = layer.kind == ZAV_LAYER_PACKED32     ? 10
+                            : layer.kind == ZAV_LAYER_PACKEDPAL8 ? 9
+                                                                 : 6;
+    for (const auto& row : rows) {
+      if (&row >= std::end(rows) - 2 && (dxt || kind != ZAV_REC_IMAGE)) continue;
+      Bytes file = good;
+      const size_t at = 41 + (kind == ZAV_REC_IMAGE ? in_layer : 0);
+      const size_t fields = kind != ZAV_REC_IMAGE || dxt ? 2 : 3;
+      for (size_t i = 0; i < fields; ++i) StoreLe32(&file[at + i * 4], row[i]);
+      if (dxt && layer.fields[0] == 1) StoreLe32(&file[at + 8], row[0]);  // the blocks' bytes
+      Image image;
+      const FailingHeap heap(0);
+      EXPECT_FALSE(ReadOne(image, file));
+      EXPECT_EQ(heap.refused(), 0)
+          << kind << ", " << int{layer.kind} << ": " << row[0] << " x " << row[1];
+    }
   }
 }
 

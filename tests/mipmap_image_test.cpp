@@ -78,16 +78,5 @@ TEST(MipmapImage, LevelsThatCannotBeWrittenAreLeftOut) {
   EXPECT_EQ(blocks[41], blocks.size() > 42 ? 7 : 0);
 }
 
-TEST(MipmapImage, SidesArePowersOfTwo) {
-  const Picture picture = NoisePicture(ZAV_FMT_PAL8, 64, 64, 0, 1);
-  for (const auto& [width, height] : {std::pair{3, 4}, {4, 6}, {63, 64}, {0, 4}, {-4, 4}}) {
-    ZAV_GFXDEF definition = picture.definition;
-    definition.width = width;
-    definition.height = height;
-    const Bytes file = WriteLevels(Layer(ZAV_LAYER_PAL8), definition, 9, -1);
-    EXPECT_EQ(file.size(), 4u) << width << " x " << height;
-  }
-}
-
 }  // namespace
 }  // namespace zav::test

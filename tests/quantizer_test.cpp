@@ -10,7 +10,6 @@
 #include "convert/pipeline.h"
 #include "convert/surface.h"
 #include "kinds/quantizer_rows.h"
-#include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/plain_quantizer.h"
 #include "support/vector_targets.h"
@@ -136,22 +135,6 @@ TEST(Quantizer, SumsOfManyPixelsDoNotWrap) {
   ForEachVectorTarget([&](const VectorTarget& target) {
     EXPECT_EQ(Quantize(colors).first[0], 0xFFFDFEFFu) << target.name;
   });
-}
-
-TEST(Quantizer, FailsCleanlyWhenMemoryRunsOut) {
-  Picture picture = MakeColorPicture(ColorPictures()[0], 60, 60);
-  std::vector<uint8_t> dest(3600 + ZAV_PALETTE_BYTES, 0x5A);
-  const std::vector<uint8_t> untouched = dest;
-  ScopedConverter converter;
-  converter.source.definition() = picture.definition;
-  converter.dest.format = ZAV_FMT_PAL8;
-  converter.dest.pixels = dest.data();
-  converter.dest.palette = dest.data() + 3600;
-  converter.dest.pitch = 60;
-  const int refusals = FailEveryAllocation(
-      [&] { return ConvertSurface(converter); },
-      [&](int, bool succeeded) { EXPECT_TRUE(!succeeded && dest == untouched); });
-  EXPECT_GE(refusals, 4);  // two tables, and more than one chunk of nodes
 }
 
 }  // namespace

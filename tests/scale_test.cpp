@@ -128,28 +128,6 @@ TEST(Scale, WideRowsNeedNoHeap) {
   }
 }
 
-TEST(Scale, DoesNothingUnlessBothSidesAgree) {
-  Picture picture = NoisePicture(ZAV_FMT_BGRA32, 4, 4, 0, 1);
-  using Spoil = void (*)(ZAV_SURFACE & source, ZAV_SURFACE & dest);
-  for (const Spoil spoil :
-       {Spoil([](ZAV_SURFACE&s, ZAV_SURFACE&) { s.bytes_per_pixel = 3; }),
-        Spoil([](ZAV_SURFACE&s, ZAV_SURFACE&) { s.format = ZAV_FMT_RGBA32; }),
-        Spoil([](ZAV_SURFACE&s, ZAV_SURFACE&) { s.pixels = nullptr; }),
-        Spoil([](ZAV_SURFACE&, ZAV_SURFACE&d) { d.pixels = nullptr; }),
-        Spoil([](ZAV_SURFACE&s, ZAV_SURFACE&) { s.height = 0; }),
-        Spoil([](ZAV_SURFACE&, ZAV_SURFACE&d) { d.width = 0; }),
-        Spoil([](ZAV_SURFACE&s, ZAV_SURFACE&d) { s.bytes_per_pixel = d.bytes_per_pixel = 5; })}) {
-    Bytes bytes(256, kGuard);
-    ZAV_SURFACE source{}, dest = Surface(ZAV_FMT_BGRA32, 8, 8, 0);
-    source.definition() = picture.definition;
-    dest.pixels = bytes.data();
-    spoil(source, dest);
-    ResamplePoint(source, dest);
-    ResampleBilinear(source, dest);
-    EXPECT_EQ(bytes, Bytes(256, kGuard));
-  }
-}
-
 // The host may scale a picture into the memory that holds it, and let its unused palette pointer
 // stand. Memory apart from the source is filled without the heap.
 TEST(Resize, TakesABufferThatOverlapsTheSource) {

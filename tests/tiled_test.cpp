@@ -7,7 +7,6 @@
 #include "base/endian.h"
 #include "kinds/tile_layout.h"
 #include "support/container_files.h"
-#include "support/failing_heap.h"
 #include "support/pictures.h"
 
 namespace zav::test {
@@ -228,18 +227,6 @@ TEST(Tiled, RefusesWhatItsTilesCannotServe) {
         Record(2, 0, 8, {wide}), Record(1, 1, 8, {})}) {
     Image image;
     EXPECT_FALSE(ReadOne(image, file)) << int{file[41]} << " x " << int{file[45]};
-  }
-  // No memory for a picture of which there cannot be all tiles.
-  const Bytes tile = Tile(kRgba32, ZAV_FMT_RGBA32, 256, 1, 1);
-  const uint32_t sizes[][2] = {{0x1FFFFFFF, 1},     {23000, 23000},  {0x80000000, 1},
-                               {1, 0xFFFFFFFF},     {65536, 65536},  {0x7FFFFFFF, 0x7FFFFFFF},
-                               {0x7FFFFFFF / 4, 1}, {256 * 200, 129}};
-  for (const auto& size : sizes) {
-    const Bytes file = Record(size[0], size[1], 8, {tile});
-    Image image;
-    const FailingHeap heap(0);
-    EXPECT_FALSE(ReadOne(image, file));
-    EXPECT_EQ(heap.refused(), 0) << size[0] << " x " << size[1];
   }
 }
 

@@ -71,6 +71,10 @@ class ByteReader {
     const uint8_t* p = Take(2);
     return p != nullptr ? LoadLe16(p) : uint16_t{0};
   }
+  uint16_t Be16() {
+    const uint8_t* p = Take(2);
+    return p != nullptr ? LoadBe16(p) : uint16_t{0};
+  }
   uint32_t Le32() {
     const uint8_t* p = Take(4);
     return p != nullptr ? LoadLe32(p) : 0;

@@ -18,6 +18,12 @@ inline uint32_t LoadLe32(const uint8_t* p) {
          static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
 }
 
+inline uint16_t LoadBe16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
+
+inline uint32_t LoadBe32(const uint8_t* p) {
+  return static_cast<uint32_t>(LoadBe16(p)) << 16 | LoadBe16(p + 2);
+}
+
 inline void StoreLe16(uint8_t* p, uint32_t value) {
   p[0] = static_cast<uint8_t>(value);
   p[1] = static_cast<uint8_t>(value >> 8);

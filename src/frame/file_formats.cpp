@@ -7,6 +7,7 @@
 #include "container/container_reader.h"
 #include "formats/bmp.h"
 #include "formats/jpeg.h"
+#include "formats/sgi.h"
 #include "formats/targa.h"
 
 namespace zav {
@@ -21,6 +22,7 @@ struct FileFormatRow {
 constexpr FileFormatRow kFileFormats[] = {
     {"bmp", BmpRead, BmpGetFormat},
     {"tga", TgaRead, TgaGetFormat},
+    {"rgb", SgiRead, SgiGetFormat},
     {"jpg", JpegRead, JpegGetFormat},
     {"zav", ContainerRead, ContainerGetFormat},
 };

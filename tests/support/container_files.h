@@ -4,21 +4,16 @@
 
 #include <unistd.h>
 
-#include <cstdint>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <initializer_list>
-#include <iterator>
 #include <string>
 #include <vector>
 
 #include "support/page_end_buffer.h"
-#include "zav.h"
+#include "support/picture_files.h"
 
 namespace zav::test {
-
-using Bytes = std::vector<uint8_t>;
 
 /// A file name that goes with its file.
 class TemporaryFile {
@@ -32,15 +27,8 @@ class TemporaryFile {
   ~TemporaryFile() { unlink(path_.c_str()); }
 
   const char* path() const { return path_.c_str(); }
-  Bytes Read() const {
-    std::ifstream file(path_, std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-  }
-  void Write(const Bytes& bytes) const {
-    std::ofstream(path_, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-  }
+  Bytes Read() const { return FileBytes(path_); }
+  void Write(const Bytes& bytes) const { WriteFile(path_, bytes); }
 
  private:
   std::string path_;
@@ -90,14 +78,6 @@ inline Bytes WriteOne(ZAV_LAYER layer, ZAV_GFXDEF definition, int* result = null
   });
 }
 
-/// An image that is ready, and freed at its end.
-struct Image : ZAV_IMAGE {
-  Image() { ZAV_INIT(this); }
-  Image(const Image&) = delete;
-  Image& operator=(const Image&) = delete;
-  ~Image() { ZAV_FREE(this); }
-};
-
 /// Reads the first picture of a container in memory. The library writes to no file's bytes.
 inline bool ReadOne(Image& image, const Bytes& file) {
   return ZAV_CONVERT_MEMFILE(&image, "x.zav", const_cast<uint8_t*>(file.data()),
@@ -128,30 +108,6 @@ inline void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// Reads every byte of a picture, so that one that is not there shows.
-inline uint32_t Touch(const ZAV_GFXDEF& picture) {
-  uint32_t sum = 0;
-  // For blocks the pitch is the size of the picture.
-  const int64_t rows = picture.format >= ZAV_FMT_DXT1 ? 1 : picture.height;
-  for (int64_t i = 0; i < picture.pitch * rows; ++i) sum += picture.pixels[i];
-  for (int i = 0; picture.palette != nullptr && i < ZAV_PALETTE_BYTES; ++i) {
-    sum += picture.palette[i];
-  }
-  return sum;
-}
-
-/// Whether two pictures are the same, padding aside.
-inline bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
-  if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
-  for (int64_t y = 0; y < a.height; ++y) {
-    if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch,
-                    static_cast<size_t>(a.width) * static_cast<size_t>(a.bytes_per_pixel)) != 0) {
-      return false;
-    }
-  }
-  return a.format != ZAV_FMT_PAL8 || std::memcmp(a.palette, b.palette, ZAV_PALETTE_BYTES) == 0;
-}
-
 /// Decodes what can be decoded, as a host that walks the records does, and says how many layers
 /// that were. Bytes that are no container are none.
 inline size_t Walk(uint8_t* data, size_t size) {
@@ -169,7 +125,7 @@ inline size_t Walk(uint8_t* data, size_t size) {
     const bool defined = ZAV_DECODE_BITMAPFORMAT(stream, &definition) == 0;
     if (ZAV_DECODE_BITMAP(stream, &image) == 0) {
       Require(defined && definition.width == image.source.width);
-      Touch(image.source);
+      SumOfBytes(image.source);
       ++pictures;
     } else {
       Require(image.source.pixels == nullptr);
@@ -178,7 +134,8 @@ inline size_t Walk(uint8_t* data, size_t size) {
   }
   ZAV_CLOSE(stream);
   Image image;
-  if (ZAV_CONVERT_MEMFILE(&image, "zav", data, static_cast<long>(size)) == 1) Touch(image.source);
+  if (ZAV_CONVERT_MEMFILE(&image, "zav", data, static_cast<long>(size)) == 1)
+    SumOfBytes(image.source);
   ZAV_GFXDEF definition;
   if (ZAV_GETFILEFORMAT_FROMMEM(&definition, "zav", data, static_cast<long>(size)) == 0) {
     Require(image.source.pixels == nullptr);
@@ -200,24 +157,22 @@ inline std::vector<ZAV_LAYER> EveryDxtLayer() {
 
 /// Every other layer kind and parameter that is worth a difference.
 inline std::vector<ZAV_LAYER> EveryLayer() {
-  return {
-      Layer(ZAV_LAYER_PAL8),
-      Layer(ZAV_LAYER_HICOLOR, {1}),
-      Layer(ZAV_LAYER_HICOLOR, {2}),
-      Layer(ZAV_LAYER_HICOLOR, {3}),
-      Layer(ZAV_LAYER_HICOLOR, {4}),
-      Layer(ZAV_LAYER_TRUE24, {1}),
-      Layer(ZAV_LAYER_TRUE24, {2}),
-      Layer(ZAV_LAYER_TRUE32, {1}),
-      Layer(ZAV_LAYER_TRUE32, {2}),
-      Layer(ZAV_LAYER_PACKED32, {1, 8, 8, 8, 8}),
-      Layer(ZAV_LAYER_PACKED32, {2, 9, 255, 8, 8}),
-      Layer(ZAV_LAYER_PACKED32, {2 + 4, 8, 8, 8, 8}),
-      Layer(ZAV_LAYER_PACKED32, {2, 5, 6, 4, 0}),
-      Layer(ZAV_LAYER_PACKED32, {3 + 4, 0, 1, 7, 3}),
-      Layer(ZAV_LAYER_PACKEDPAL8, {8, 9, 8, 200}),
-      Layer(ZAV_LAYER_PACKEDPAL8, {4, 3, 5, 8}),
-  };
+  return {Layer(ZAV_LAYER_PAL8),
+          Layer(ZAV_LAYER_HICOLOR, {1}),
+          Layer(ZAV_LAYER_HICOLOR, {2}),
+          Layer(ZAV_LAYER_HICOLOR, {3}),
+          Layer(ZAV_LAYER_HICOLOR, {4}),
+          Layer(ZAV_LAYER_TRUE24, {1}),
+          Layer(ZAV_LAYER_TRUE24, {2}),
+          Layer(ZAV_LAYER_TRUE32, {1}),
+          Layer(ZAV_LAYER_TRUE32, {2}),
+          Layer(ZAV_LAYER_PACKED32, {1, 8, 8, 8, 8}),
+          Layer(ZAV_LAYER_PACKED32, {2, 9, 255, 8, 8}),
+          Layer(ZAV_LAYER_PACKED32, {2 + 4, 8, 8, 8, 8}),
+          Layer(ZAV_LAYER_PACKED32, {2, 5, 6, 4, 0}),
+          Layer(ZAV_LAYER_PACKED32, {3 + 4, 0, 1, 7, 3}),
+          Layer(ZAV_LAYER_PACKEDPAL8, {8, 9, 8, 200}),
+          Layer(ZAV_LAYER_PACKEDPAL8, {4, 3, 5, 8})};
 }
 
 }  // namespace zav::test

@@ -2,6 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "support/picture_files.h"
 
+#include <algorithm>
+#include <cstring>
 #include <fstream>
 #include <iterator>
 #include <numeric>
@@ -23,6 +25,8 @@ void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
   for (size_t i = 0; i < count; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
+}  // namespace
+
 uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
   if (picture.pixels == nullptr) return 0;
   // For blocks the pitch is the size of the picture.
@@ -33,11 +37,20 @@ uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
   return std::accumulate(picture.palette, picture.palette + ZAV_PALETTE_BYTES, sum);
 }
 
-}  // namespace
-
 bool Image::Read(const char* name, const Bytes& file) {
   PageEndBuffer block(file.data(), file.size());
   return ZAV_CONVERT_MEMFILE(this, name, block.data(), static_cast<long>(file.size())) == 1;
+}
+
+bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
+  if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
+  for (int64_t y = 0; y < a.height; ++y) {
+    if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch,
+                    static_cast<size_t>(a.width) * static_cast<size_t>(a.bytes_per_pixel)) != 0) {
+      return false;
+    }
+  }
+  return a.format != ZAV_FMT_PAL8 || std::memcmp(a.palette, b.palette, ZAV_PALETTE_BYTES) == 0;
 }
 
 bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format) {
@@ -87,6 +100,37 @@ Bytes NoisePackets(int32_t pixel_bytes, int64_t pixels, uint64_t seed) {
     pixels -= length;
   }
   return stream;
+}
+
+Bytes SgiStart(bool run_length, uint32_t channels, int32_t width, int32_t height) {
+  Bytes file = Noise(512, 4);
+  const int64_t fields[] = {run_length, 1,           file[4], file[5],       width >> 8,
+                            width,      height >> 8, height,  channels >> 8, channels};
+  for (size_t i = 0; i < std::size(fields); ++i) file[2 + i] = static_cast<uint8_t>(fields[i]);
+  return file;
+}
+
+void AppendSgiRows(Bytes& file, int64_t rows, uint32_t width, uint64_t seed) {
+  Random random(seed);
+  const size_t table = file.size();
+  file.resize(table + static_cast<size_t>(rows) * 4);
+  size_t start = file.size();
+  for (size_t row = 0; row < static_cast<size_t>(rows); ++row) {
+    const bool shared = row > 0 && random.Below(8) == 0;
+    if (!shared) start = file.size();
+    for (size_t i = 0; i < 4; ++i) {
+      file[table + row * 4 + i] = static_cast<uint8_t>(start >> (24 - 8 * i));
+    }
+    uint32_t left = shared ? 0 : random.Below(8) == 0 ? random.Below(width) : width;
+    while (left > 0) {
+      const bool is_run = random.Below(2) == 0;
+      const uint32_t length = std::min(left, 1 + random.Below(random.Below(4) == 0 ? 127 : 9));
+      file.push_back(static_cast<uint8_t>((is_run ? 0 : 128) + length));
+      Append(file, Noise(is_run ? 1 : length, random.Next()));
+      left -= length;
+    }
+    if (!shared) file.push_back(0);
+  }
 }
 
 void Append(Bytes& to, const Bytes& bytes) { to.insert(to.end(), bytes.begin(), bytes.end()); }

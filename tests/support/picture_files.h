@@ -23,6 +23,12 @@ struct Image : ZAV_IMAGE {
   bool Read(const char* name, const Bytes& file);
 };
 
+/// Reads every byte of a picture, so that one that is not there shows.
+uint64_t SumOfBytes(const ZAV_GFXDEF& picture);
+
+/// Whether two pictures are the same, padding aside.
+bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b);
+
 /// Probes and reads the file and looks at every byte of what comes out, so that faults and
 /// sanitizers find buffers that are too short. Returns whether it could be read.
 bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format);
@@ -36,6 +42,13 @@ Bytes TgaStart(uint32_t type, uint32_t depth, int32_t width, int32_t height, uin
 
 /// Packets of noise, of every kind and length, for at least this many pixels.
 Bytes NoisePackets(int32_t pixel_bytes, int64_t pixels, uint64_t seed);
+
+/// An SGI header, channels of 8 bits, dimension and magic of noise.
+Bytes SgiStart(bool run_length, uint32_t channels, int32_t width, int32_t height);
+
+/// Rows of one channel each, of this many pixels or, one in eight, terminated early; some are
+/// shared. The lengths that should follow their starts are left out.
+void AppendSgiRows(Bytes& file, int64_t rows, uint32_t width, uint64_t seed);
 
 void Append(Bytes& to, const Bytes& bytes);
 Bytes FileBytes(const std::string& path);

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
-#include "support/packer_content.h"
+#include "packer_content.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,0 +1,182 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "formats/sgi.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+
+#include "base/byte_reader.h"
+#include "base/endian.h"
+#include "base/heap.h"
+#include "convert/pipeline.h"
+#include "convert/surface.h"
+#include "formats/sgi_planes.h"
+
+namespace zav {
+namespace {
+
+constexpr int64_t kHeaderBytes = 512;
+constexpr int64_t kStartBytes = 4;          // one entry of the table of row starts
+constexpr int64_t kMostPacketPixels = 127;  // of a packet, which has two bytes or more
+constexpr size_t kMostChannels = 4;
+
+struct SgiHeader {
+  ZAV_SURFACE surface;  ///< the definition of the picture
+  int32_t channels;
+  int32_t storage;  ///< 1 run-length; 0, and whatever is negative: verbatim
+  int32_t channel_bytes;
+};
+
+/// The magic, the dimension and all that follows the sides are not looked at.
+bool ReadHeader(ByteReader& file, SgiHeader& header) {
+  file.Skip(2);
+  header.storage = static_cast<int8_t>(file.U8());
+  header.channel_bytes = file.U8();
+  file.Skip(2);
+  const int32_t width = file.Be16();
+  const int32_t height = file.Be16();
+  header.channels = file.Be16();
+  const int32_t format = header.channels == 3   ? ZAV_FMT_BGR24
+                         : header.channels == 4 ? ZAV_FMT_BGRA32
+                                                : 0;
+  return !file.failed() && format != 0 && SetDefinition(header.surface, width, height, format);
+}
+
+bool Allocate(ZAV_SURFACE& source, const ZAV_SURFACE& wanted, bool sparse) {
+  const auto allocate = sparse ? AllocClearedSurface : AllocSurface;
+  return allocate(source, wanted.width, wanted.height, wanted.format);
+}
+
+/// The files begin with the bottom row.
+uint8_t* StoredRow(const ZAV_SURFACE& surface, int64_t row) {
+  return surface.pixels + (surface.height - 1 - row) * surface.pitch;
+}
+
+bool ReadVerbatim(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& file) {
+  const int64_t width = header.surface.width;
+  const int64_t plane_bytes = width * header.surface.height;
+  const uint8_t* first = file.Take(plane_bytes * header.channels);
+  if (first == nullptr || !Allocate(source, header.surface, false)) return false;
+  const PlaneRow interleave = PlaneRowOf(header.channels);
+  for (int64_t y = 0; y < source.height; ++y, first += width) {
+    const uint8_t* const planes[kMostChannels] = {
+        first, first + plane_bytes, first + 2 * plane_bytes,
+        header.channels == 4 ? first + 3 * plane_bytes : nullptr};
+    interleave(planes, StoredRow(source, y), static_cast<size_t>(width));
+  }
+  return true;
+}
+
+/// The rows of all channels are decoded into scratch that stays in the cache, and become pixels
+/// together.
+///
+/// Entries of the table may share a row, and a row may end as soon as it starts: a block of some
+/// kilobytes can rightly be a picture of gigabytes, and no relation of their sizes can refuse it.
+/// But only a picture that all of the block's packets could fill is taken from the heap as it is.
+/// Any other is cleared memory of which no more is touched, and so paid for, than rows have pixels;
+/// it ends with the first row that is not sound.
+bool ReadRunLength(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& file) {
+  const int64_t width = header.surface.width;
+  const int64_t height = header.surface.height;
+  const int32_t channels = header.channels;
+  const uint8_t* const starts = file.Take(kStartBytes * height * channels);
+  if (starts == nullptr) return false;
+  const bool sparse = file.remaining() / 2 * kMostPacketPixels < width * height * channels;
+  const bool cleared = sparse && source.pixels == nullptr;
+  const int64_t plane_bytes = width + kSgiRowSlack;
+  const Scratch scratch(plane_bytes * channels);
+  if (scratch.get() == nullptr || !Allocate(source, header.surface, sparse)) return false;
+
+  const PlaneRow interleave = PlaneRowOf(channels);
+  uint8_t* planes[kMostChannels] = {};
+  for (int32_t c = 0; c < channels; ++c) planes[c] = scratch.get() + c * plane_bytes;
+  for (int64_t y = 0; y < height; ++y) {
+    int64_t pixels[kMostChannels] = {};
+    for (int32_t c = 0; c < channels; ++c) {
+      file.Seek(LoadBe32(starts + kStartBytes * (c * height + y)));
+      pixels[c] = SgiRleRow(file, planes[c], width);
+      if (file.failed() || pixels[c] < 0) return false;
+    }
+    const int64_t written = cleared ? *std::max_element(pixels, pixels + channels) : width;
+    for (int32_t c = 0; c < channels; ++c) {
+      std::memset(planes[c] + pixels[c], 0, static_cast<size_t>(written - pixels[c]));
+    }
+    interleave(planes, StoredRow(source, y), static_cast<size_t>(written));
+  }
+  return true;
+}
+
+/// Pays out 16 bytes of a packet: the literal ones where the mask is set, the run's where it is 0.
+inline void PutBlock(uint8_t* dest, const uint8_t* literal, uint64_t run, uint64_t mask) {
+  StoreLe64(dest, run ^ ((run ^ LoadLe64(literal)) & mask));
+  StoreLe64(dest + 8, run ^ ((run ^ LoadLe64(literal + 8)) & mask));
+}
+
+}  // namespace
+
+// Most packets have a handful of pixels, and whether the next one is a run is a coin toss that no
+// processor can predict; a wrong guess costs more than the bytes. So both outcomes are computed and
+// a mask picks one.
+int64_t SgiRleRow(const ByteReader& file, uint8_t* dest, int64_t width) {
+  constexpr int64_t kBlockBytes = 16;
+  constexpr int64_t kPacketBlockBytes = 128;  // the blocks of the longest packet
+  static_assert(kSgiRowSlack >= kBlockBytes - 1);
+  const int64_t size = file.remaining();
+  const uint8_t* const packets = file.Peek(size);
+  int64_t done = 0;
+  int64_t at = 0;
+  while (done < width) {
+    if (at >= size) return -1;
+    const uint8_t control = packets[at];
+    const int64_t pixels = control & 127;
+    if (pixels == 0) break;
+    if (pixels > width - done) return -1;
+    const bool literal = control >= 128;
+    const int64_t end = at + 1 + (literal ? pixels : 1);
+    if (size - at > kPacketBlockBytes) {
+      const uint8_t* const bytes = packets + at + 1;
+      const uint64_t run = *bytes * uint64_t{0x0101010101010101};
+      const uint64_t mask = uint64_t{0} - (control >> 7);
+      PutBlock(dest + done, bytes, run, mask);
+      for (int64_t i = kBlockBytes; i < pixels; i += kBlockBytes) {
+        PutBlock(dest + done + i, bytes + i, run, mask);
+      }
+    } else if (end > size) {
+      return -1;
+    } else if (literal) {
+      std::memcpy(dest + done, packets + at + 1, static_cast<size_t>(pixels));
+    } else {
+      std::memset(dest + done, packets[at + 1], static_cast<size_t>(pixels));
+    }
+    done += pixels;
+    at = end;
+  }
+  return done;
+}
+
+bool SgiGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
+  ByteReader file(data, size);
+  SgiHeader header{};
+  if (!ReadHeader(file, header)) return false;
+  const ZAV_SURFACE& surface = header.surface;
+  out.width = surface.width;
+  out.height = surface.height;
+  out.bytes_per_pixel = surface.bytes_per_pixel;
+  out.format = surface.format;
+  out.pitch = surface.pitch;
+  return true;
+}
+
+bool SgiRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
+  ByteReader file(data, size);
+  SgiHeader header{};
+  if (!ReadHeader(file, header) || header.channel_bytes != 1 || header.storage > 1) return false;
+  file.Seek(kHeaderBytes);
+  if (file.failed()) return false;
+  const auto read = header.storage == 1 ? ReadRunLength : ReadVerbatim;
+  if (!read(converter.source, header, file)) return false;
+  return converter.dest.format == 0 || ConvertSurface(converter);
+}
+
+}  // namespace zav
