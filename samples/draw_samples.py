@@ -1,11 +1,13 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 the ZAV authors
 # SPDX-License-Identifier: MIT
-"""Draws the sample pictures into the directory of this script, the same bytes every time.
+"""Draws the sample pictures into the directory of this script, the same bytes every time (those of
+the JPEG file as far as PIL, which writes it, keeps them).
 
 Each picture stands for one way of storing pixels, none is symmetric, and odd widths are among
 them: a swapped channel, a flipped row or a slipped pitch is seen at once.
 """
+import io
 import math
 import pathlib
 import struct
@@ -166,6 +168,41 @@ def mapped_bmp(rows, limit):
     palette, lines = indexed(rows, limit)
     entries = b"".join(pixel_bytes(colour, False) + b"\0" for colour in palette)
     return bmp(lines, len(rows[0]), 8, entries)
+
+
+def sgi(rows):
+    """Run-length, four channels. Rows that are alike share their bytes."""
+    width, height = len(rows[0]), len(rows)
+    header = struct.pack(">HBBHHHHII", 474, 1, 1, 3, width, height, 4, 0, 255).ljust(512, b"\0")
+    data, starts, lengths, known = b"", [], [], {}
+    for channel in range(4):
+        for row in reversed(rows):
+            line, packed, at = bytes(pixel[channel] for pixel in row), b"", 0
+            while at < width:
+                run = next((n for n in range(1, min(127, width - at)) if line[at + n] != line[at]),
+                           min(127, width - at))
+                if run > 2:
+                    packed, at = packed + bytes((run, line[at])), at + run
+                    continue
+                end = next((n for n in range(at, min(at + 127, width - 2))
+                            if line[n] == line[n + 1] == line[n + 2]), min(at + 127, width))
+                packed, at = packed + bytes((128 + end - at,)) + line[at:end], end
+            packed += b"\0"
+            if packed not in known:
+                known[packed] = len(data)
+                data += packed
+            starts.append(512 + 8 * 4 * height + known[packed])
+            lengths.append(len(packed))
+    return header + struct.pack(f">{2 * len(starts)}I", *starts, *lengths) + data
+
+
+def jpeg(rows, quality):
+    from PIL import Image
+    picture = Image.new("RGB", (len(rows[0]), len(rows)))
+    picture.putdata([pixel[:3] for row in rows for pixel in row])
+    file = io.BytesIO()
+    picture.save(file, "JPEG", quality=quality)
+    return file.getvalue()
 
 
 # --- pictures ------------------------------------------------------------------------------------
@@ -432,9 +469,63 @@ def marbles():
     return targa(draw(width, height, shade, 2))
 
 
+def leaf():
+    """An autumn leaf: soft edges, and planes with long runs."""
+    size = 144
+
+    def shade(x, y):
+        u, v = (x - size / 2) / size * 2, (y - size * 0.54) / size * 2  # the stem points down
+        angle, distance = math.atan2(u, -v), math.hypot(u, v)
+        if v > 0.25 and abs(u - 0.10 * (v - 0.25)) < 0.022 + 0.012 * v:
+            return (*rgb("7a4322"), clamp((0.93 - v) * 40))
+        lobes = 0.52 + 0.24 * math.cos(angle * 5) * clamp(1.35 - abs(angle) / 2.6)
+        lobes += 0.045 * abs(math.sin(angle * 21)) + 0.10 * math.exp(-(angle / 0.5) ** 2)
+        lobes *= 1.12 - 0.42 * clamp((abs(angle) - 2.3) / 0.7)
+        edge = clamp((lobes - distance) * size / 3)
+        if edge == 0:
+            return 0.0, 0.0, 0.0, 0.0
+        near = min(abs(math.remainder(angle - 2 * math.pi / 5 * k, 2 * math.pi)) for k in range(-2, 3))
+        vein = math.exp(-(near * distance / 0.014) ** 2)
+        small = math.exp(-((math.sin(26 * distance - 9 * near) * 0.5) / 0.09) ** 2) * 0.35
+        tone = clamp(0.55 * distance / lobes + 0.6 * (fractal(x / 17, y / 17, 91, 3) - 0.3))
+        colour = ramp([(0, rgb("f6c445")), (0.4, rgb("ee8a2c")), (0.75, rgb("d2442a")),
+                       (1, rgb("8e1f2b"))], tone)
+        return (*mix(mix(colour, rgb("ffe3a1"), small * 0.5), rgb("ffe3a1"), 0.75 * vein), edge)
+
+    return sgi(draw(size, size, shade))
+
+
+def nebula():
+    """Glowing gas and stars: soft colours, as in a photograph."""
+    width, height = 320, 200
+    stars = [(width * hashed(i, 1, 5), height * hashed(i, 2, 5), hashed(i, 3, 5)) for i in range(160)]
+
+    def shade(x, y):
+        bend = fractal(x / 70, y / 70, 50, 4)
+        gas = fractal(x / 90 + 2.2 * bend, y / 60 + 1.7 * bend, 54, 6)
+        dark = fractal(x / 40 + bend, y / 40 - bend, 61, 5)
+        arm = math.exp(-((y - 128 + 0.30 * x - 60 * (bend - 0.5)) / 52) ** 2)
+        glow = clamp(arm * (gas * 2.6 - 0.62))
+        colour = ramp([(0, rgb("070a1c")), (0.3, rgb("2b2158")), (0.55, rgb("a23b7d")),
+                       (0.8, rgb("f08a6b")), (1, rgb("fff1cf"))], glow)
+        colour = mix(colour, rgb("1e8fb0"), 0.55 * clamp(gas * 2.2 - 1.0) * (1 - arm))
+        colour = scale(colour, clamp(1.5 - 1.1 * dark, 0.3, 1.2))
+        light = 0.0
+        for sx, sy, size in stars:
+            if abs(x - sx) < 12 and abs(y - sy) < 12:
+                away = math.hypot(x - sx, y - sy)
+                light += math.exp(-(away / (0.5 + 0.9 * size ** 6)) ** 2)
+                if size > 0.93:
+                    light += 0.5 * math.exp(-abs(x - sx) * abs(y - sy) * 2 - away / 4)
+        return mix(colour, rgb("f4f8ff"), clamp(light))
+
+    return jpeg(draw(width, height, shade), 88)
+
+
 PICTURES = {
     "dusk.tga": dusk, "flask.tga": flask, "crest.tga": crest, "marbles.tga": marbles,
-    "cobbles.tga": cobbles, "bricks.bmp": bricks, "planks.bmp": planks,
+    "cobbles.tga": cobbles, "bricks.bmp": bricks, "planks.bmp": planks, "leaf.rgb": leaf,
+    "nebula.jpg": nebula,
 }
 
 if __name__ == "__main__":

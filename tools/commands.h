@@ -19,6 +19,7 @@ void AddCompare(CLI::App& app, int& exit_code);
 void AddPack(CLI::App& app, int& exit_code);
 void AddList(CLI::App& app, int& exit_code);
 void AddExtract(CLI::App& app, int& exit_code);
+void AddPreview(CLI::App& app, int& exit_code);
 void AddVerify(CLI::App& app, int& exit_code);
 
 /// Prints "zav: SUBJECT: what" on stderr.

@@ -21,6 +21,7 @@ using Json = nlohmann::ordered_json;
 struct Options {
   std::string a;
   std::string b;
+  std::string type;
   bool json = false;
 };
 
@@ -121,8 +122,11 @@ void Print(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b, const Difference* differenc
 }
 
 void Run(const Options& options, int& exit_code) {
-  const Picture a = Convert(options.a, ReadPicture(options.a), ZAV_FMT_BGRA32);
-  const Picture b = Convert(options.b, ReadPicture(options.b), ZAV_FMT_BGRA32);
+  CheckTypes(options.type, std::array{options.a, options.b});
+  const Picture a =
+      Convert(options.a, ReadPicture(InputFile(options.a, options.type)), ZAV_FMT_BGRA32);
+  const Picture b =
+      Convert(options.b, ReadPicture(InputFile(options.b, options.type)), ZAV_FMT_BGRA32);
   const bool same_size =
       a.definition.width == b.definition.width && a.definition.height == b.definition.height;
   Difference measured;
@@ -141,8 +145,9 @@ void Run(const Options& options, int& exit_code) {
 void AddCompare(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("compare", "Tells how two pictures differ");
   const auto options = std::make_shared<Options>();
-  command->add_option("A", options->a, "Picture: .bmp, .tga, .dds, .raw")->required();
-  command->add_option("B", options->b, "Picture: .bmp, .tga, .dds, .raw")->required();
+  command->add_option("A", options->a, "Picture: " + InputEndings())->required();
+  command->add_option("B", options->b, "Picture")->required();
+  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
   command->add_flag("--json", options->json, "Print an object; psnr is null for equal samples");
   command->footer(
       "Exit code 0: identical; 7: different pixels or sizes. Both are compared as 32-bit pixels.");

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/core.h>
 
+#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -16,10 +17,12 @@ namespace {
 struct Options {
   std::string in;
   std::string out;
+  std::string type;
   std::string format;
   std::string masks;
   std::string size;
   std::string filter = "point";
+  int quality = -1;
 };
 
 Error Usage(const std::string& what) { return Error(ErrorKind::kUsage, "convert", what); }
@@ -70,16 +73,21 @@ void Run(const Options& options) {
     throw Usage(fmt::format("there is no filter '{}'; use point or bilinear", options.filter));
   }
   wanted.bilinear = options.filter == "bilinear";
-  const FileType& type = TypeOf(options.out);
-  if (wanted.format != 0) CheckHolds(type, wanted.format, options.out);
+  CheckTypes(options.type, std::array{options.in, options.out});
+  PictureFile out = OutputFile(options.out, options.type);
+  if (options.quality >= 0) {
+    if (out.type->ending != "jpg") throw Usage("--quality goes with JPEG files");
+    out.quality = options.quality;
+  }
+  if (wanted.format != 0) CheckHolds(out, wanted.format);
 
-  const Picture source = ReadPicture(options.in);
+  const Picture source = ReadPicture(InputFile(options.in, options.type));
   if (!options.size.empty()) ParseSize(options.size, source.definition, wanted);
   if (wanted.format == 0) {
-    const int32_t format = DefaultFormat(type, source);
+    const int32_t format = DefaultFormat(*out.type, source);
     if (format != source.definition.format) wanted.format = format;
   }
-  WritePicture(Convert(options.in, source, wanted), options.out);
+  WritePicture(Convert(options.in, source, wanted), out);
 }
 
 }  // namespace
@@ -87,9 +95,9 @@ void Run(const Options& options) {
 void AddConvert(CLI::App& app, int&) {
   CLI::App* command = app.add_subcommand("convert", "Converts a picture to another format or size");
   const auto options = std::make_shared<Options>();
-  command->add_option("IN", options->in, "Picture to read: .bmp, .tga, .dds, .raw")->required();
-  command->add_option("OUT", options->out, "Picture to write; its ending chooses the kind of file")
-      ->required();
+  command->add_option("IN", options->in, "Picture to read: " + InputEndings())->required();
+  command->add_option("OUT", options->out, "Picture to write: " + OutputEndings())->required();
+  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
   command
       ->add_option("--format", options->format,
                    "Pixel format to store. Default: what the picture has, as far as the file "
@@ -101,14 +109,21 @@ void AddConvert(CLI::App& app, int&) {
       ->type_name("WxH|P%");
   command->add_option("--filter", options->filter, "How to scale: point (default) or bilinear")
       ->type_name("NAME");
+  command
+      ->add_option("--quality", options->quality,
+                   fmt::format("Of a JPEG file; default: {}", kDefaultQuality))
+      ->type_name("0..100")
+      ->check(CLI::Range(0, 100));
   command->footer([] {
-    return "Files: bmp holds pal8, bgr24; tga holds pal8, rgb555, bgr24, bgra32; dds holds all "
-           "but\n"
-           "palettized formats, and is dxt5 where a pixel is not opaque, else dxt1; raw holds "
-           "every\n"
-           "format: the bytes as they lie in memory, and beside them NAME.raw.json with size, "
-           "pitch,\n"
-           "masks and palette. Blocks are made of sides that are multiples of 4.\n\n" +
+    return "The endings choose the kinds of files; - is standard input or output:\n"
+           "  zav convert - - --type png:tga <in.png >out.tga\n\n"
+           "bmp holds pal8, bgr24; tga holds pal8, rgb555, bgr24, bgra32; png holds pal8, rgb24,\n"
+           "rgba32; jpg holds bgr24, 4:2:2; rgb is read only; dds holds all but palettized "
+           "formats, and is dxt5 where a pixel is not "
+           "opaque,\n"
+           "else dxt1; raw holds every format: the bytes as they lie in memory, and beside them\n"
+           "NAME.raw.json with size, pitch, masks and palette. Blocks are made of sides that are\n"
+           "multiples of 4.\n\n" +
            FormatHelp();
   });
   command->callback([options] { Run(*options); });

@@ -11,7 +11,6 @@
 
 #include "error.h"
 #include "formats.h"
-#include "input.h"
 #include "output.h"
 
 namespace zav::tool {
@@ -178,8 +177,7 @@ Picture CutBlocks(const std::string& path, const ZAV_GFXDEF& blocks) {
 
 }  // namespace
 
-Picture ReadDds(const std::string& path, std::string& storage) {
-  std::vector<unsigned char> bytes = LoadFile(path);
+Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage) {
   const Header header = ParseHeader(path, bytes);
   bool opaque = false;
   Picture borrowed;

@@ -4,6 +4,7 @@
 #define ZAV_TOOLS_DDS_H_
 
 #include <string>
+#include <vector>
 
 #include "picture.h"
 
@@ -14,7 +15,7 @@ namespace zav::tool {
 
 /// Reads the largest level; `storage` tells what else there is. Blocks of sides that are not whole
 /// blocks come as 32-bit pixels, since only those can be cut.
-Picture ReadDds(const std::string& path, std::string& storage);
+Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage);
 
 /// Writes the picture as the only level. Its format is not palettized.
 void WriteDds(const Picture& picture, const std::string& path);

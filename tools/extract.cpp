@@ -101,21 +101,17 @@ std::vector<Task> Plan(const Options& options, const Walk& walk) {
 
 void Extract(const Options& options, ByteSpan file, const Task& task) {
   Picture picture = DecodeRecord(options.file, file, *task.record);
-  const FileType& type = TypeOf(task.path);
-  int32_t format = DefaultFormat(type, picture);
+  const PictureFile out = OutputFile(task.path);
+  int32_t format = DefaultFormat(*out.type, picture);
   if (format == ZAV_FMT_BGRA32 && options.type == "tga" && !ShowsAlpha(picture)) {
     format = ZAV_FMT_BGR24;
   }
   if (format != picture.definition.format) picture = Convert(options.file, picture, format);
-  WritePicture(picture, task.path);
+  WritePicture(picture, out);
 }
 
 void Run(const Options& options, int& exit_code) {
-  if (options.type != "tga" && options.type != "bmp" && options.type != "raw") {
-    throw Error(ErrorKind::kUsage, "extract",
-                fmt::format("files of type '{}' are not written; use tga, bmp or raw",
-                            Printable(options.type)));
-  }
+  TypeNamed(options.type);  // fails here rather than at every picture
   const FileView view(options.file);
   const Walk walk = WalkContainer(view.bytes());
   const auto fail = [&](const Error& error) {
@@ -149,13 +145,14 @@ void Run(const Options& options, int& exit_code) {
 void AddExtract(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("extract", "Writes the images of a container to files");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "Container: .zav")->required();
+  command->add_option("FILE", options->file, "Container: .zav; - for standard input")->required();
   command->add_option("-o", options->directory, "Where to write; made if it is missing")
       ->type_name("DIR");
   command->add_option("--name", options->names, "Only images of this name; may be repeated")
       ->type_name("N")
       ->allow_extra_args(false);
-  command->add_option("--type", options->type, "tga (default), bmp, raw")->type_name("TYPE");
+  command->add_option("--type", options->type, OutputEndings() + "; default: tga")
+      ->type_name("TYPE");
   command->add_flag("--levels", options->levels, "Every mip level instead of the first");
   command->footer(
       "Prints the files that it writes; those that exist are replaced. They are called as the\n"

@@ -12,6 +12,9 @@
 
 namespace zav::tool {
 
+/// Of JPEG files and layers, where nothing else is asked for.
+constexpr int kDefaultQuality = 90;
+
 struct PixelFormat {
   int32_t code;  // ZAV_FMT_*
   std::string_view name;

@@ -3,7 +3,6 @@
 #include <fmt/core.h>
 
 #include <algorithm>
-#include <filesystem>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -19,6 +18,7 @@ using Json = nlohmann::ordered_json;
 
 struct Options {
   std::vector<std::string> files;
+  std::string type;
   bool json = false;
 };
 
@@ -27,16 +27,15 @@ struct Facts {
   std::string type;
   std::string storage;
   ZAV_GFXDEF definition;  // its pointers are gone
-  uintmax_t bytes = 0;
+  size_t bytes = 0;
 };
 
-Facts Look(const std::string& file) {
+Facts Look(const std::string& name, const std::string& type) {
+  const PictureFile file = InputFile(name, type);
   Facts facts;
-  facts.file = file;
-  facts.definition = ReadPicture(file, &facts.storage).definition;
-  facts.type = TypeOf(file).name;
-  std::error_code ignored;
-  facts.bytes = std::filesystem::file_size(file, ignored);
+  facts.file = name;
+  facts.definition = ReadPicture(file, &facts.storage, &facts.bytes).definition;
+  facts.type = file.type->name;
   return facts;
 }
 
@@ -66,11 +65,12 @@ void Print(const std::vector<Facts>& all) {
 }
 
 void Run(const Options& options, int& exit_code) {
+  CheckTypes(options.type, options.files);
   std::vector<Facts> all;
   Json array = Json::array();
   for (const std::string& file : options.files) {
     try {
-      all.push_back(Look(file));
+      all.push_back(Look(file, options.type));
       array.push_back(ToJson(all.back()));
     } catch (const Error& error) {
       Report(error);
@@ -91,7 +91,8 @@ void Run(const Options& options, int& exit_code) {
 void AddInfo(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("info", "Tells what pictures are");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->files, "Pictures: .bmp, .tga, .dds, .raw")->required();
+  command->add_option("FILE", options->files, "Pictures: " + InputEndings())->required();
+  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
   command->add_flag("--json", options->json, "Print an array of objects");
   command->footer("A bad file does not end the list; the exit code is that of the worst one.");
   command->callback([options, &exit_code] { Run(*options, exit_code); });

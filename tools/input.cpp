@@ -8,6 +8,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <limits>
+#include <utility>
 
 #include "error.h"
 #include "file_descriptor.h"
@@ -15,8 +17,23 @@
 namespace zav::tool {
 namespace {
 
+constexpr size_t kMaxBytes = std::numeric_limits<int32_t>::max();
+
+int Open(const std::string& path) {
+  if (path != kStandard) return ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  static bool taken = false;
+  if (std::exchange(taken, true)) {
+    throw Error(ErrorKind::kUsage, path, "standard input can be read once only");
+  }
+  return ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+}
+
 void CheckKind(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode)) throw SystemError(path, EISDIR);
+  if (path == kStandard) {
+    if (::isatty(STDIN_FILENO) == 0) return;
+    throw Error(ErrorKind::kUsage, path, "standard input is a terminal; give it a file or a pipe");
+  }
   // A device may never end.
   if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
     throw Error(ErrorKind::kInputOutput, path, "is not a regular file");
@@ -26,6 +43,7 @@ void CheckKind(const std::string& path, const struct stat& status) {
 }  // namespace
 
 void CheckReadable(const std::string& path) {
+  if (path == kStandard) return;
   struct stat status = {};
   if (::stat(path.c_str(), &status) != 0) throw SystemError(path);
   CheckKind(path, status);
@@ -33,6 +51,10 @@ void CheckReadable(const std::string& path) {
 }
 
 FileView::FileView(const std::string& path) {
+  if (path == kStandard) {
+    bytes_ = loaded_ = LoadFile(path);
+    return;
+  }
   const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
   struct stat status = {};
   if (file.get() < 0 || ::fstat(file.get(), &status) != 0) throw SystemError(path);
@@ -56,16 +78,23 @@ FileView::~FileView() {
 }
 
 std::vector<unsigned char> LoadFile(const std::string& path) {
-  const FileDescriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+  const FileDescriptor file(Open(path));
   struct stat status = {};
   if (file.get() < 0 || ::fstat(file.get(), &status) != 0) throw SystemError(path);
   CheckKind(path, status);
 
   constexpr size_t kStep = 1 << 16;
-  std::vector<unsigned char> bytes(static_cast<size_t>(status.st_size) + 1);
+  // One byte more than is wanted tells the end.
+  const auto announced = static_cast<uint64_t>(std::max<off_t>(status.st_size, 0));
+  std::vector<unsigned char> bytes(std::min<uint64_t>(announced, kMaxBytes) + 1);
   size_t length = 0;
   for (;;) {
-    if (length == bytes.size()) bytes.resize(length + std::max(length / 2, kStep));
+    if (length > kMaxBytes) {
+      throw Error(ErrorKind::kNotSupported, path, "has more than 2^31 - 1 bytes");
+    }
+    if (length == bytes.size()) {
+      bytes.resize(std::min(length + std::max(length / 2, kStep), kMaxBytes + 1));
+    }
     const ssize_t got = ::read(file.get(), bytes.data() + length, bytes.size() - length);
     if (got == 0) break;
     if (got > 0) length += static_cast<size_t>(got);

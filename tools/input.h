@@ -5,11 +5,16 @@
 
 #include <span>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace zav::tool {
 
-/// All bytes of a file. Missing, unreadable, a directory: an Error says which.
+/// In place of a file's name: standard input or output.
+constexpr std::string_view kStandard = "-";
+
+/// All bytes of a file, of 2^31 - 1 at most. Missing, unreadable, a directory: an Error says which.
+/// Standard input is read once.
 std::vector<unsigned char> LoadFile(const std::string& path);
 
 /// The bytes of a file to look at: mapped where the system can do that, so that only what is looked

@@ -19,6 +19,8 @@ int64_t SignedLong(const Bytes& bytes, size_t at) {
   return static_cast<int32_t>(Word(bytes, at) | Word(bytes, at + 2) << 16);
 }
 
+int64_t BigWord(const Bytes& bytes, size_t at) { return bytes[at] << 8 | bytes[at + 1]; }
+
 Error NotSupported(const std::string& path, const std::string& what) {
   return Error(ErrorKind::kNotSupported, path, what);
 }
@@ -43,6 +45,44 @@ int64_t RunLengthEnd(const Bytes& bytes, int64_t position, int64_t pixels, int64
     pixels -= count;
   }
   return position;
+}
+
+/// Where the frame header of a JPEG file begins: the segment that tells sides and channels.
+size_t FrameHeader(const std::string& path, const Bytes& bytes) {
+  constexpr size_t kShortest = 17;  // with three channels, in part
+  for (size_t at = 2;;) {
+    // Markers may have fill bytes before them, and segments stray bytes behind them.
+    while (at + 1 < bytes.size() &&
+           (bytes[at] != 0xFF || bytes[at + 1] == 0 || bytes[at + 1] == 0xFF)) {
+      ++at;
+    }
+    if (at + kShortest > bytes.size()) {
+      throw CutOff(path, bytes.size(), static_cast<int64_t>(at + kShortest));
+    }
+    const int marker = bytes[at + 1];
+    if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
+      return at;
+    }
+    if (marker == 0xD9 || marker == 0xDA) throw BadFile(path, "has no sides before its pixels");
+    const bool alone = marker == 1 || (marker >= 0xD0 && marker <= 0xD8);
+    at += 2 + (alone ? 0 : static_cast<size_t>(BigWord(bytes, at + 2)));
+  }
+}
+
+/// As J:a:b where the first channel's factors, those of the second one taken as 1, have such a
+/// name.
+std::string SamplingText(int first, int second) {
+  if (second != 0x11) return first == second ? "4:4:4" : "mixed sampling";
+  switch (first) {
+    case 0x11:
+      return "4:4:4";
+    case 0x21:
+      return "4:2:2";
+    case 0x22:
+      return "4:2:0";
+    default:
+      return fmt::format("{}x{} luma", first >> 4, first & 15);
+  }
 }
 
 }  // namespace
@@ -134,6 +174,51 @@ std::string InspectTarga(const std::string& path, const Bytes& bytes) {
         path, fmt::format("is cut off: {} bytes do not hold {} x {} pixels", size, width, height));
   }
   return fmt::format("{}-bit{}", depth, run_length ? ", run-length" : "");
+}
+
+std::string InspectSgi(const std::string& path, const Bytes& bytes) {
+  constexpr size_t kHeader = 512;
+  if (bytes.size() < 2 || BigWord(bytes, 0) != 474) {
+    throw BadFile(path, "is not an SGI file: it does not begin as one");
+  }
+  if (bytes.size() < kHeader) throw CutOff(path, bytes.size(), kHeader);
+
+  const int64_t width = BigWord(bytes, 6);
+  const int64_t height = BigWord(bytes, 8);
+  const int64_t channels = BigWord(bytes, 10);
+  if (bytes[2] > 1) throw BadFile(path, "is not an SGI file: its header makes no sense");
+  if (bytes[3] != 1) throw NotSupported(path, "has more than 8 bits a channel, which is not read");
+  if (channels != 3 && channels != 4) {
+    throw NotSupported(path, fmt::format("has {} channels; SGI is read with 3 and 4", channels));
+  }
+  if (width == 0 || height == 0) {
+    throw BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
+  }
+  const bool run_length = bytes[2] == 1;
+  const int64_t needed =
+      static_cast<int64_t>(kHeader) + channels * height * (run_length ? 4 : width);
+  if (static_cast<int64_t>(bytes.size()) < needed) throw CutOff(path, bytes.size(), needed);
+  return fmt::format("{}-bit{}", 8 * channels, run_length ? ", run-length" : "");
+}
+
+std::string InspectJpeg(const std::string& path, const Bytes& bytes, int& channels) {
+  if (bytes.size() < 2 || BigWord(bytes, 0) != 0xFFD8) {
+    throw BadFile(path, "is not a JPEG file: it does not begin as one");
+  }
+  const size_t at = FrameHeader(path, bytes);
+  if (bytes[at + 4] != 8) {
+    throw NotSupported(path,
+                       fmt::format("has {} bits a channel; JPEG is read with 8", bytes[at + 4]));
+  }
+  channels = bytes[at + 9];
+  if (channels != 3 && channels != 4) {
+    throw NotSupported(
+        path, channels == 1 ? "is a grey JPEG file; read are those of 3 and 4 channels"
+                            : fmt::format("has {} channels; JPEG is read with 3 and 4", channels));
+  }
+  return fmt::format("{}{}{}", channels == 4 ? "32-bit, " : "",
+                     SamplingText(bytes[at + 11], bytes[at + 14]),
+                     bytes[at + 1] == 0xC2 ? ", progressive" : "");
 }
 
 }  // namespace zav::tool

@@ -6,8 +6,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 
 #include "error.h"
+#include "formats.h"
 
 namespace zav::tool {
 namespace {
@@ -57,6 +59,12 @@ constexpr Variant kVariants[] = {
     {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, "bgra", 3, 2},
     {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, "rgba", 3, 1},
     {ZAV_LAYER_DXT1, ZAV_LAYER_DXT5, "packed", 1, 1},
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG32, "bgra", 1, 0},
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG32, "rgba", 1, 1},
+    {ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK, "bgr", 1, 0},
+    {ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK, "rgb", 1, 1},
+    {ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK, "420", 2, 0},
+    {ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK, "422", 2, 2},
 };
 
 constexpr bool Has(const Variant& variant, int kind) {
@@ -78,6 +86,30 @@ bool IsBits(const std::string& word) {
   return word.size() == 4 && word.find_first_not_of("012345678") == word.npos;
 }
 
+// Of JPEG layers, as indices of `fields`: the quality, and the values below which pixel bytes 0 to
+// 3 of what was decoded become 0.
+constexpr size_t kQualityAt = 1;
+constexpr size_t kCutAt = 2;
+
+/// "85" or "cut16,16,16,0": levels of red, green, blue, alpha.
+bool SetJpegWord(ZAV_LAYER& layer, const std::string& word) {
+  int end = 0;
+  const auto ends = [&] { return static_cast<size_t>(end) == word.size(); };
+  unsigned quality = 0;
+  if (std::sscanf(word.c_str(), "%3u%n", &quality, &end) == 1 && ends() && quality <= 100) {
+    layer.fields[kQualityAt] = static_cast<unsigned char>(quality);
+    return true;
+  }
+  std::array<unsigned, 4> cut = {};
+  if (std::sscanf(word.c_str(), "cut%3u,%3u,%3u,%3u%n", &cut[2], &cut[1], &cut[0], &cut[3], &end) !=
+          4 ||
+      !ends() || std::ranges::any_of(cut, [](unsigned level) { return level > 0xFF; })) {
+    return false;
+  }
+  std::ranges::copy(cut, layer.fields + kCutAt);
+  return true;
+}
+
 void SetVariant(ZAV_LAYER& layer, const Variant& variant) {
   layer.fields[0] = static_cast<unsigned char>((layer.fields[0] & ~variant.mask) | variant.bits);
 }
@@ -91,6 +123,7 @@ ZAV_LAYER DefaultLayer(int kind) {
     SetVariant(layer, variant);
     done |= variant.mask;
   }
+  if (IsJpegLayer(kind)) layer.fields[kQualityAt] = kDefaultQuality;
   return layer;
 }
 
@@ -104,13 +137,12 @@ std::string VariantsOf(int kind) {
     if (Has(variant, kind)) add(variant.word);
   }
   if (KeepsBits(kind)) add("bits kept of R G B A such as 5650");
+  if (IsJpegLayer(kind)) add("quality 0 to 100, cutR,G,B,A: lower values become 0");
   return known;
 }
 
 /// Kinds that --layer takes.
-bool IsWritable(const RecordKind& record) {
-  return !IsImageRecord(record.kind) && !IsJpegLayer(record.kind);
-}
+bool IsWritable(const RecordKind& record) { return !IsImageRecord(record.kind); }
 
 const RecordKind& LayerNamed(const std::string& name) {
   std::string known;
@@ -146,7 +178,7 @@ ZAV_LAYER ParseLayer(const std::string& text) {
       SetVariant(layer, *variant);
     } else if (KeepsBits(record.kind) && IsBits(word)) {
       bits = word;
-    } else {
+    } else if (!IsJpegLayer(record.kind) || !SetJpegWord(layer, word)) {
       const std::string variants = VariantsOf(record.kind);
       throw Error(ErrorKind::kUsage, "",
                   fmt::format("a {} layer has no variant '{}'; it has {}", record.name, word,
@@ -167,6 +199,13 @@ std::string LayerText(const ZAV_LAYER& layer) {
   for (const Variant& variant : kVariants) {
     if (Has(variant, layer.kind) && (layer.fields[0] & variant.mask) == variant.bits) {
       text += fmt::format(":{}", variant.word);
+    }
+  }
+  if (IsJpegLayer(layer.kind)) {
+    const unsigned char* cut = layer.fields + kCutAt;
+    text += fmt::format(":{}", layer.fields[kQualityAt]);
+    if ((cut[0] | cut[1] | cut[2] | cut[3]) != 0) {
+      text += fmt::format(":cut{},{},{},{}", cut[2], cut[1], cut[0], cut[3]);
     }
   }
   if (CutsBits(layer)) {

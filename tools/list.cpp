@@ -124,7 +124,7 @@ void Run(const Options& options, int& exit_code) {
 void AddList(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("list", "Lists the records of a container");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "Container: .zav")->required();
+  command->add_option("FILE", options->file, "Container: .zav; - for standard input")->required();
   command->add_flag("--json", options->json, "Print an object");
   command->footer(
       "Ratio: stored bytes against those of the raw pixels, which for blocks are 32-bit ones.\n"

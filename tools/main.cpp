@@ -40,6 +40,7 @@ int Dispatch(int argc, char** argv) {
   AddPack(app, exit_code);
   AddList(app, exit_code);
   AddExtract(app, exit_code);
+  AddPreview(app, exit_code);
   AddVerify(app, exit_code);
   try {
     app.parse(argc, argv);

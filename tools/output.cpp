@@ -16,6 +16,7 @@
 #include <filesystem>
 
 #include "error.h"
+#include "input.h"
 
 namespace zav::tool {
 namespace {
@@ -72,6 +73,17 @@ mode_t NewFileMode() {
   return 0666 & ~mask;
 }
 
+void WriteAll(int file, const std::string& name, const void* data, size_t size) {
+  const char* next = static_cast<const char*>(data);
+  while (size > 0) {
+    const ssize_t written = ::write(file, next, size);
+    if (written < 0 && errno == EINTR) continue;
+    if (written <= 0) throw SystemError(name, written == 0 ? EIO : errno);
+    next += written;
+    size -= static_cast<size_t>(written);
+  }
+}
+
 /// The name behind links, also when nothing lies there yet.
 std::string ResolveLinks(const std::string& path) {
   std::error_code error;
@@ -82,7 +94,28 @@ std::string ResolveLinks(const std::string& path) {
 
 }  // namespace
 
-Output::Output(const std::string& target) : name_(target), target_(ResolveLinks(target)) {
+Output::Output(const std::string& target)
+    : name_(target), target_(ResolveLinks(target)), standard_(target == kStandard) {
+  if (!standard_) {
+    Prepare();
+  } else if (::fcntl(STDOUT_FILENO, F_GETFD) < 0) {
+    throw SystemError(name_);
+  } else if (::isatty(STDOUT_FILENO) != 0) {
+    throw Error(ErrorKind::kUsage, name_, "standard output is a terminal; redirect it");
+  } else {
+    target_ = (std::filesystem::temp_directory_path() / kStandard).string();
+  }
+  const std::filesystem::path place(target_);
+  const std::string ending = place.extension().string();
+  path_ = (place.parent_path() / fmt::format(".zav-XXXXXX{}", ending)).string();
+  const int number = ::mkostemps(path_.data(), static_cast<int>(ending.size()), O_CLOEXEC);
+  if (number < 0) throw SystemError(name_);
+  file_.Reset(number);
+  RemoveOnSignal(path_);
+}
+
+/// Looks at what stands under the name.
+void Output::Prepare() {
   struct stat status = {};
   replaces_ = ::stat(target_.c_str(), &status) == 0;
   if (replaces_) {
@@ -96,14 +129,6 @@ Output::Output(const std::string& target) : name_(target), target_(ResolveLinks(
   mode_ = replaces_ ? status.st_mode & 0777 : NewFileMode();
   owner_ = status.st_uid;
   group_ = status.st_gid;
-
-  const std::filesystem::path place(target_);
-  const std::string ending = place.extension().string();
-  path_ = (place.parent_path() / fmt::format(".zav-XXXXXX{}", ending)).string();
-  const int number = ::mkostemps(path_.data(), static_cast<int>(ending.size()), O_CLOEXEC);
-  if (number < 0) throw SystemError(name_);
-  file_.Reset(number);
-  RemoveOnSignal(path_);
 }
 
 Output::~Output() {
@@ -112,16 +137,7 @@ Output::~Output() {
   ForgetOnSignal(path_);
 }
 
-void Output::Write(const void* data, size_t size) {
-  const char* next = static_cast<const char*>(data);
-  while (size > 0) {
-    const ssize_t written = ::write(file_.get(), next, size);
-    if (written < 0 && errno == EINTR) continue;
-    if (written <= 0) throw SystemError(name_, written == 0 ? EIO : errno);
-    next += written;
-    size -= static_cast<size_t>(written);
-  }
-}
+void Output::Write(const void* data, size_t size) { WriteAll(file_.get(), name_, data, size); }
 
 void Output::CheckSize(int64_t size) {
   struct stat status = {};
@@ -161,9 +177,26 @@ void Output::TakeName() {
   if (folder.get() >= 0) static_cast<void>(::fsync(folder.get()));
 }
 
+/// The temporary goes first: a reader that closes its end kills this program.
+void Output::CopyToStandardOutput() {
+  const FileView view(path_);
+  ::unlink(path_.c_str());
+  ForgetOnSignal(path_);
+  path_.clear();
+  WriteAll(STDOUT_FILENO, name_, view.bytes().data(), view.bytes().size());
+}
+
 void Output::Commit(std::initializer_list<Output*> outputs) {
-  for (Output* output : outputs) output->BringToDisk();
-  for (Output* output : outputs) output->TakeName();
+  for (Output* output : outputs) {
+    if (!output->standard_) output->BringToDisk();
+  }
+  for (Output* output : outputs) {
+    if (output->standard_) {
+      output->CopyToStandardOutput();
+    } else {
+      output->TakeName();
+    }
+  }
 }
 
 }  // namespace zav::tool

@@ -16,7 +16,8 @@ namespace zav::tool {
 
 /// A file that is written beside its target under a temporary name of the same ending, and takes
 /// the target's name only when it is whole and on the disk. Without Commit the temporary is
-/// removed, and what stood under the target's name stays.
+/// removed, and what stood under the target's name stays. Standard output gets the bytes of a file
+/// that is whole; a terminal is refused.
 class Output {
  public:
   explicit Output(const std::string& target);
@@ -41,13 +42,16 @@ class Output {
   static void Commit(std::initializer_list<Output*> outputs);
 
  private:
+  void Prepare();
   void BringToDisk();
   void TakeName();
+  void CopyToStandardOutput();
 
   std::string name_;    // as the user wrote it, for messages
   std::string target_;  // with links resolved: a link stays, the file behind it is replaced
   std::string path_;
   FileDescriptor file_;
+  bool standard_;
   mode_t mode_ = 0;
   bool replaces_ = false;
   uid_t owner_ = 0;

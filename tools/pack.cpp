@@ -27,6 +27,7 @@ struct Options {
   std::vector<std::string> inputs;
   std::vector<std::string> layers;
   std::vector<std::string> names;
+  std::string type;
   std::string kind = "plain";
   int levels = kAllLevels;
 };
@@ -51,6 +52,7 @@ int RecordKindNamed(const std::string& name) {
 
 /// The input's file name without its ending, cut between characters where it is too long.
 std::string NameOf(const std::string& input) {
+  if (input == kStandard) return "image";
   std::string name = std::filesystem::path(input).stem().string();
   if (name.size() <= kNameBytes) return name;
   size_t end = kNameBytes;
@@ -121,7 +123,7 @@ class Packer {
   ~Packer() { ZAV_CLOSE(stream_); }
 
   void Add(Entry& entry) {
-    Picture source = ReadPicture(entry.input);
+    Picture source = ReadPicture(InputFile(entry.input, options_.type));
     if (entry.layer.kind == 0) {
       entry.layer = ParseLayer(IsPalettized(source.definition.format) ? "packedpal8" : "packed32");
     }
@@ -212,7 +214,8 @@ void Run(const Options& options) {
   if (options.levels != kAllLevels && kind != ZAV_REC_MIPMAP) {
     throw Usage("--levels goes with --kind mipmap");
   }
-  if (!options.out.ends_with(".zav")) {
+  CheckTypes(options.type, options.inputs);
+  if (options.out != kStandard && !options.out.ends_with(".zav")) {
     throw Usage(fmt::format(
         "'{}' does not end in .zav; the container comes first, then the pictures", options.out));
   }
@@ -233,9 +236,10 @@ void Run(const Options& options) {
 void AddPack(CLI::App& app, int&) {
   CLI::App* command = app.add_subcommand("pack", "Writes pictures into a container");
   const auto options = std::make_shared<Options>();
-  command->add_option("OUT", options->out, "Container to write: .zav")->required();
-  command->add_option("IN", options->inputs, "Pictures to read: .bmp, .tga, .dds, .raw")
+  command->add_option("OUT", options->out, "Container to write: .zav; - for standard output")
       ->required();
+  command->add_option("IN", options->inputs, "Pictures to read: " + InputEndings())->required();
+  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
   command
       ->add_option("--layer", options->layers,
                    "How pixels are stored; once for all, or once for each picture. Default: "

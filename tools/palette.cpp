@@ -2,12 +2,15 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/core.h>
 
+#include <array>
 #include <bitset>
+#include <cstdio>
 #include <memory>
 
 #include "commands.h"
 #include "file_types.h"
 #include "formats.h"
+#include "input.h"
 
 namespace zav::tool {
 namespace {
@@ -15,6 +18,7 @@ namespace {
 struct Options {
   std::string in;
   std::string out;
+  std::string type;
 };
 
 /// Different colours of a 32-bit picture, alpha left aside.
@@ -40,13 +44,15 @@ size_t CountEntries(const ZAV_GFXDEF& picture) {
 }
 
 void Run(const Options& options) {
-  CheckHolds(TypeOf(options.out), ZAV_FMT_PAL8, options.out);
-  const Picture source = ReadPicture(options.in);
+  CheckTypes(options.type, std::array{options.in, options.out});
+  const PictureFile out = OutputFile(options.out, options.type);
+  CheckHolds(out, ZAV_FMT_PAL8);
+  const Picture source = ReadPicture(InputFile(options.in, options.type));
   const Picture colours = Convert(options.in, source, ZAV_FMT_BGRA32);
   const Picture mapped = Convert(options.in, source, ZAV_FMT_PAL8);
-  WritePicture(mapped, options.out);
-  fmt::print("{}: {} colours, {} in the palette\n", options.in, CountColours(colours.definition),
-             CountEntries(mapped.definition));
+  WritePicture(mapped, out);
+  fmt::print(options.out == kStandard ? stderr : stdout, "{}: {} colours, {} in the palette\n",
+             options.in, CountColours(colours.definition), CountEntries(mapped.definition));
 }
 
 }  // namespace
@@ -55,8 +61,9 @@ void AddPalette(CLI::App& app, int&) {
   CLI::App* command =
       app.add_subcommand("palette", "Writes an 8-bit picture and tells how many colours it kept");
   const auto options = std::make_shared<Options>();
-  command->add_option("IN", options->in, "Picture to read: .bmp, .tga, .dds, .raw")->required();
-  command->add_option("OUT", options->out, "Picture to write: .bmp, .tga, .raw")->required();
+  command->add_option("IN", options->in, "Picture to read: " + InputEndings())->required();
+  command->add_option("OUT", options->out, "Picture to write: bmp, tga, png, raw")->required();
+  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
   command->callback([options] { Run(*options); });
 }
 

@@ -85,13 +85,14 @@ Picture TakeSource(Image& image) {
 }
 
 Picture Decode(const std::string& subject, const std::string& name,
-               std::vector<unsigned char>& bytes) {
+               std::vector<unsigned char>& bytes, int32_t format) {
   Image image;
+  image->dest.format = format;
   const long size = static_cast<long>(bytes.size());
   if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
     throw Error(ErrorKind::kBadFile, subject, "cannot be read: the library refuses its contents");
   }
-  return TakeSource(image);
+  return format == 0 ? TakeSource(image) : TakeDestination(image);
 }
 
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {
@@ -127,7 +128,9 @@ Picture Convert(const std::string& subject, const Picture& source, int32_t forma
 }
 
 bool ShowsAlpha(const Picture& picture) {
-  if (!HasAlpha(picture.definition) || IsCopyOnly(picture.definition.format)) return false;
+  const int32_t format = picture.definition.format;
+  if (!HasAlpha(picture.definition) && format != ZAV_FMT_PAL8) return false;
+  if (IsCopyOnly(format)) return false;
   const Picture pixels = Convert("", picture, ZAV_FMT_BGRA32);
   const ZAV_GFXDEF& definition = pixels.definition;
   for (int64_t y = 0; y < definition.height; ++y) {

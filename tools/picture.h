@@ -58,9 +58,9 @@ Picture TakeSource(Image& image);
 
 /// All of these throw an Error about `subject` when the library answers 0.
 
-/// Reads the bytes of a picture file; `name` chooses the reader.
+/// Reads the bytes of a picture file; `name` chooses the reader. Format 0: as the file holds it.
 Picture Decode(const std::string& subject, const std::string& name,
-               std::vector<unsigned char>& bytes);
+               std::vector<unsigned char>& bytes, int32_t format = 0);
 
 /// The picture in another format, another size, or as a copy of its own.
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted);

@@ -100,8 +100,7 @@ ZAV_GFXDEF ReadSidecar(const std::string& path, std::vector<unsigned char>& pale
 
 std::string SidecarOf(const std::string& path) { return path + ".json"; }
 
-Picture ReadRaw(const std::string& path) {
-  std::vector<unsigned char> bytes = LoadFile(path);
+Picture ReadRaw(const std::string& path, std::vector<unsigned char>& bytes) {
   std::vector<unsigned char> palette;
   Picture borrowed;
   borrowed.definition = ReadSidecar(SidecarOf(path), palette);

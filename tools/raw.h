@@ -4,6 +4,7 @@
 #define ZAV_TOOLS_RAW_H_
 
 #include <string>
+#include <vector>
 
 #include "picture.h"
 
@@ -15,7 +16,7 @@ namespace zav::tool {
 /// Name of the JSON file beside `path`.
 std::string SidecarOf(const std::string& path);
 
-Picture ReadRaw(const std::string& path);
+Picture ReadRaw(const std::string& path, std::vector<unsigned char>& bytes);
 void WriteRaw(const Picture& picture, const std::string& path);
 
 }  // namespace zav::tool

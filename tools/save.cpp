@@ -5,6 +5,7 @@
 #include <fmt/core.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 #include "error.h"
@@ -39,28 +40,71 @@ bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   return !IsPalettized(a.format) || SamePalette(a.palette, b.palette);
 }
 
+/// Pixels are not what was asked for, and the size of the file is not known: a JPEG file is whole
+/// when it ends with its last marker.
+void CheckJpeg(Output& output, const Picture& picture, const PictureFile& file) {
+  constexpr int64_t kLargestWrite = 1 << 20;
+  std::vector<unsigned char> bytes;
+  {
+    const FileView view(output.path());
+    bytes.assign(view.bytes().begin(), view.bytes().end());
+  }
+  const size_t size = bytes.size();
+  if (size < 4 || bytes[size - 2] != 0xFF || bytes[size - 1] != 0xD9) {
+    output.CheckRoom(static_cast<int64_t>(size) + kLargestWrite);
+    throw Error(ErrorKind::kInputOutput, file.path, "was not written whole");
+  }
+  const Picture written = Decode(file.path, ".jpg", bytes, ZAV_FMT_BGR24);
+  if (written.definition.width != picture.definition.width ||
+      written.definition.height != picture.definition.height) {
+    throw Error(ErrorKind::kInputOutput, file.path, "what was written does not read back the same");
+  }
+}
+
+void CheckExact(Output& output, const Picture& picture, const PictureFile& file) {
+  output.CheckSize(FileBytes(*file.type, picture.definition));
+  std::vector<unsigned char> bytes = LoadFile(output.path());
+  const Picture written = Decode(file.path, fmt::format(".{}", file.type->ending), bytes);
+  if (!SamePicture(written.definition, picture.definition)) {
+    throw Error(ErrorKind::kInputOutput, file.path, "what was written does not read back the same");
+  }
+}
+
 }  // namespace
 
-void SaveWithLibrary(const FileType& type, const Picture& picture, const std::string& path) {
+void SaveWithLibrary(const Picture& picture, const PictureFile& file) {
+  const std::string& path = file.path;
+  const FileType& type = *file.type;
   const ZAV_GFXDEF& definition = picture.definition;
   const auto stored = std::ranges::find(type.stored, definition.format, &Stored::format);
-  if (type.ending == "tga" && (definition.width > 0xFFFF || definition.height > 0xFFFF)) {
-    throw Error(ErrorKind::kNotSupported, path, "the sides of a Targa file end at 65535");
+  const bool bounded = type.ending == "tga" || type.ending == "jpg";
+  if (bounded && (definition.width > 0xFFFF || definition.height > 0xFFFF)) {
+    throw Error(ErrorKind::kNotSupported, path,
+                fmt::format("the sides of a {} file end at 65535", type.name));
   }
 
   Output output(path);
   Image image;
   image->source = definition;
-  if (ZAV_SAVE_BITMAP(image.get(), stored->save_type, output.path().c_str()) != 1) {
+  // These files have no alpha, or one of a rule of its own.
+  std::array<unsigned char, ZAV_PALETTE_BYTES> palette;
+  if (IsPalettized(definition.format)) {
+    std::copy_n(definition.palette, palette.size(), palette.begin());
+    for (size_t at = 3; at < palette.size(); at += 4) palette[at] = 0xFF;
+    image->source.palette = palette.data();
+  }
+  const bool jpeg = stored->save_type >= ZAV_SAVE_JPEG;
+  const long save_type = stored->save_type + (jpeg ? file.quality : 0);
+  const int result = ZAV_SAVE_BITMAP(image.get(), save_type, output.path().c_str());
+  if (result != 1 && !jpeg) {
     throw Error(ErrorKind::kInputOutput, path,
                 fmt::format("the library could not write {} x {} {} as {}", definition.width,
                             definition.height, FormatOf(definition.format).name, type.name));
   }
-  output.CheckSize(FileBytes(type, definition));
-  std::vector<unsigned char> bytes = LoadFile(output.path());
-  const Picture written = Decode(path, output.path(), bytes);
-  if (!SamePicture(written.definition, definition)) {
-    throw Error(ErrorKind::kInputOutput, path, "what was written does not read back the same");
+  if (jpeg) {
+    CheckJpeg(output, picture, file);
+  } else {
+    CheckExact(output, picture, file);
   }
   Output::Commit({&output});
 }

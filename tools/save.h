@@ -11,7 +11,7 @@ namespace zav::tool {
 
 /// Writes a picture with ZAV_SAVE_BITMAP, which does not report refused writes: the file is read
 /// back and compared before it takes its name.
-void SaveWithLibrary(const FileType& type, const Picture& picture, const std::string& path);
+void SaveWithLibrary(const Picture& picture, const PictureFile& file);
 
 }  // namespace zav::tool
 

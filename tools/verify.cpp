@@ -35,7 +35,7 @@ void AddVerify(CLI::App& app, int& exit_code) {
   CLI::App* command =
       app.add_subcommand("verify", "Walks through a container and decodes all that it holds");
   const auto file = std::make_shared<std::string>();
-  command->add_option("FILE", *file, "Container: .zav")->required();
+  command->add_option("FILE", *file, "Container: .zav; - for standard input")->required();
   command->footer(
       "What is bad is said with its offset; the exit code is 3 then. Containers keep no "
       "checksums:\n"

@@ -1,0 +1,51 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#ifndef ZAV_TOOLS_CANVAS_H_
+#define ZAV_TOOLS_CANVAS_H_
+
+#include <zav.h>
+
+#include <string_view>
+#include <vector>
+
+namespace zav::tool {
+
+struct Colour {
+  unsigned char red;
+  unsigned char green;
+  unsigned char blue;
+};
+
+/// Pixels that one draws on: pictures over a checkerboard, boxes, and text of one size. What lies
+/// outside is cut off.
+class Canvas {
+ public:
+  /// Between characters, between lines.
+  static constexpr int kAdvance = 12;
+  static constexpr int kLine = 22;
+
+  Canvas(int width, int height, Colour paper);
+
+  void Box(int x, int y, int width, int height, Colour colour);
+
+  /// `picture` is BGRA32; each of its pixels becomes `times` x `times`.
+  void Draw(int x, int y, const ZAV_GFXDEF& picture, int times);
+
+  /// From the left of the first character and the top of capital letters. There are glyphs for
+  /// ASCII; every other byte stands as '?'.
+  void Text(int x, int y, std::string_view text, Colour colour);
+
+  /// Borrows the pixels, as RGB24.
+  ZAV_GFXDEF definition();
+
+ private:
+  void Glyph(int x, int y, char character, Colour colour);
+
+  int width_;
+  int height_;
+  std::vector<unsigned char> pixels_;
+};
+
+}  // namespace zav::tool
+
+#endif  // ZAV_TOOLS_CANVAS_H_
