@@ -185,6 +185,11 @@ ZAV_API int ZAV_CONVERT_RAW(ZAV_IMAGE* image);
 //   Layouts: Microsoft's BITMAPINFOHEADER documentation; Truevision TGA 2.0.
 // SGI ("rgb"): 3 or 4 channels of 8 bits, verbatim or run-length; a row that is terminated early
 //   ends with zeros, one that goes past its width or the file fails the read.
+// JPEG: baseline and progressive, three or four channels, any sampling; grey is refused. Decoded to
+//   RGB24, BGR24 or RGBA32 where `dest.format` asks for that, else to BGRA32; alpha is 255. Four
+//   channels are YCbCr (ITU-T T.871) and alpha; files with an Adobe marker (CMYK, YCCK) become
+//   opaque colours. A file that ends early or whose coded data is corrupt is refused, as is one
+//   that announces more 8 x 8 blocks than it has bits behind its header.
 // zav: the first image of a container. It brings its own buffers: one that you supply as the source
 //   is not filled.
 // A file with sides of zero or below, or (BMP) shorter than it announces, is refused.
@@ -211,7 +216,8 @@ ZAV_API int ZAV_GETFILEFORMAT_FROMARCHIVE(ZAV_GFXDEF* definition, const char* na
 // the format. 1 or 0. A source that is not 32-bit is consumed, as by a conversion to another size.
 ZAV_API int ZAV_GEN_MIPMAPLEVEL(ZAV_IMAGE* image);
 
-// Save types of ZAV_SAVE_BITMAP. 100 + quality (0 to 100): JPEG, 4:2:2.
+// Save types of ZAV_SAVE_BITMAP. ZAV_SAVE_JPEG + quality (0 to 100): baseline JPEG of three channels,
+// 4:2:2, with the standard tables (ITU-T T.81, annex K) scaled by the quality; 0 is taken as 1.
 enum {
   ZAV_SAVE_BMP8 = 1,
   ZAV_SAVE_BMP24 = 2,
@@ -225,8 +231,8 @@ enum {
 // Writes `source` to a file of the given type, converting as needed; `source` stays as it was. The
 // file is created with permission 0600 after the conversion has succeeded; an existing file of a
 // picture that cannot be converted keeps its bytes. 1 or 0; writes that the system refuses once
-// the file is open (a full disk) are not reported: write to a temporary name and read it back
-// where that matters.
+// the file is open (a full disk) are not reported, JPEG aside: write to a temporary name and read
+// it back where that matters.
 ZAV_API int ZAV_SAVE_BITMAP(ZAV_IMAGE* image, long save_type, const char* path);
 
 // ---------------------------------------------------------------------------------------------
@@ -269,7 +275,9 @@ enum {
 //
 //   kinds 20 to 23  5 variant (21 to 23; kind 20: palette count)  6 width  10 height  14 pitch
 //   kinds 24 to 28  5 flags  6 width  10 height
-//   kinds 29 to 31  5 flags  6 quality  7..10 cut levels  11 width  15 height
+//   kinds 29 to 31  5 flags (1: stored as RGB, 2: 4:2:2 instead of 4:2:0; kind 29 is always 4:2:2)
+//                   6 quality  7..10 cut levels of blue, green, red, alpha: a reader takes lower
+//                   values for 0  11 width  15 height
 //   kind 33         5 flags (1 RGBA32, 2 BGRA32, 4 interleaved)
 //                   6..9 bits kept (8: all) of pixel bytes 2, 1, 0, 3
 //                   10 width  14 height  18 pitch
@@ -343,11 +351,6 @@ ZAV_API int ZAV_WRITE_MIPMAPIMAGE(void* stream, char* name, int levels, ZAV_LAYE
 ZAV_API int ZAV_DECODE_BITMAP(void* stream, ZAV_IMAGE* image);
 // Reports the next layer's definition without consuming it.
 ZAV_API int ZAV_DECODE_BITMAPFORMAT(void* stream, ZAV_GFXDEF* definition);
-
-// ---------------------------------------------------------------------------------------------
-// Still to come in this version: SGI and JPEG files, and the JPEG layers of containers. They answer
-// with their failure result.
-// ---------------------------------------------------------------------------------------------
 
 static_assert(sizeof(ZAV_LAYER) == 49, "a layer record is the header's bytes and nothing else");
 

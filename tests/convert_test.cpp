@@ -61,7 +61,7 @@ TEST(Convert, EveryPairAtEqualSize) {
     SCOPED_TRACE(target.name);
     ForEachPair([](int from, int to, int width) {
       const auto shift = static_cast<size_t>(width * 5 % 64);
-      for (const int64_t streaming : {int64_t{1}, kNeverStream}) {
+      for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {
         SetStreamFrom(streaming);
         RunCase({from, to, width, 3, width, 3, width % 5, width % 7}, false, shift);
       }

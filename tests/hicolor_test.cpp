@@ -41,7 +41,7 @@ void ForEachLayout(Body&& body) {
 template <typename Body>
 void ForEachCode(Body&& body) {
   ForEachVectorTarget([&](const VectorTarget& target) {
-    for (const int64_t streaming : {int64_t{1}, kNeverStream}) {
+    for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {
       SetStreamFrom(streaming);
       SCOPED_TRACE(std::string(target.name) + (streaming == 1 ? " streamed" : ""));
       body();
@@ -115,7 +115,7 @@ TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
         const bool fastest = format == ZAV_FMT_ARGB4444 || (processor & kProcessorSse) != 0;
         expect_run(fastest || processor != 0 ? bit : 0, fastest && vectors);
       }
-      SetStreamFrom(kNeverStream);
+      SetStreamFrom(INT64_MAX);
       CheckConversion(words, Wanted(words.definition, ZAV_FMT_BGRA32, 0));
       expect_run(bit, false);
     }
