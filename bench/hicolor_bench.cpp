@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <functional>
@@ -145,8 +146,25 @@ void RegisterOpencv(const char* kernel, int32_t source, int32_t dest, int code) 
 }
 #endif
 
+/// As many bytes read and written together as the conversion's.
+void Copy(Buffers& b) {
+  const size_t side = static_cast<size_t>(b.side);
+  const auto pixel = static_cast<size_t>(BytesPerPixel(b.from.format) + BytesPerPixel(b.to.format));
+  const bool widens = b.to.pitch > b.from.pitch;
+  // Within the larger buffer, so that as much memory is used too.
+  uint8_t* const larger = widens ? b.to.pixels : b.from.pixels;
+  const size_t half = side * side * pixel / 2;
+  const size_t larger_bytes = side * static_cast<size_t>(widens ? b.to.pitch : b.from.pitch);
+  std::memcpy(larger + larger_bytes / 2, larger, std::min(half, larger_bytes / 2));
+  if (half > larger_bytes / 2) {
+    uint8_t* const smaller = widens ? b.from.pixels : b.to.pixels;
+    std::memcpy(smaller, larger, half - larger_bytes / 2);
+  }
+}
+
 void RegisterOurs(const char* kernel, int32_t source, int32_t dest) {
   Register(kernel, "zav", source, dest, Convert);
+  Register(kernel, "copy", source, dest, Copy);
   Register(kernel, "plain", source, dest, Convert, true);
 }
 

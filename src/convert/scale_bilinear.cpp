@@ -99,40 +99,49 @@ HWY_INLINE void SetPixel(FilterTable table, size_t i, size_t block, uint32_t pai
   }
 }
 
+/// Fills the table's columns from `begin` to `end`, the first of which lies at `x`; beyond `last_x`
+/// none does.
 template <size_t kBytes, Reach kReach>
-void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTable table) {
+HWY_INLINE void FillColumns(const ScaleJob& job, FilterTable table, int64_t x, int64_t last_x,
+                            size_t begin, size_t end) {
   constexpr size_t kPixels = kPixelsOfLoad<kReach>;
   constexpr size_t kLoadBytes = kReach == Reach::kOne ? kBlock / 2 : kBlock;
   const size_t last_load = RowBytes(job) - kLoadBytes;
-  const size_t pixels = LaneBytes(count) / 4;
-  int64_t x = first * job.step_x;
-  size_t load = 0;
-  for (size_t i = 0; i < pixels; ++i) {
+  const int64_t step = job.step_x;
+  for (size_t i = begin; i < end; i += kPixels) {
     const size_t block = kReach == Reach::kFour ? i / 4 : AlternatingSlot(i / 2);
-    const size_t at = static_cast<size_t>(x >> 16) * kBytes;
-    if (i % kPixels == 0) {
-      load = std::min(at, last_load);
-      table.load[kReach == Reach::kOne ? 2 * block + i % 2 : block] = static_cast<uint32_t>(load);
-    }
-    // Without branches: the nearer neighbour changes all the time. Shuffles are masked for pixels
-    // without weight at the end of the row, whose neighbour would lie outside, and fourth bytes.
-    const auto fraction = static_cast<uint32_t>(x & (kOne - 1));
-    const uint32_t next = (0x8000 - fraction) >> 31;  // whether it is the base
-    const auto pixel = static_cast<uint32_t>(at - load + (kReach == Reach::kOne ? i % 2 * 8 : 0));
-    const uint32_t base = pixel + next * uint32_t{kBytes};
-    const uint32_t other = pixel + (next ^ 1) * uint32_t{kBytes};
-    // Of base - other: -fraction, or with the next pixel as base fraction - 65536.
-    const uint32_t weight = ((fraction ^ (next - 1)) - (next - 1)) & 0xFFFF;
-    SetPixel<kReach>(table, i, block, base | other << 8, weight);
-    x += job.step_x;
-    // The last vector ends with the row and repeats pixels of the one before; a row of less than a
-    // vector repeats its last pixel.
-    if (i + 1 == count / kVectorPixels * kVectorPixels && count > kVectorPixels) {
-      x = (first + static_cast<int64_t>(count - kVectorPixels)) * job.step_x;
-    } else if (i + 1 >= count && count < kVectorPixels) {
-      x -= job.step_x;
+    const size_t load = std::min(static_cast<size_t>(x >> 16) * kBytes, last_load);
+    table.load[kReach == Reach::kOne ? 2 * block + i % 2 : block] = static_cast<uint32_t>(load);
+    // Where a load's pixel stands in a block of two loads.
+    const size_t start = kReach == Reach::kOne ? i % 2 * 8 : 0;
+    for (size_t k = 0; k < kPixels; ++k) {
+      // Without branches: the nearer neighbour changes all the time. Shuffles are masked for pixels
+      // without weight at the end of the row, whose neighbour would lie outside, and fourth bytes.
+      const auto fraction = static_cast<uint32_t>(x & (kOne - 1));
+      const uint32_t next = (0x8000 - fraction) >> 31;  // whether it is the base
+      const auto pixel =
+          static_cast<uint32_t>(static_cast<size_t>(x >> 16) * kBytes - load + start);
+      const uint32_t base = pixel + next * uint32_t{kBytes};
+      const uint32_t other = pixel + (next ^ 1) * uint32_t{kBytes};
+      // Of base - other: -fraction, or with the next pixel as base fraction - 65536.
+      const uint32_t weight = ((fraction ^ (next - 1)) - (next - 1)) & 0xFFFF;
+      SetPixel<kReach>(table, i + k, block, base | other << 8, weight);
+      x = std::min(x + step, last_x);
     }
   }
+}
+
+template <size_t kBytes, Reach kReach>
+void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTable table) {
+  const int64_t last_x = (first + static_cast<int64_t>(count) - 1) * job.step_x;
+  const size_t whole = count / kVectorPixels * kVectorPixels;
+  FillColumns<kBytes, kReach>(job, table, first * job.step_x, last_x, 0, whole);
+  if (whole == count) return;
+  // The last vector ends with the row and repeats pixels of the one before; a row of less than a
+  // vector repeats its last pixel.
+  const size_t last = count < kVectorPixels ? 0 : count - kVectorPixels;
+  FillColumns<kBytes, kReach>(job, table, (first + static_cast<int64_t>(last)) * job.step_x, last_x,
+                              whole, whole + kVectorPixels);
 }
 
 /// A vector of results, in two with 16 bits to a byte.
@@ -199,39 +208,44 @@ HWY_INLINE hn::Vec<Words> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Words> weight
   return hn::Add(base, hn::MulHigh(Difference(pairs, base), weight));
 }
 
-/// What a vector at `at` of a row takes: the shuffles and weights of its two halves.
+/// Offsets that one vector of results takes.
+template <Reach kReach>
+constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
+
+/// What half of a vector of results takes from a row.
+template <Reach kReach>
 struct Columns {
-  hn::Vec<Bytes> first_shuffle, second_shuffle;
-  hn::Vec<Words> first_weight, second_weight;
+  hn::Vec<Bytes> shuffle;
+  hn::Vec<Words> weight;
+  const uint32_t* load;
+
+  /// `half` 0 or 1 of the vector at `at`.
+  HWY_INLINE Columns(const FilterTable& table, size_t at, size_t half)
+      : shuffle(hn::Load(Bytes(), table.shuffle + at * 2 + half * kVectorBytes)),
+        load(table.load + at / kVectorBytes * kVectorLoads<kReach>) {
+    if constexpr (kReach == Reach::kFour) {
+      weight = hn::Load(Words(), table.weight + at / 2);
+    } else {
+      weight = hn::Load(Words(), table.weight + at + half * (kVectorBytes / 2));
+      load += half * (kVectorLoads<kReach> / 2);
+    }
+  }
+
+  /// Half a vector of a row, blended across.
+  HWY_INLINE hn::Vec<Words> Blend(const uint8_t* row) const {
+    const Bytes d8;
+    if constexpr (kReach == Reach::kOne) {
+      return BlendPairs(hn::TableLookupBytes(LoadHalfBlocks(d8, row, load), shuffle), weight);
+    } else {
+      return BlendPairs(hn::TableLookupBytes(LoadBlocks(d8, row, load), shuffle), weight);
+    }
+  }
 };
 
+/// A vector of a row, blended across.
 template <Reach kReach>
-HWY_INLINE Columns LoadColumns(const FilterTable& table, size_t at) {
-  const Bytes d8;
-  const Words d16;
-  const uint8_t* shuffle = table.shuffle + at * 2;
-  const bool one_weight = kReach == Reach::kFour;
-  const int16_t* weight = table.weight + (one_weight ? at / 2 : at);
-  return {hn::Load(d8, shuffle), hn::Load(d8, shuffle + kVectorBytes), hn::Load(d16, weight),
-          hn::Load(d16, weight + (one_weight ? 0 : kVectorBytes / 2))};
-}
-
-/// A vector of a row, blended across; `load` are its offsets.
-template <Reach kReach>
-HWY_INLINE Lanes BlendAcross(const Columns& columns, const uint8_t* row, const uint32_t* load) {
-  const Bytes d8;
-  hn::Vec<Bytes> first, second;
-  if constexpr (kReach == Reach::kFour) {
-    first = second = LoadBlocks(d8, row, load);
-  } else if constexpr (kReach == Reach::kTwo) {
-    first = LoadBlocks(d8, row, load);
-    second = LoadBlocks(d8, row, load + kVectorBlocks);
-  } else {
-    first = LoadHalfBlocks(d8, row, load);
-    second = LoadHalfBlocks(d8, row, load + 2 * kVectorBlocks);
-  }
-  return {BlendPairs(hn::TableLookupBytes(first, columns.first_shuffle), columns.first_weight),
-          BlendPairs(hn::TableLookupBytes(second, columns.second_shuffle), columns.second_weight)};
+HWY_INLINE Lanes BlendAcross(const FilterTable& table, const uint8_t* row, size_t at) {
+  return {Columns<kReach>(table, at, 0).Blend(row), Columns<kReach>(table, at, 1).Blend(row)};
 }
 
 /// The weight of base - other between two rows.
@@ -240,14 +254,10 @@ HWY_INLINE hn::Vec<Words> DownWeight(uint32_t fraction) {
                  static_cast<int16_t>(fraction > 0x8000 ? fraction - 0x10000 : 0 - fraction));
 }
 
-HWY_INLINE Lanes BlendDown(Lanes base, Lanes other, hn::Vec<Words> weight) {
-  return {hn::Add(base.first, hn::MulHigh(hn::Sub(base.first, other.first), weight)),
-          hn::Add(base.second, hn::MulHigh(hn::Sub(base.second, other.second), weight))};
+HWY_INLINE hn::Vec<Words> BlendDown(hn::Vec<Words> base, hn::Vec<Words> other,
+                                    hn::Vec<Words> weight) {
+  return hn::Add(base, hn::MulHigh(hn::Sub(base, other), weight));
 }
-
-/// Offsets that BlendAcross takes for one vector.
-template <Reach kReach>
-constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
 
 /// Writes the pixels of a vector: 4 bytes of each, or 3.
 template <size_t kBytes, class D>
@@ -351,10 +361,9 @@ class KeptRows {
     const Bytes d8;
     const Words d16;
     const FilterTable table = table_;  // not to be fetched again after every store
-    const uint32_t* load = table.load;
     const size_t end = LaneBytes(count_);
-    for (size_t at = 0; at < end; at += kVectorBytes, load += kVectorLoads<kReach>) {
-      const Lanes lanes = BlendAcross<kReach>(LoadColumns<kReach>(table, at), row, load);
+    for (size_t at = 0; at < end; at += kVectorBytes) {
+      const Lanes lanes = BlendAcross<kReach>(table, row, at);
       hn::Store(Layout::Join(lanes), d8, filled + at);
       if constexpr (kDifference) {
         const Lanes above = Layout::Split(hn::Load(d8, upper + at));
@@ -383,14 +392,11 @@ class BothRows {
   void Make(int64_t y, uint8_t* dest) {
     using Layout = LayoutOf<kReach>;
     const FilterTable table = table_;
-    const auto load = [table](size_t at) HWY_ATTR {
-      return table.load + at / kVectorBytes * kVectorLoads<kReach>;
-    };
     const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
     const uint8_t* upper = upper_.Get(job_, y >> 16);
     if (fraction == 0) {
       return StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
-        return Layout::Join(BlendAcross<kReach>(LoadColumns<kReach>(table, at), upper, load(at)));
+        return Layout::Join(BlendAcross<kReach>(table, upper, at));
       });
     }
     const uint8_t* lower = lower_.Get(job_, (y >> 16) + 1);
@@ -398,21 +404,23 @@ class BothRows {
     const uint8_t* base_row = lower_is_base ? lower : upper;
     const uint8_t* other_row = lower_is_base ? upper : lower;
     const auto weight = DownWeight(fraction);
-    // The processor does not foresee rows of which few pixels are read.
+    // The processor does not foresee rows of which few pixels are read. In the second-level cache
+    // that costs less than asking.
+    constexpr int64_t kCached = int64_t{256} << 10;
+    const bool far = (job_.dest_height * job_.step_y >> 16) * job_.source_pitch > kCached;
     const int64_t next_row = std::min(y + job_.step_y, (job_.dest_height - 1) * job_.step_y) >> 16;
-    const uint8_t* next = job_.source + next_row * job_.source_pitch;
+    const uint8_t* next = far ? job_.source + next_row * job_.source_pitch : nullptr;
     const int64_t pitch = job_.source_pitch;
     StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
-      const Columns columns = LoadColumns<kReach>(table, at);
-      const uint32_t* offsets = load(at);
-      if constexpr (kReach == Reach::kOne) {
-        for (const size_t i : {size_t{0}, kVectorLoads<kReach> - 1}) {
-          hwy::Prefetch(next + offsets[i]);
-          hwy::Prefetch(next + pitch + offsets[i]);
+      const auto half = [&](size_t number) HWY_ATTR {
+        const Columns<kReach> columns(table, at, number);
+        if (kReach == Reach::kOne && next != nullptr) {
+          hwy::Prefetch(next + columns.load[0]);
+          hwy::Prefetch(next + pitch + columns.load[0]);
         }
-      }
-      return Layout::Join(BlendDown(BlendAcross<kReach>(columns, base_row, offsets),
-                                    BlendAcross<kReach>(columns, other_row, offsets), weight));
+        return BlendDown(columns.Blend(base_row), columns.Blend(other_row), weight);
+      };
+      return Layout::Join({half(0), half(1)});
     });
   }
 

@@ -19,6 +19,7 @@
 #include "base/heap.h"
 #include "convert/scale_kernels.h"
 #include "convert/stream_copy.h"
+#include "platform/byte_pairs-inl.h"
 
 // Which source pixels a destination column takes, and with which weights, is the same in every row.
 // So it is worked out once, into tables that say for every block of destination bytes where its
@@ -152,7 +153,7 @@ template <class D>
 HWY_INLINE hn::Vec<D> LoadHalfBlocks(D d, const uint8_t* row, const uint32_t* offsets) {
   const hn::Half<D> half;
   if constexpr (hn::MaxLanes(D()) == kBlock) {
-    return hn::Combine(d, hn::LoadU(half, row + offsets[1]), hn::LoadU(half, row + offsets[0]));
+    return LoadTwo(row + offsets[0], row + offsets[1]);
   } else {
     return hn::Combine(d, LoadHalfBlocks(half, row, offsets + hn::MaxLanes(half) / kBlock * 2),
                        LoadHalfBlocks(half, row, offsets));

@@ -180,7 +180,8 @@ struct Narrowing {
 /// How a pair of channels is widened: both bytes by one left shift, the low byte by a left or by a
 /// right shift of its own, or by whichever it is.
 enum class Pairing { kOneShift, kLowUp, kLowDown, kAny };
-enum class Alpha { kNo, kYes, kAny };
+/// kBit: the word's top bit fills the whole byte.
+enum class Alpha { kNo, kBit, kYes, kAny };
 
 template <Pairing kEven, Pairing kOdd, Alpha kAlpha>
 struct Widening {
@@ -188,7 +189,8 @@ struct Widening {
   static constexpr size_t kDestBytes = 4;
   static constexpr size_t kReadBeyond = 0;
 
-  template <Pairing kPairing>
+  /// Without `kHigh` the high bytes get nothing.
+  template <Pairing kPairing, bool kHigh>
   static HWY_INLINE V8 Pair(const HicolorPair& p, V16 words) {
     const D8 d8;
     const D16 d16;
@@ -202,8 +204,9 @@ struct Widening {
         const V16 down = hn::MulHigh(words, hn::Set(d16, p.low_down));
         low = kPairing == Pairing::kAny ? hn::Or(low, down) : down;
       }
-      return hn::BitCast(d8, hn::Or(hn::And(low, hn::Set(d16, p.mask & 0xFF)),
-                                    hn::And(high, hn::Set(d16, p.mask & 0xFF00))));
+      low = hn::And(low, hn::Set(d16, p.mask & 0xFF));
+      if constexpr (!kHigh) return hn::BitCast(d8, low);
+      return hn::BitCast(d8, hn::Or(low, hn::And(high, hn::Set(d16, p.mask & 0xFF00))));
     }
   }
 
@@ -213,10 +216,16 @@ struct Widening {
     const D16 d16;
     const hn::RebindToSigned<D8> di8;
     const V16 words = hn::BitCast(d16, hn::LoadU(d8, source));
-    const V8 even = Pair<kEven>(l.pairs[0], words);
-    V8 odd = Pair<kOdd>(l.pairs[1], words);
-    if constexpr (kAlpha != Alpha::kYes) odd = hn::Or(odd, HighBytes(l.opaque));
-    if constexpr (kAlpha != Alpha::kNo) {
+    const V8 even = Pair<kEven, true>(l.pairs[0], words);
+    V8 odd = Pair < kOdd, kAlpha == Alpha::kYes || kAlpha == Alpha::kAny > (l.pairs[1], words);
+    if constexpr (kAlpha == Alpha::kNo || kAlpha == Alpha::kAny) {
+      odd = hn::Or(odd, HighBytes(l.opaque));
+    }
+    if constexpr (kAlpha == Alpha::kBit) {
+      const hn::RebindToSigned<D16> di16;
+      const auto bit = hn::ShiftRight<15>(hn::BitCast(di16, words));
+      odd = hn::Or(odd, hn::And(hn::BitCast(d8, bit), HighBytes(0xFF)));
+    } else if constexpr (kAlpha != Alpha::kNo) {
       // The fill has nothing for the green bytes, so it may go by their signs too.
       const auto filled = hn::BitCast(di8, hn::Or(odd, HighBytes(l.fill)));
       const auto signs = hn::BitCast(di8, odd);
@@ -320,8 +329,10 @@ const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_
   if (alpha && IsOneShift(l.pairs[0]) && IsOneShift(l.pairs[1])) {
     row = Row<Widening<kOneShift, kOneShift, Alpha::kYes>, kStream>;
   } else if (l.pairs[0].low_down == 0 && l.pairs[1].low_up == 0) {
-    row = alpha ? Row<Widening<kLowUp, kLowDown, Alpha::kYes>, kStream>
-                : Row<Widening<kLowUp, kLowDown, Alpha::kNo>, kStream>;
+    if (!alpha) row = Row<Widening<kLowUp, kLowDown, Alpha::kNo>, kStream>;
+    if (l.channels[3].mask == 0x8000) {
+      row = Row<Widening<kLowUp, kLowDown, Alpha::kBit>, kStream>;
+    }
   }
   return row(l, source, dest, count);
 }

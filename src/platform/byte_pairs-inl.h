@@ -22,6 +22,13 @@ namespace {
 
 namespace hw = hwy::HWY_NAMESPACE;
 
+/// Two loads of 8 bytes, of which the second is no more work for being the upper half.
+HWY_INLINE hw::Vec128<uint8_t> LoadTwo(const uint8_t* lower, const uint8_t* upper) {
+  const __m128i half = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(lower));
+  return hw::Vec128<uint8_t>{_mm_castps_si128(
+      _mm_loadh_pi(_mm_castsi128_ps(half), reinterpret_cast<const __m64*>(upper)))};
+}
+
 /// Sums of neighbouring bytes times signed bytes, which must fit 16 signed bits.
 HWY_INLINE hw::Vec128<int16_t> SumBytePairs(hw::Vec128<uint8_t> bytes,
                                             hw::Vec128<uint8_t> weights) {
