@@ -266,8 +266,9 @@ TEST(PictureReaders, WholeFiles) {
   });
 }
 
+// Packets of every length, so that the longest may be the last.
 TEST(PictureReaders, FilesCutAnywhere) {
-  for (const auto& [reader, file] : Files({7, 40})) {
+  for (const auto& [reader, file] : Files({150})) {
     for (size_t size = 0; size < file.size(); ++size) {
       Check(reader, Bytes(file.data(), file.data() + size));
       if (HasFatalFailure()) FAIL() << reader.name << " of " << size << " bytes";
