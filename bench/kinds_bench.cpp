@@ -4,9 +4,9 @@
 
 #include <cstring>
 
+#include "packer_content.h"
 #include "platform/mapped_file.h"
 #include "support/container_files.h"
-#include "packer_content.h"
 #include "support/pictures.h"
 
 namespace {

@@ -13,13 +13,6 @@
 namespace zav::test {
 namespace {
 
-std::vector<uint8_t> Noise(size_t size) {
-  std::vector<uint8_t> bytes(size);
-  Random random(size);
-  for (uint8_t& byte : bytes) byte = random.Byte();
-  return bytes;
-}
-
 /// Copies inside `bytes` from one offset to another and compares with a copy through other memory.
 void CheckCopy(std::vector<uint8_t> bytes, int64_t from, int64_t to, int64_t row_bytes,
                int64_t rows, int64_t dest_pitch, int64_t source_pitch) {
@@ -35,7 +28,7 @@ void CheckCopy(std::vector<uint8_t> bytes, int64_t from, int64_t to, int64_t row
 
 TEST(CopyRows, RectanglesMayOverlapInEveryDirection) {
   constexpr int64_t kPitch = 100, kRows = 7, kMiddle = 10 * kPitch;
-  const std::vector<uint8_t> bytes = Noise(3000);
+  const std::vector<uint8_t> bytes = NoiseBytes(3000, 1);
   for (const int64_t row_bytes : {1, 63, 64, 99, 100}) {
     for (int64_t shift = -3 * kPitch; shift <= 3 * kPitch; ++shift) {
       CheckCopy(bytes, kMiddle, kMiddle + shift, row_bytes, kRows, kPitch, kPitch);
@@ -46,7 +39,7 @@ TEST(CopyRows, RectanglesMayOverlapInEveryDirection) {
 
 TEST(CopyRows, LargePicturesAndNothing) {
   constexpr int64_t kRow = 5000, kRows = kStreamFrom / kRow + 1;
-  const std::vector<uint8_t> bytes = Noise(2 * kRows * (kRow + 9));
+  const std::vector<uint8_t> bytes = NoiseBytes(2 * kRows * (kRow + 9), 2);
   CheckCopy(bytes, 3, kRows * kRow + 7, kRow, kRows, kRow + 9, kRow);  // streamed row by row
   CheckCopy(bytes, 0, kRows * kRow + 1, kRow, kRows, kRow, kRow);      // streamed as one
   CheckCopy(bytes, 0, 4099, kRow, kRows, kRow + 9, kRow + 9);          // overlapping

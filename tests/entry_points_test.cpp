@@ -98,6 +98,19 @@ TEST(ImageLife, FailedReadKeepsTheEarlierPicture) {
                       });
 }
 
+TEST(ImageLife, PixelsHandedOverComeBackWhenThePaletteFails) {
+  Image image;
+  ASSERT_TRUE(image.Read("x.bmp", BmpFile(8, 4, 4, 0)));
+  const uint8_t* const pixels = image.source.pixels;
+  const auto convert = [&] {
+    image.dest.format = ZAV_FMT_PAL8;
+    return ZAV_CONVERT_RAW(&image) == 1;
+  };
+  EXPECT_GE(FailEveryAllocation(convert, [&](int, bool succeeded) { EXPECT_FALSE(succeeded); }), 1);
+  EXPECT_EQ(image.dest.pixels, pixels);  // once there was memory
+  EXPECT_NE(SumOfBytes(image.dest), 0u);
+}
+
 TEST(ImageLife, ChainsOfConversionsHandBuffersOver) {
   const Bytes file = Targa(6, 4);
   Image image;

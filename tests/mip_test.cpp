@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstddef>
 #include <cstring>
 #include <string>
 
@@ -120,11 +119,6 @@ TEST(MipFilter, TruncatesExactlyAroundEveryMultipleOfEverySum) {
   }
 }
 
-/// All fields; padding behind them may differ.
-bool Same(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
-  return std::memcmp(&a, &b, offsetof(ZAV_GFXDEF, blue_mask) + sizeof(a.blue_mask)) == 0;
-}
-
 TEST(MipLevel, EverySizeIntoOwnAndSuppliedBuffers) {
   for (int32_t i = 0; i < 20 * 20 * 2; ++i) {
     const bool supplied = i % 2 != 0;
@@ -148,9 +142,9 @@ TEST(MipLevel, EverySizeIntoOwnAndSuppliedBuffers) {
       image.dest.pitch = dest_pitch;
     }
     ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1);
-    EXPECT_TRUE(Same(image.source, found));
-    EXPECT_TRUE(
-        Same(image.dest, {image.dest.pixels, nullptr, w, h, 4, format, dest_pitch, 0, 0, 0, 0}));
+    EXPECT_TRUE(SameDefinition(image.source, found));
+    EXPECT_TRUE(SameDefinition(
+        image.dest, {image.dest.pixels, nullptr, w, h, 4, format, dest_pitch, 0, 0, 0, 0}));
     const Bytes level = PlainLevel(picture.definition, w, h);
     Bytes expected(dest.size(), 0xA5);
     for (int32_t at = 0; at < w * h * 4; ++at) {
@@ -204,7 +198,7 @@ TEST(MipLevel, EveryFormatGoesThroughBgra32AndConsumesTheSource) {
       image.dest.width = width;
       image.dest.height = height;
       ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1) << format;
-      EXPECT_TRUE(Same(image.source, {}));
+      EXPECT_TRUE(SameDefinition(image.source, {}));
       EXPECT_TRUE(SamePicture(image.dest, narrow.dest)) << format << " to " << dest_format;
       if (format >= ZAV_FMT_CUSTOM16_1 && dest_format == 0) {
         EXPECT_EQ(std::memcmp(&image.dest.alpha_mask, &masks.alpha_mask, 16), 0);
@@ -219,8 +213,8 @@ TEST(MipLevel, RefusesWhatTheFilterCannotFill) {
     ScopedConverter c;
     c.source.definition() = source;
     c.dest.definition() = dest;
-    return !GenerateMipLevel(c) && Same(c.source, source) && Same(c.dest, dest) &&
-           c.dest.flags == 0;
+    return !GenerateMipLevel(c) && SameDefinition(c.source, source) &&
+           SameDefinition(c.dest, dest) && c.dest.flags == 0;
   };
   Bytes buffer(256, 0xA5);
   const auto sized = [&](int32_t width, int32_t height, int32_t format = 0, int32_t pitch = 0) {

@@ -56,13 +56,6 @@ int32_t CheckUnpack(const Bytes& block, size_t capacity) {
   return result;
 }
 
-Bytes Noise(size_t size, uint32_t symbols, uint64_t seed) {
-  Random random(seed);
-  Bytes data(size);
-  for (uint8_t& byte : data) byte = static_cast<uint8_t>(random.Below(symbols) * 37);
-  return data;
-}
-
 Bytes Equal(size_t size) { return Bytes(size, 0x41); }
 
 TEST(Packer, WritesTheseBytes) {
@@ -76,7 +69,7 @@ TEST(Packer, WritesTheseBytes) {
       {Bytes(raw.begin() + 4, raw.end()), raw},
       {{}, {0, 0, 0, 0}}};
   for (const auto& [data, block] : known) EXPECT_EQ(CheckPack(data), block);
-  EXPECT_EQ(CheckPack(Noise(65536, 256, 1)).size(), 65540u);
+  EXPECT_EQ(CheckPack(NoiseBytes(65536, 1)).size(), 65540u);
   uint8_t none[4];
   EXPECT_EQ(ZAV_PACKER::Compress(none, none, -1), 0);
 }
@@ -85,11 +78,11 @@ TEST(Packer, EverySizeAlphabetAndContent) {
   for (size_t size = 0; size <= 300; ++size) {
     for (const uint32_t symbols : {2u, 3u, 4u, 16u, 256u}) {
       SCOPED_TRACE(std::to_string(size) + " bytes of " + std::to_string(symbols) + " symbols");
-      ASSERT_FALSE(CheckPack(Noise(size, symbols, size * 7 + symbols)).empty());
+      ASSERT_FALSE(CheckPack(NoiseBytes(size, size * 7 + symbols, symbols)).empty());
     }
   }
   for (const uint32_t symbols : {2u, 3u, 4u, 16u, 60u, 256u}) {
-    ASSERT_FALSE(CheckPack(Noise(70001, symbols, symbols)).empty()) << symbols << " symbols";
+    ASSERT_FALSE(CheckPack(NoiseBytes(70001, symbols, symbols)).empty()) << symbols << " symbols";
   }
   const Picture sprite = SpritePicture(ZAV_FMT_BGRA32, 128, 128, 8, 1);
   ASSERT_FALSE(CheckPack(sprite.pixels).empty());
@@ -99,7 +92,7 @@ TEST(Packer, EverySizeAlphabetAndContent) {
 // periods up to and past the longest distance.
 TEST(Packer, PeriodsAroundTheWindow) {
   for (size_t period = 1; period <= 520; period += period < 490 && period > 20 ? 13 : 1) {
-    Bytes data = Noise(period, 256, period);
+    Bytes data = NoiseBytes(period, period);
     while (data.size() < 4 * period + 40) data.push_back(data[data.size() - period]);
     data[2 * period + period / 2] ^= 1;
     const Bytes block = CheckPack(data);
@@ -117,7 +110,7 @@ TEST(Packer, LengthsAroundTheGroups) {
     length += (size_t{1} << width) - 1;
     for (const size_t size : {length - 1, length, length + 1, length + 2}) {
       ASSERT_FALSE(CheckPack(Equal(size)).empty()) << size;
-      Bytes data = Noise(40, 256, width);
+      Bytes data = NoiseBytes(40, width);
       while (data.size() < 40 + size) data.push_back(data[data.size() - 40]);
       data.push_back(static_cast<uint8_t>(data[data.size() - 40] ^ 1));
       ASSERT_FALSE(CheckPack(data).empty()) << size;
@@ -130,7 +123,7 @@ TEST(Packer, GivesUpAtTheSameWord) {
   int raw = 0, longer = 0;
   for (size_t size = 16; size < 400; size += 9) {
     for (size_t noise = size * 3 / 4; noise <= size; ++noise) {
-      Bytes data = Noise(noise, 256, size);
+      Bytes data = NoiseBytes(noise, size);
       while (data.size() < size) data.push_back(data[data.size() % 7]);
       const Bytes block = CheckPack(data);
       ASSERT_FALSE(block.empty()) << size << " with " << noise << " bytes of noise";
@@ -144,10 +137,10 @@ TEST(Packer, GivesUpAtTheSameWord) {
 }
 
 TEST(Packer, RefusesWhatDoesNotFit) {
-  Bytes block = CheckPack(Noise(600, 3, 1));
+  Bytes block = CheckPack(NoiseBytes(600, 1, 3));
   EXPECT_EQ(CheckUnpack(block, 599), 0);
   // The last word is missed even where the stream's bits end before it.
-  for (Bytes cut : {block, CheckPack(Equal(16)), CheckPack(Noise(15, 256, 1))}) {
+  for (Bytes cut : {block, CheckPack(Equal(16)), CheckPack(NoiseBytes(15, 1))}) {
     while (!cut.empty()) {
       cut.pop_back();
       ASSERT_EQ(CheckUnpack(cut, 600), 0) << cut.size();
@@ -160,7 +153,7 @@ TEST(Packer, RefusesWhatDoesNotFit) {
                                    static_cast<int64_t>(room.size())),
             600);
   EXPECT_EQ(std::count(room.begin() + 600, room.end(), 0xEE), 100);
-  EXPECT_EQ(CheckUnpack(CheckPack(Noise(15, 256, 1)), 14), 0);
+  EXPECT_EQ(CheckUnpack(CheckPack(NoiseBytes(15, 1)), 14), 0);
   EXPECT_EQ(CheckUnpack({0, 0, 0, 0}, 0), 0);
   const Bytes least{0, 0, 0, 0x80};
   EXPECT_EQ(CheckUnpack(least, 64), 0);
@@ -170,7 +163,7 @@ TEST(Packer, RefusesWhatDoesNotFit) {
 TEST(Packer, DamagedBlocks) {
   int refused = 0, accepted = 0;
   for (const uint32_t symbols : {2u, 4u, 16u, 256u}) {
-    Bytes block = CheckPack(Noise(1200, symbols, symbols));
+    Bytes block = CheckPack(NoiseBytes(1200, symbols, symbols));
     for (size_t at = 0; at < block.size(); ++at) {
       for (const int change : {1, 0x10, 0xFF}) {
         block[at] = static_cast<uint8_t>(block[at] ^ change);
@@ -190,7 +183,7 @@ TEST(Packer, StreamsOfNoise) {
   int accepted = 0;
   for (int round = 0; round < 6000; ++round) {
     const size_t good = round % 2 == 0 ? 600 : 30;
-    Bytes block = CheckPack(Noise(good, 3, static_cast<uint64_t>(round % 16)));
+    Bytes block = CheckPack(NoiseBytes(good, static_cast<uint64_t>(round % 16), 3));
     block.erase(block.end() - 8, block.end());
     for (uint32_t i = random.Below(900); i > 0; --i) {
       const uint8_t byte = random.Byte(), other = random.Byte();

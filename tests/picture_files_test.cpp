@@ -46,12 +46,6 @@ std::string TestPath(const char* ending) {
   return testing::TempDir() + "zav_" + std::to_string(getpid()) + "." + ending;
 }
 
-bool SameDefinition(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
-  return a.pixels == b.pixels && a.palette == b.palette && a.width == b.width &&
-         a.height == b.height && a.bytes_per_pixel == b.bytes_per_pixel && a.format == b.format &&
-         a.pitch == b.pitch;
-}
-
 TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
   for (const Saved& saved : kSaved) {
     for (int32_t width = 1; width <= 9; ++width) {

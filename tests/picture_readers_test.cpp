@@ -266,8 +266,9 @@ TEST(PictureReaders, WholeFiles) {
   });
 }
 
+// Packets of every length, so that the longest may be the last.
 TEST(PictureReaders, FilesCutAnywhere) {
-  for (const auto& [reader, file] : Files({7, 40})) {
+  for (const auto& [reader, file] : Files({150})) {
     for (size_t size = 0; size < file.size(); ++size) {
       Check(reader, Bytes(file.data(), file.data() + size));
       if (HasFatalFailure()) FAIL() << reader.name << " of " << size << " bytes";
@@ -294,7 +295,7 @@ TEST(PictureReaders, DamagedFiles) {
 
 TEST(PictureReaders, FailedAllocationsFailTheRead) {
   for (const auto& [reader, whole] : Files({5})) {
-    for (const int32_t format : {0, +ZAV_FMT_BGRA32, +ZAV_FMT_RGB24, +ZAV_FMT_ARGB4444}) {
+    for (const int32_t format : {0, 1, 4, 5, 9}) {  // 1: handed over, then a palette is refused
       Image image;
       const auto read = [&, name = reader.name, &file = whole] {
         image.dest.format = format;

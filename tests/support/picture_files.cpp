@@ -14,13 +14,6 @@
 namespace zav::test {
 namespace {
 
-Bytes Noise(int64_t count, uint64_t seed) {
-  Random random(seed);
-  Bytes bytes(static_cast<size_t>(count));
-  for (uint8_t& byte : bytes) byte = random.Byte();
-  return bytes;
-}
-
 void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
   for (size_t i = 0; i < count; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
 }
@@ -67,7 +60,8 @@ bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format) {
 Bytes BmpFile(uint32_t bits, int32_t width, int32_t height, int32_t colors_used) {
   const int64_t entries = colors_used >= 1 && colors_used <= 256 ? colors_used : 256;
   const int64_t palette = bits == 1 ? 8 : bits == 8 ? 4 * entries : 0;
-  Bytes file = Noise(54 + palette + (int64_t{width} * bits + 31) / 32 * 4 * height, bits + 1);
+  Bytes file = NoiseBytes(
+      static_cast<size_t>(54 + palette + (int64_t{width} * bits + 31) / 32 * 4 * height), bits + 1);
   Put(file, 18, width, 4);
   Put(file, 22, height, 4);
   Put(file, 28, bits, 2);
@@ -77,7 +71,7 @@ Bytes BmpFile(uint32_t bits, int32_t width, int32_t height, int32_t colors_used)
 
 Bytes TgaStart(uint32_t type, uint32_t depth, int32_t width, int32_t height, uint32_t descriptor,
                uint32_t map_length, uint32_t map_entry_bits) {
-  Bytes file = Noise(18 + 5 + map_length * ((map_entry_bits + 7) / 8), map_length);
+  Bytes file = NoiseBytes(18 + 5 + map_length * ((map_entry_bits + 7) / 8), map_length);
   Put(file, 0, 5, 1);
   Put(file, 2, type, 1);
   Put(file, 5, map_length, 2);
@@ -96,14 +90,15 @@ Bytes NoisePackets(int32_t pixel_bytes, int64_t pixels, uint64_t seed) {
     const bool is_run = random.Below(2) == 0;
     const uint32_t length = 1 + random.Below(random.Below(4) == 0 ? 128 : 9);
     stream.push_back(static_cast<uint8_t>((is_run ? 128 : 0) + length - 1));
-    Append(stream, Noise(pixel_bytes * int64_t{is_run ? 1 : length}, random.Next()));
+    Append(stream,
+           NoiseBytes(static_cast<size_t>(pixel_bytes) * (is_run ? 1 : length), random.Next()));
     pixels -= length;
   }
   return stream;
 }
 
 Bytes SgiStart(bool run_length, uint32_t channels, int32_t width, int32_t height) {
-  Bytes file = Noise(512, 4);
+  Bytes file = NoiseBytes(512, 4);
   const int64_t fields[] = {run_length, 1,           file[4], file[5],       width >> 8,
                             width,      height >> 8, height,  channels >> 8, channels};
   for (size_t i = 0; i < std::size(fields); ++i) file[2 + i] = static_cast<uint8_t>(fields[i]);
@@ -126,7 +121,7 @@ void AppendSgiRows(Bytes& file, int64_t rows, uint32_t width, uint64_t seed) {
       const bool is_run = random.Below(2) == 0;
       const uint32_t length = std::min(left, 1 + random.Below(random.Below(4) == 0 ? 127 : 9));
       file.push_back(static_cast<uint8_t>((is_run ? 0 : 128) + length));
-      Append(file, Noise(is_run ? 1 : length, random.Next()));
+      Append(file, NoiseBytes(is_run ? 1 : length, random.Next()));
       left -= length;
     }
     if (!shared) file.push_back(0);

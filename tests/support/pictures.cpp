@@ -3,6 +3,8 @@
 #include "support/pictures.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstring>
 
 #include "convert/format_table.h"
 
@@ -15,16 +17,24 @@ uint32_t Random::Next() {
   return static_cast<uint32_t>(state_ * 0x2545F4914F6CDD1Du >> 32);
 }
 
+std::vector<uint8_t> NoiseBytes(size_t count, uint64_t seed, uint32_t symbols) {
+  Random random(seed);
+  std::vector<uint8_t> bytes(count);
+  for (uint8_t& byte : bytes) byte = static_cast<uint8_t>(random.Below(symbols) * 37);
+  return bytes;
+}
+
+bool SameDefinition(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
+  return std::memcmp(&a, &b, offsetof(ZAV_GFXDEF, blue_mask) + sizeof(a.blue_mask)) == 0;
+}
+
 Picture NoisePicture(int32_t format, int32_t width, int32_t height, int32_t pitch, uint64_t seed) {
   Picture picture;
   const int32_t bytes_per_pixel = BytesPerPixel(format);
   if (pitch == 0) pitch = width * bytes_per_pixel;
-  Random random(seed);
-  picture.pixels.resize(static_cast<size_t>(int64_t{pitch} * height));
-  for (uint8_t& byte : picture.pixels) byte = random.Byte();
+  picture.pixels = NoiseBytes(static_cast<size_t>(int64_t{pitch} * height), seed);
   if (IsPalettized(format)) {
-    picture.palette.resize(ZAV_PALETTE_BYTES);
-    for (uint8_t& byte : picture.palette) byte = random.Byte();
+    picture.palette = NoiseBytes(ZAV_PALETTE_BYTES, seed + 1000);
     picture.definition.palette = picture.palette.data();
   }
   picture.definition.pixels = picture.pixels.data();

@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -21,6 +22,12 @@ class Random {
  private:
   uint64_t state_;
 };
+
+/// Bytes of these many values, 256 at most, spread over all.
+std::vector<uint8_t> NoiseBytes(size_t count, uint64_t seed, uint32_t symbols = 256);
+
+/// All fields; padding behind them may differ.
+bool SameDefinition(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b);
 
 /// A picture with its own memory. Rows are `pitch` bytes apart and padding bytes are noise, so that
 /// a reader of padding shows.
