@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "convert/surface.h"
@@ -19,12 +20,14 @@ namespace {
 
 /// Noise and its level, in buffers of the library.
 struct Level {
-  explicit Level(int32_t side) : half(side / 2) {
+  explicit Level(int32_t side, bool opaque = false) : half(side / 2) {
     AllocSurface(surfaces.source, side, side, ZAV_FMT_BGRA32);
     AllocSurface(surfaces.dest, half, half, ZAV_FMT_BGRA32);
     Random random(1);
     const int64_t bytes = ImageBytes(surfaces.source);
-    for (int64_t i = 0; i < bytes; ++i) surfaces.source.pixels[i] = random.Byte();
+    for (int64_t i = 0; i < bytes; ++i) {
+      surfaces.source.pixels[i] = opaque && i % 4 == 3 ? 255 : random.Byte();
+    }
     std::memset(surfaces.dest.pixels, 0, static_cast<size_t>(ImageBytes(surfaces.dest)));
   }
   void Finish(benchmark::State& state) const {
@@ -36,8 +39,8 @@ struct Level {
   ScopedConverter surfaces;
 };
 
-void Zav(benchmark::State& state, int32_t side) {
-  Level level(side);
+void Zav(benchmark::State& state, int32_t side, bool opaque) {
+  Level level(side, opaque);
   for (auto _ : state) {
     FilterMipLevel(level.surfaces.source, level.surfaces.dest);
     benchmark::ClobberMemory();
@@ -45,8 +48,8 @@ void Zav(benchmark::State& state, int32_t side) {
   level.Finish(state);
 }
 
-void Plain(benchmark::State& state, int32_t side) {
-  Level level(side);
+void Plain(benchmark::State& state, int32_t side, bool opaque) {
+  Level level(side, opaque);
   const ZAV_SURFACE& source = level.surfaces.source;
   const ZAV_SURFACE& dest = level.surfaces.dest;
   for (auto _ : state) {
@@ -62,8 +65,8 @@ void Plain(benchmark::State& state, int32_t side) {
 
 #ifdef ZAV_PEER_LIBYUV
 /// Its box filter has no weights: for orientation.
-void Libyuv(benchmark::State& state, int32_t side) {
-  Level level(side);
+void Libyuv(benchmark::State& state, int32_t side, bool opaque) {
+  Level level(side, opaque);
   const ZAV_SURFACE& source = level.surfaces.source;
   const ZAV_SURFACE& dest = level.surfaces.dest;
   for (auto _ : state) {
@@ -76,10 +79,12 @@ void Libyuv(benchmark::State& state, int32_t side) {
 #endif
 
 const int kRegistered = [] {
-  for (const int32_t side : {256, 4096}) {
-    const auto add = [&](const char* implementation, auto body) {
-      const std::string name = "Mip/weighted/" + std::to_string(side) + "/" + implementation;
-      benchmark::RegisterBenchmark(name.c_str(), body, side);
+  for (const auto& [kernel, side] : {std::pair{"weighted", 256}, std::pair{"weighted", 4096},
+                                     std::pair{"opaque", 256}, std::pair{"opaque", 4096}}) {
+    const bool opaque = kernel[0] == 'o';
+    const std::string group = std::string("Mip/") + kernel + "/" + std::to_string(side) + "/";
+    const auto add = [&, size = side](const char* implementation, auto body) {
+      benchmark::RegisterBenchmark((group + implementation).c_str(), body, size, opaque);
     };
     add("zav", Zav);
     add("plain", Plain);

@@ -25,6 +25,9 @@ const std::vector<Bytes>& Seeds() {
     std::vector<Bytes> written;
     std::vector<ZAV_LAYER> layers = zav::test::EveryLayer();
     for (const ZAV_LAYER& layer : zav::test::EveryDxtLayer()) layers.push_back(layer);
+    for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
+      layers.push_back(zav::test::Layer(kind, {2, 30}));
+    }
     const int32_t formats[] = {ZAV_FMT_PAL8, ZAV_FMT_BGRA32};
     for (const int32_t format : formats) {
       for (const int32_t side : {3, 40, 131}) {

@@ -219,8 +219,8 @@ TEST(ContainerLayers, PalettesKeepTheirLastEntryThatIsNotZero) {
 // A buffer that the library allocated for one picture must not be taken for the next one's, and
 // pointers into the block must not be freed.
 TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
-  Picture picture = AsymmetricPicture(6, 6);
-  std::vector<uint8_t> own(6 * 6 * 4);
+  const Picture picture = AsymmetricPicture(6, 6);
+  Bytes own(6 * 6 * 4);
   const Bytes plain = WriteOne(Layer(ZAV_LAYER_TRUE32, {2}), picture.definition);
   const Bytes packed = WriteOne(Layer(ZAV_LAYER_PACKED32, {2, 8, 8, 8, 8}), picture.definition);
   Image image;
@@ -230,26 +230,23 @@ TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
     EXPECT_EQ(image.converter->source.owns_pixels(), &bytes == &packed);
     EXPECT_EQ(std::memcmp(image.source.pixels, picture.pixels.data(), own.size()), 0);
   };
-  read(packed);
-  read(plain);
-  read(packed);
+  for (const Bytes* bytes : {&packed, &plain, &packed}) read(*bytes);
   ZAV_FREE_BUFFER(image.source.pixels);
   image.source.pixels = static_cast<uint8_t*>(std::malloc(4));  // an old bit calls it owned
   read(plain);
   image.source.pixels = own.data();
   read(plain);
-  const auto decode = [&](const Bytes& bytes, int32_t format) {
-    Reader stream(bytes);
+  for (const auto& [bytes, format] : {std::pair{&packed, 0}, {&plain, int{ZAV_FMT_PAL4}}}) {
+    Reader stream(*bytes);
     ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
     EXPECT_EQ(ZAV_READ_LAYER(stream, &header), 0);
-    image.dest.format = format;
+    image.dest.format = format;  // a conversion that fails does not show in the result
     EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), 0);
     EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
-  };
-  decode(packed, 0);
-  EXPECT_EQ(image.source.pixels, nullptr);  // released by the read that found nothing
-  decode(plain, ZAV_FMT_PAL4);              // a conversion that fails does not show in the result
-  EXPECT_EQ(image.dest.pixels, nullptr);
+    // What was owned is released by the read that found nothing.
+    EXPECT_EQ(image.source.pixels == nullptr, bytes == &packed);
+    EXPECT_EQ(image.dest.pixels, nullptr);
+  }
   read(packed);
 }
 

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "convert/pipeline.h"
+#include "convert/stream_copy.h"
 #include "convert/surface.h"
 #include "encodings/hicolor.h"
 #include "kinds/mip_level.h"
@@ -60,14 +61,14 @@ TEST(Convert, EveryPairAtEqualSize) {
     SCOPED_TRACE(target.name);
     ForEachPair([](int from, int to, int width) {
       const auto shift = static_cast<size_t>(width * 5 % 64);
-      for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {
-        SetHicolorStreamingBytes(streaming);
+      for (const int64_t streaming : {int64_t{1}, kNeverStream}) {
+        SetStreamFrom(streaming);
         RunCase({from, to, width, 3, width, 3, width % 5, width % 7}, false, shift);
       }
       RunCase({from, to, width, 2, width, 2, 0, -1}, false, 0);
     });
   });
-  SetHicolorStreamingBytes(0);
+  SetStreamFrom(0);
 }
 
 TEST(Convert, EveryPairScaled) {

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/endian.h"
+#include "convert/stream_copy.h"
 #include "frame/startup.h"
 #include "platform/processor.h"
 #include "support/conversion_check.h"
@@ -40,13 +41,13 @@ void ForEachLayout(Body&& body) {
 template <typename Body>
 void ForEachCode(Body&& body) {
   ForEachVectorTarget([&](const VectorTarget& target) {
-    for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {
-      SetHicolorStreamingBytes(streaming);
+    for (const int64_t streaming : {int64_t{1}, kNeverStream}) {
+      SetStreamFrom(streaming);
       SCOPED_TRACE(std::string(target.name) + (streaming == 1 ? " streamed" : ""));
       body();
     }
   });
-  SetHicolorStreamingBytes(0);
+  SetStreamFrom(0);
 }
 
 class Hicolor : public testing::Test {
@@ -106,7 +107,7 @@ TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
     const int64_t bit = vectors ? target.bit : 0;
     for (const uint32_t processor : {0u, +kProcessorMmx, kProcessorMmx | kProcessorSse}) {
       SelectHicolorVariant(processor);
-      SetHicolorStreamingBytes(1);
+      SetStreamFrom(1);
       // All but the last are those that variants are for.
       for (const int32_t format :
            {ZAV_FMT_RGB565, ZAV_FMT_RGB555, ZAV_FMT_CUSTOM16_2, ZAV_FMT_ARGB4444}) {
@@ -114,13 +115,13 @@ TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
         const bool fastest = format == ZAV_FMT_ARGB4444 || (processor & kProcessorSse) != 0;
         expect_run(fastest || processor != 0 ? bit : 0, fastest && vectors);
       }
-      SetHicolorStreamingBytes(INT64_MAX);
+      SetStreamFrom(kNeverStream);
       CheckConversion(words, Wanted(words.definition, ZAV_FMT_BGRA32, 0));
       expect_run(bit, false);
     }
   });
   EXPECT_TRUE(plain_ran);
-  SetHicolorStreamingBytes(0);
+  SetStreamFrom(0);
   SelectHicolorVariant(kProcessorSse);
   EXPECT_EQ(SelectedHicolorVariant(), HicolorVariant::kSse);
   StartUp();

@@ -9,11 +9,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <string_view>
-#include <utility>
 
 #include "support/failing_heap.h"
 #include "support/pictures.h"
@@ -142,45 +140,6 @@ TEST(PictureFiles, FailedSavesKeepTheFile) {
     WriteFile(path, old);
   }
   unlink(path.c_str());
-}
-
-std::vector<std::pair<const char*, Bytes>> SmallFiles() {
-  std::vector<std::pair<const char*, Bytes>> files;
-  for (uint32_t bits : {1u, 8u, 16u, 24u}) {
-    files.emplace_back("x.bmp", BmpFile(bits, 5, 3, 4));
-    const uint32_t depth = bits == 1 ? 32 : bits;
-    files.emplace_back("x.tga", TgaStart(10, depth, 5, 3, 0x20, bits == 8 ? 4 : 0, 24));
-    Append(files.back().second, NoisePackets(static_cast<int32_t>(depth / 8), 15, bits));
-  }
-  for (bool run_length : {false, true}) {
-    files.emplace_back("x.rgb", SgiStart(run_length, run_length ? 4 : 3, 5, 3));
-    if (run_length) {
-      AppendSgiRows(files.back().second, 12, 5, 1);
-    } else {
-      files.back().second.resize(512 + 45, 7);
-    }
-  }
-  return files;
-}
-
-TEST(PictureFiles, FailedAllocationsFailTheRead) {
-  for (const auto& [name, whole] : SmallFiles()) {
-    for (int32_t format : {0, +ZAV_FMT_BGRA32, +ZAV_FMT_RGB24, +ZAV_FMT_ARGB4444}) {
-      Image image;
-      ZAV_GFXDEF wanted{};
-      wanted.format = format;
-      FailEveryAllocation(
-          [&, name = name, &file = whole] {
-            image.dest = wanted;
-            return image.Read(name, file);
-          },
-          [&](int, bool succeeded) {
-            EXPECT_FALSE(succeeded);
-            EXPECT_TRUE(SameDefinition(image.source, ZAV_GFXDEF{}) &&
-                        SameDefinition(image.dest, wanted));
-          });
-    }
-  }
 }
 
 }  // namespace

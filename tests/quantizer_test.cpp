@@ -62,9 +62,8 @@ TEST(Quantizer, MatchesTheReferenceOnEveryKindOfPicture) {
     for (const auto& [width, height, source_padding, dest_padding] : sizes) {
       for (uint64_t seed = 1; seed <= 3; ++seed) {
         Picture picture = MakeColorPicture(colors, width, height, width * 4 + source_padding, seed);
-        std::string what = colors.name;
-        what.append(" ").append(std::to_string(width)).append(" x ").append(std::to_string(height));
-        ExpectAsPlain(picture, width + dest_padding, what);
+        ExpectAsPlain(picture, width + dest_padding,
+                      std::string(colors.name) + " " + std::to_string(width));
       }
     }
   }

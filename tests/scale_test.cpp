@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "convert/scale_kernels.h"
+#include "convert/stream_copy.h"
 #include "convert/surface.h"
 #include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
@@ -102,7 +103,11 @@ TEST(Scale, MatchesThePositionsAtAllRatios) {
         if (dw % 8 == 0) CheckEverywhere(sw, 5, dw, 11, 1);
       }
     }
-    for (const int32_t sw : {1, 7, 500, 700, 1300, 2600}) CheckEverywhere(sw, 2, 1300, 3, 3);
+    for (const int64_t streamed : {1, 0}) {
+      SetStreamFrom(streamed);
+      for (const int32_t sw : {1, 7, 61, 500, 700, 1300, 2600}) CheckEverywhere(sw, 2, 1300, 3, 3);
+      for (int32_t dw = 509; dw < 530; ++dw) CheckEverywhere(dw / 2, 2, dw, 4, dw % 4);
+    }
     // Steps of exactly one half put every fraction on the tie between two pixels as base.
     CheckEverywhere(41, 41, 80, 80, 0);
     CheckEverywhere(81, 81, 32, 32, 0);

@@ -197,17 +197,15 @@ TEST(Tiled, TilesOfDifferentFormatsMakeOnePicture) {
       {{rgba, hicolor, bgr}, ZAV_FMT_RGBA32},      {{hicolor, rgba, hicolor}, ZAV_FMT_ARGB4444},
       {{indexed, hicolor, other}, ZAV_FMT_BGRA32}};
   for (const auto& [tiles, format] : rows) {
-    Image image;
+    Image image, whole;
     image.dest.format = ZAV_FMT_BGRA32;
     EXPECT_TRUE(ReadOne(image, Record(3, 1, 0, tiles))) << format;
-    Image whole;
     ASSERT_TRUE(ReadOne(whole, Record(3, 1, 0, tiles)));
     EXPECT_EQ(whole.source.format, format);
     for (int x = 0; x < 3; ++x) {
-      const Bytes& tile = tiles[static_cast<size_t>(x)];
       Image alone, narrowed;
       alone.dest.format = format;
-      ASSERT_TRUE(ReadOne(alone, Record(1, 1, 0, {tile})));
+      ASSERT_TRUE(ReadOne(alone, Record(1, 1, 0, {tiles[static_cast<size_t>(x)]})));
       narrowed.source = alone.dest;
       narrowed.dest.format = ZAV_FMT_BGRA32;
       ASSERT_EQ(ZAV_CONVERT_RAW(&narrowed), 1);

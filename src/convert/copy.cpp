@@ -28,7 +28,7 @@ void CopyRows(uint8_t* dest, const uint8_t* source, int64_t row_bytes, int64_t r
   const uint8_t* const source_end = source + (rows - 1) * source_pitch + row_bytes;
   const bool apart = !std::less<>()(source, dest_end) ||
                      !std::less<>()(static_cast<const uint8_t*>(dest), source_end);
-  if (apart && row_bytes >= kStreamedRowBytes && StreamingPays(row_bytes * rows)) {
+  if (apart && StreamingPays(row_bytes, rows)) {
     for (int64_t i = 0; i < rows; ++i) {
       StreamCopy(dest + i * dest_pitch, source + i * source_pitch, size);
     }

@@ -39,8 +39,8 @@ struct Rows {
   /// Whether to stream: large destinations with rows of many cache lines; not in place, where every
   /// line that is written has just been read.
   bool Stream() const {
-    return source != dest && static_cast<int64_t>(width * dest_bytes) >= kStreamedRowBytes &&
-           StreamingPays(static_cast<int64_t>(width * height * dest_bytes));
+    return source != dest &&
+           StreamingPays(static_cast<int64_t>(width * dest_bytes), static_cast<int64_t>(height));
   }
 
   const uint8_t* source;
@@ -59,6 +59,13 @@ void ForEachRow(const Rows& rows, RowFunction&& row) {
     row(source + static_cast<int64_t>(y) * rows.source_pitch,
         dest + static_cast<int64_t>(y) * rows.dest_pitch, rows.width);
   }
+}
+
+/// Calls `row(source, pixels)` for a walk that only reads.
+template <typename RowFunction>
+void ReadRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
+  ForEachRow(Rows(converter),
+             [&](const uint8_t* source, uint8_t*, size_t count) { row(source, count); });
 }
 
 /// Converts a row through a block in the first-level cache, from which it is streamed. While a

@@ -1,6 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
+#include <type_traits>
+
 #include "convert/scale_kernels.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -8,8 +11,9 @@
 #define HWY_TARGET_INCLUDE "convert/scale_bilinear.cpp"
 #include <hwy/foreach_target.h>
 // After foreach_target, which includes this file once per target.
+#include <hwy/cache_control.h>
 #include "convert/scale_tables-inl.h"
-#include "platform/vector_target.h"
+#include "platform/byte_pairs-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav {
@@ -24,8 +28,9 @@ const ScaleKernel& BilinearKernel() { return PlainBilinearKernel(); }
 namespace {
 
 // Blends work on 16-bit lanes, one to a channel. Four pixels of a 16-byte block of results are held
-// as two vectors: the even bytes and the odd ones, so that both take the same weights and join with
-// one shift. 3-byte pixels are blended as if they had a fourth byte.
+// as two vectors. Where both come from one load these are the even bytes and the odd ones, which
+// take the same weights and join with one shift; otherwise they are the first two pixels and the
+// last two, each from loads of their own. 3-byte pixels are blended as if they had a fourth byte.
 //
 // p + floor((q - p) * f / 65536) equals q + floor((p - q) * (65536 - f) / 65536): with the nearer
 // of the two as base the factor fits 16 signed bits, and the blend is the base plus the high half
@@ -49,27 +54,50 @@ Reach ReachFor(const ScaleJob& job) {
 }
 
 // In bytes per column: shuffles, weights, offsets, two rows and their difference.
-using FilterRoom = TileRoom<8 + 4 + 4 + 4 + 4 + 8>;
+using FilterRoom = TileRoom<8 + 8 + 4 + 4 + 4 + 8>;
 
 struct FilterTable {
   explicit FilterTable(FilterRoom& room)
       : shuffle(room.Take<uint8_t>(8)),
-        weight(room.Take<int16_t>(4)),
+        weight(room.Take<int16_t>(8)),
         load(room.Take<uint32_t>(4)),
         rows{room.Take<uint8_t>(4), room.Take<uint8_t>(4)},
         difference(room.Take<int16_t>(8)) {}
 
   uint8_t* shuffle;     // pairs of bytes: base, other
-  int16_t* weight;      // of base - other, two lanes to a pixel
+  int16_t* weight;      // of base - other, two or four lanes to a pixel
   uint32_t* load;       // one to a load
   uint8_t* rows[2];     // blended across, 4 bytes to a pixel
-  int16_t* difference;  // lower row - upper row, even and odd bytes of each vector
+  int16_t* difference;  // lower row - upper row, two halves of lanes to each vector
 };
 
 constexpr size_t kVectorPixels = kVectorBytes / 4;
 
 /// Bytes of whole vectors of 4-byte pixels.
 size_t LaneBytes(size_t count) { return RoundUpTo(count * 4, kVectorBytes); }
+
+/// Stores which bytes of a load make the pairs of a pixel's channels, and their weight.
+template <Reach kReach>
+HWY_INLINE void SetPixel(FilterTable table, size_t i, size_t block, uint32_t pair,
+                         uint32_t weight) {
+  if constexpr (kReach == Reach::kFour) {
+    // Even and odd shuffles are apart by a vector.
+    uint8_t* shuffle = table.shuffle + block / kVectorBlocks * 2 * kVectorBytes +
+                       block % kVectorBlocks * kBlock + i % 4 * 4;
+    const uint32_t even = (0x02020000 + 0x00010001 * pair) & 0x0F0F0F0F;
+    const uint32_t odd = (0x03030101 + 0x00010001 * pair) & 0x0F0F0F0F;
+    const uint32_t weights = 0x00010001 * weight;
+    std::memcpy(shuffle, &even, 4);
+    std::memcpy(shuffle + kVectorBytes, &odd, 4);
+    std::memcpy(table.weight + 2 * i, &weights, 4);
+  } else {
+    const size_t slot = 2 * block + i % 2;
+    const uint64_t shuffle = (0x0303020201010000 + 0x0001000100010001 * pair) & 0x0F0F0F0F0F0F0F0F;
+    const uint64_t weights = 0x0001000100010001 * weight;
+    std::memcpy(table.shuffle + 8 * slot, &shuffle, 8);
+    std::memcpy(table.weight + 4 * slot, &weights, 8);
+  }
+}
 
 template <size_t kBytes, Reach kReach>
 void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTable table) {
@@ -80,32 +108,22 @@ void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTab
   int64_t x = first * job.step_x;
   size_t load = 0;
   for (size_t i = 0; i < pixels; ++i) {
-    // Four pixels: even and odd shuffles are apart by a vector. Otherwise the even and the odd half
-    // of a block of two pixels, and the blocks alternate.
     const size_t block = kReach == Reach::kFour ? i / 4 : AlternatingSlot(i / 2);
-    uint8_t* shuffle =
-        table.shuffle + (kReach == Reach::kFour ? block / kVectorBlocks * 2 * kVectorBytes +
-                                                      block % kVectorBlocks * kBlock + i % 4 * 4
-                                                : block * kBlock + i % 2 * 4);
     const size_t at = static_cast<size_t>(x >> 16) * kBytes;
     if (i % kPixels == 0) {
       load = std::min(at, last_load);
       table.load[kReach == Reach::kOne ? 2 * block + i % 2 : block] = static_cast<uint32_t>(load);
     }
-    // Without branches: the nearer neighbour changes all the time. The mask is for pixels without
-    // weight at the end of the row, whose neighbour would lie outside, and for fourth bytes.
+    // Without branches: the nearer neighbour changes all the time. Shuffles are masked for pixels
+    // without weight at the end of the row, whose neighbour would lie outside, and fourth bytes.
     const auto fraction = static_cast<uint32_t>(x & (kOne - 1));
     const uint32_t next = (0x8000 - fraction) >> 31;  // whether it is the base
     const auto pixel = static_cast<uint32_t>(at - load + (kReach == Reach::kOne ? i % 2 * 8 : 0));
     const uint32_t base = pixel + next * uint32_t{kBytes};
     const uint32_t other = pixel + (next ^ 1) * uint32_t{kBytes};
-    const uint32_t even = (0x02020000 + 0x00010001 * (base | other << 8)) & 0x0F0F0F0F;
-    const uint32_t odd = (0x03030101 + 0x00010001 * (base | other << 8)) & 0x0F0F0F0F;
     // Of base - other: -fraction, or with the next pixel as base fraction - 65536.
-    const uint32_t weight = 0x00010001 * (((fraction ^ (next - 1)) - (next - 1)) & 0xFFFF);
-    std::memcpy(shuffle, &even, 4);
-    std::memcpy(shuffle + (kReach == Reach::kFour ? kVectorBytes : 8), &odd, 4);
-    std::memcpy(table.weight + 2 * i, &weight, 4);
+    const uint32_t weight = ((fraction ^ (next - 1)) - (next - 1)) & 0xFFFF;
+    SetPixel<kReach>(table, i, block, base | other << 8, weight);
     x += job.step_x;
     // The last vector ends with the row and repeats pixels of the one before; a row of less than a
     // vector repeats its last pixel.
@@ -117,53 +135,119 @@ void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTab
   }
 }
 
-/// A vector of results: its even and its odd bytes.
+/// A vector of results, in two with 16 bits to a byte.
 struct Lanes {
-  hn::Vec<Words> even, odd;
+  hn::Vec<Words> first, second;
 };
 
-/// Pairs of base and other, blended.
-HWY_INLINE hn::Vec<Words> BlendPairs(hn::Vec<Bytes> bytes, hn::Vec<Words> weight) {
-  const Words d16;
-  const hn::RebindToUnsigned<Words> du16;
-  const auto pairs = hn::BitCast(du16, bytes);
-  const auto base = hn::BitCast(d16, hn::And(pairs, hn::Set(du16, 255)));
-  const auto other = hn::BitCast(d16, hn::ShiftRight<8>(pairs));
-  return hn::Add(base, hn::MulHigh(hn::Sub(base, other), weight));
+/// Even and odd bytes.
+struct EvenOdd {
+  static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
+    return hn::BitCast(Bytes(), hn::Or(lanes.first, hn::ShiftLeft<8>(lanes.second)));
+  }
+  static HWY_INLINE hn::Vec<Bytes> JoinLowBytes(Lanes lanes) {
+    return hn::OddEven(hn::BitCast(Bytes(), hn::ShiftLeft<8>(lanes.second)),
+                       hn::BitCast(Bytes(), lanes.first));
+  }
+  static HWY_INLINE Lanes Split(hn::Vec<Bytes> bytes) {
+    const hn::RebindToUnsigned<Words> d;
+    const auto pairs = hn::BitCast(d, bytes);
+    return {hn::BitCast(Words(), hn::And(pairs, hn::Set(d, 255))),
+            hn::BitCast(Words(), hn::ShiftRight<8>(pairs))};
+  }
+};
+
+/// The lower and the upper half of each block.
+struct Halves {
+  static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
+#if HWY_ARCH_X86
+    return PackBlocks(lanes.first, lanes.second);
+#else
+    return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), lanes.second),
+                          hn::BitCast(Bytes(), lanes.first));
+#endif
+  }
+  static HWY_INLINE hn::Vec<Bytes> JoinLowBytes(Lanes lanes) {
+    const auto low = hn::Set(Words(), 255);
+    return Join({hn::And(lanes.first, low), hn::And(lanes.second, low)});
+  }
+  static HWY_INLINE Lanes Split(hn::Vec<Bytes> bytes) {
+    const auto zero = hn::Zero(Bytes());
+    return {hn::BitCast(Words(), hn::InterleaveLower(Bytes(), bytes, zero)),
+            hn::BitCast(Words(), hn::InterleaveUpper(Bytes(), bytes, zero))};
+  }
+};
+
+template <Reach kReach>
+using LayoutOf = std::conditional_t<kReach == Reach::kFour, EvenOdd, Halves>;
+
+/// base - other.
+HWY_INLINE hn::Vec<Words> Difference(hn::Vec<Bytes> pairs, hn::Vec<Words> base) {
+#if HWY_ARCH_X86
+  (void)base;
+  const auto signs = hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(0xFF01)));
+  return SumBytePairs(pairs, signs);
+#else
+  const hn::RebindToUnsigned<Words> d;
+  return hn::Sub(base, hn::BitCast(Words(), hn::ShiftRight<8>(hn::BitCast(d, pairs))));
+#endif
 }
 
-/// The vector at `at` of a row, blended across.
+/// Pairs of base and other, blended.
+HWY_INLINE hn::Vec<Words> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Words> weight) {
+  const auto base = hn::And(hn::BitCast(Words(), pairs), hn::Set(Words(), 255));
+  return hn::Add(base, hn::MulHigh(Difference(pairs, base), weight));
+}
+
+/// What a vector at `at` of a row takes: the shuffles and weights of its two halves.
+struct Columns {
+  hn::Vec<Bytes> first_shuffle, second_shuffle;
+  hn::Vec<Words> first_weight, second_weight;
+};
+
 template <Reach kReach>
-HWY_INLINE Lanes BlendAcross(const FilterTable& table, const uint8_t* row, const uint32_t* load,
-                             size_t at) {
+HWY_INLINE Columns LoadColumns(const FilterTable& table, size_t at) {
   const Bytes d8;
-  const auto weight = hn::Load(Words(), table.weight + at / 2);
-  const auto first_shuffle = hn::Load(d8, table.shuffle + at * 2);
-  const auto second_shuffle = hn::Load(d8, table.shuffle + at * 2 + kVectorBytes);
+  const Words d16;
+  const uint8_t* shuffle = table.shuffle + at * 2;
+  const bool one_weight = kReach == Reach::kFour;
+  const int16_t* weight = table.weight + (one_weight ? at / 2 : at);
+  return {hn::Load(d8, shuffle), hn::Load(d8, shuffle + kVectorBytes), hn::Load(d16, weight),
+          hn::Load(d16, weight + (one_weight ? 0 : kVectorBytes / 2))};
+}
+
+/// A vector of a row, blended across; `load` are its offsets.
+template <Reach kReach>
+HWY_INLINE Lanes BlendAcross(const Columns& columns, const uint8_t* row, const uint32_t* load) {
+  const Bytes d8;
+  hn::Vec<Bytes> first, second;
   if constexpr (kReach == Reach::kFour) {
-    const auto pixels = LoadBlocks(d8, row, load);
-    return {BlendPairs(hn::TableLookupBytes(pixels, first_shuffle), weight),
-            BlendPairs(hn::TableLookupBytes(pixels, second_shuffle), weight)};
+    first = second = LoadBlocks(d8, row, load);
+  } else if constexpr (kReach == Reach::kTwo) {
+    first = LoadBlocks(d8, row, load);
+    second = LoadBlocks(d8, row, load + kVectorBlocks);
   } else {
-    const hn::Repartition<uint64_t, Bytes> d64;
-    constexpr bool kWhole = kReach == Reach::kTwo;
-    const auto first = kWhole ? LoadBlocks(d8, row, load) : LoadHalfBlocks(d8, row, load);
-    const auto second = kWhole ? LoadBlocks(d8, row, load + kVectorBlocks)
-                               : LoadHalfBlocks(d8, row, load + 2 * kVectorBlocks);
-    const auto a = hn::BitCast(d64, hn::TableLookupBytes(first, first_shuffle));
-    const auto b = hn::BitCast(d64, hn::TableLookupBytes(second, second_shuffle));
-    return {BlendPairs(hn::BitCast(d8, hn::InterleaveLower(d64, a, b)), weight),
-            BlendPairs(hn::BitCast(d8, hn::InterleaveUpper(d64, a, b)), weight)};
+    first = LoadHalfBlocks(d8, row, load);
+    second = LoadHalfBlocks(d8, row, load + 2 * kVectorBlocks);
   }
+  return {BlendPairs(hn::TableLookupBytes(first, columns.first_shuffle), columns.first_weight),
+          BlendPairs(hn::TableLookupBytes(second, columns.second_shuffle), columns.second_weight)};
+}
+
+/// The weight of base - other between two rows.
+HWY_INLINE hn::Vec<Words> DownWeight(uint32_t fraction) {
+  return hn::Set(Words(),
+                 static_cast<int16_t>(fraction > 0x8000 ? fraction - 0x10000 : 0 - fraction));
+}
+
+HWY_INLINE Lanes BlendDown(Lanes base, Lanes other, hn::Vec<Words> weight) {
+  return {hn::Add(base.first, hn::MulHigh(hn::Sub(base.first, other.first), weight)),
+          hn::Add(base.second, hn::MulHigh(hn::Sub(base.second, other.second), weight))};
 }
 
 /// Offsets that BlendAcross takes for one vector.
 template <Reach kReach>
 constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
-
-HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
-  return hn::BitCast(Bytes(), hn::Or(lanes.even, hn::ShiftLeft<8>(lanes.odd)));
-}
 
 /// Writes the pixels of a vector: 4 bytes of each, or 3.
 template <size_t kBytes, class D>
@@ -208,32 +292,44 @@ template <size_t kBytes, Reach kReach>
 class KeptRows {
  public:
   KeptRows(const ScaleJob& job, const FilterTable& table, size_t count)
-      : job_(job), table_(table), count_(count) {}
+      : job_(job), table_(table), count_(count), streams_(StreamsRows(job, count)) {}
+  KeptRows(const KeptRows&) = delete;
+  KeptRows& operator=(const KeptRows&) = delete;
+  ~KeptRows() {
+    if (streams_) StreamFence();
+  }
 
   void Make(int64_t y, uint8_t* dest) {
     const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
     const uint8_t* upper = Row(y >> 16, nullptr);
     if (fraction == 0) {
-      return StoreRow<kBytes>(dest, count_,
-                              [=](size_t at) HWY_ATTR { return hn::Load(Bytes(), upper + at); });
+      return Emit(dest, [=](size_t at) HWY_ATTR { return hn::Load(Bytes(), upper + at); });
     }
     const uint8_t* lower = Row((y >> 16) + 1, upper);
     const uint8_t* base = fraction < 0x8000 ? upper : lower;
     const int16_t* difference = table_.difference;
     // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
     const auto weight = hn::Set(Words(), static_cast<int16_t>(fraction));
-    StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
+    Emit(dest, [=](size_t at) HWY_ATTR {
       const Words d16;
       const Bytes d8;
-      const auto even = hn::MulHigh(hn::Load(d16, difference + at), weight);
-      const auto odd = hn::MulHigh(hn::Load(d16, difference + at + kVectorBytes / 2), weight);
-      const auto change =
-          hn::OddEven(hn::BitCast(d8, hn::ShiftLeft<8>(odd)), hn::BitCast(d8, even));
-      return hn::Add(hn::Load(d8, base + at), change);
+      const Lanes change = {hn::MulHigh(hn::Load(d16, difference + at), weight),
+                            hn::MulHigh(hn::Load(d16, difference + at + kVectorBytes / 2), weight)};
+      return hn::Add(hn::Load(d8, base + at), Layout::JoinLowBytes(change));
     });
   }
 
  private:
+  using Layout = LayoutOf<kReach>;
+
+  template <class Pixels>
+  HWY_INLINE void Emit(uint8_t* dest, const Pixels& pixels) const {
+    if (!streams_) return StoreRow<kBytes>(dest, count_, pixels);
+    StreamPieces(dest, count_, kBytes, [&](size_t first, size_t count, uint8_t* piece) {
+      StoreRow<kBytes>(piece, count, [&](size_t at) HWY_ATTR { return pixels(first * 4 + at); });
+    });
+  }
+
   /// The row, made unless it is kept; with the row above it, also the difference of the two.
   const uint8_t* Row(int64_t number, const uint8_t* upper) {
     // Neighbours differ in parity, so that the row to keep is never the one to replace.
@@ -254,19 +350,17 @@ class KeptRows {
   void Fill(const uint8_t* row, uint8_t* filled, const uint8_t* upper) {
     const Bytes d8;
     const Words d16;
-    const hn::RebindToUnsigned<Words> du16;
     const FilterTable table = table_;  // not to be fetched again after every store
     const uint32_t* load = table.load;
     const size_t end = LaneBytes(count_);
     for (size_t at = 0; at < end; at += kVectorBytes, load += kVectorLoads<kReach>) {
-      const Lanes lanes = BlendAcross<kReach>(table, row, load, at);
-      hn::Store(Join(lanes), d8, filled + at);
+      const Lanes lanes = BlendAcross<kReach>(LoadColumns<kReach>(table, at), row, load);
+      hn::Store(Layout::Join(lanes), d8, filled + at);
       if constexpr (kDifference) {
-        const auto above = hn::BitCast(du16, hn::Load(d8, upper + at));
-        const auto even = hn::BitCast(d16, hn::And(above, hn::Set(du16, 255)));
-        const auto odd = hn::BitCast(d16, hn::ShiftRight<8>(above));
-        hn::Store(hn::Sub(lanes.even, even), d16, table.difference + at);
-        hn::Store(hn::Sub(lanes.odd, odd), d16, table.difference + at + kVectorBytes / 2);
+        const Lanes above = Layout::Split(hn::Load(d8, upper + at));
+        hn::Store(hn::Sub(lanes.first, above.first), d16, table.difference + at);
+        hn::Store(hn::Sub(lanes.second, above.second), d16,
+                  table.difference + at + kVectorBytes / 2);
       }
     }
   }
@@ -274,51 +368,76 @@ class KeptRows {
   const ScaleJob& job_;
   const FilterTable& table_;
   size_t count_;
+  bool streams_;
   SourceRow source_;
   int64_t kept_[2] = {-1, -1};
 };
 
 /// Blends two source rows across and down at once: where few rows would serve twice.
 template <size_t kBytes, Reach kReach>
-void MakeFromBoth(const ScaleJob& job, const FilterTable table, size_t count, int64_t y,
-                  uint8_t* dest) {
-  const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
-  SourceRow upper_source, lower_source;
-  const uint8_t* upper = upper_source.Get(job, y >> 16);
-  const auto load = [&](size_t at)
-                        HWY_ATTR { return table.load + at / kVectorBytes * kVectorLoads<kReach>; };
-  if (fraction == 0) {
-    return StoreRow<kBytes>(dest, count, [&](size_t at) HWY_ATTR {
-      return Join(BlendAcross<kReach>(table, upper, load(at), at));
+class BothRows {
+ public:
+  BothRows(const ScaleJob& job, const FilterTable& table, size_t count)
+      : job_(job), table_(table), count_(count) {}
+
+  void Make(int64_t y, uint8_t* dest) {
+    using Layout = LayoutOf<kReach>;
+    const FilterTable table = table_;
+    const auto load = [table](size_t at) HWY_ATTR {
+      return table.load + at / kVectorBytes * kVectorLoads<kReach>;
+    };
+    const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
+    const uint8_t* upper = upper_.Get(job_, y >> 16);
+    if (fraction == 0) {
+      return StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
+        return Layout::Join(BlendAcross<kReach>(LoadColumns<kReach>(table, at), upper, load(at)));
+      });
+    }
+    const uint8_t* lower = lower_.Get(job_, (y >> 16) + 1);
+    const bool lower_is_base = fraction > 0x8000;
+    const uint8_t* base_row = lower_is_base ? lower : upper;
+    const uint8_t* other_row = lower_is_base ? upper : lower;
+    const auto weight = DownWeight(fraction);
+    // The processor does not foresee rows of which few pixels are read.
+    const int64_t next_row = std::min(y + job_.step_y, (job_.dest_height - 1) * job_.step_y) >> 16;
+    const uint8_t* next = job_.source + next_row * job_.source_pitch;
+    const int64_t pitch = job_.source_pitch;
+    StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
+      const Columns columns = LoadColumns<kReach>(table, at);
+      const uint32_t* offsets = load(at);
+      if constexpr (kReach == Reach::kOne) {
+        for (const size_t i : {size_t{0}, kVectorLoads<kReach> - 1}) {
+          hwy::Prefetch(next + offsets[i]);
+          hwy::Prefetch(next + pitch + offsets[i]);
+        }
+      }
+      return Layout::Join(BlendDown(BlendAcross<kReach>(columns, base_row, offsets),
+                                    BlendAcross<kReach>(columns, other_row, offsets), weight));
     });
   }
-  const uint8_t* lower = lower_source.Get(job, (y >> 16) + 1);
-  const bool lower_is_base = fraction > 0x8000;
-  const uint8_t* base_row = lower_is_base ? lower : upper;
-  const uint8_t* other_row = lower_is_base ? upper : lower;
-  const auto weight =
-      hn::Set(Words(), static_cast<int16_t>(lower_is_base ? fraction - 0x10000 : 0 - fraction));
-  StoreRow<kBytes>(dest, count, [=](size_t at) HWY_ATTR {
-    const Lanes base = BlendAcross<kReach>(table, base_row, load(at), at);
-    const Lanes other = BlendAcross<kReach>(table, other_row, load(at), at);
-    return Join({hn::Add(base.even, hn::MulHigh(hn::Sub(base.even, other.even), weight)),
-                 hn::Add(base.odd, hn::MulHigh(hn::Sub(base.odd, other.odd), weight))});
-  });
+
+ private:
+  const ScaleJob& job_;
+  const FilterTable& table_;
+  size_t count_;
+  SourceRow upper_, lower_;
+};
+
+template <class Rows>
+void FilterRows(const ScaleJob& job, Rows&& rows, uint8_t* dest) {
+  for (int64_t j = 0; j < job.dest_height; ++j, dest += job.dest_pitch) {
+    rows.Make(j * job.step_y, dest);
+  }
 }
 
 template <size_t kBytes, Reach kReach>
 void FilterTile(const ScaleJob& job, const FilterTable& table, int64_t first, size_t count) {
   FillFilterTable<kBytes, kReach>(job, first, count, table);
   uint8_t* dest = job.dest + first * int64_t{kBytes};
-  if (job.step_y > kOne * 5 / 4) {
-    for (int64_t j = 0; j < job.dest_height; ++j, dest += job.dest_pitch) {
-      MakeFromBoth<kBytes, kReach>(job, table, count, j * job.step_y, dest);
-    }
-    return;
-  }
-  KeptRows<kBytes, kReach> rows(job, table, count);
-  for (int64_t j = 0; j < job.dest_height; ++j, dest += job.dest_pitch) {
-    rows.Make(j * job.step_y, dest);
+  if (job.step_y <= kOne * 5 / 4) {
+    FilterRows(job, KeptRows<kBytes, kReach>(job, table, count), dest);
+  } else {
+    FilterRows(job, BothRows<kBytes, kReach>(job, table, count), dest);
   }
 }
 
@@ -360,24 +479,12 @@ const ScaleKernel& BilinearKernel() {
 }  // namespace zav
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(BilinearKernel);
-
-const ScaleKernel& SelectedBilinearKernel() {
-  return PlainForced() ? PlainBilinearKernel() : HWY_DYNAMIC_DISPATCH(BilinearKernel)();
-}
+ZAV_SELECT_TABLE(ScaleKernel, SelectedBilinearKernel, BilinearKernel, PlainBilinearKernel)
 
 }  // namespace zav
-#endif  // HWY_ONCE
-
-#else
-
-namespace zav {
-
-const ScaleKernel& SelectedBilinearKernel() { return PlainBilinearKernel(); }
-
-}  // namespace zav
-
 #endif

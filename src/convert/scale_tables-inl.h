@@ -18,6 +18,7 @@
 #include "base/checked.h"
 #include "base/heap.h"
 #include "convert/scale_kernels.h"
+#include "convert/stream_copy.h"
 
 // Which source pixels a destination column takes, and with which weights, is the same in every row.
 // So it is worked out once, into tables that say for every block of destination bytes where its
@@ -111,6 +112,27 @@ void ForEachTile(const ScaleJob& job, int64_t columns, const Tile& tile) {
   for (int64_t first = 0; first < job.dest_width; first += columns) {
     tile(first, static_cast<size_t>(std::min(columns, job.dest_width - first)));
   }
+}
+
+/// Whether the rows of a tile are streamed.
+bool StreamsRows(const ScaleJob& job, size_t count) {
+  return StreamingPays(static_cast<int64_t>(count) * job.bytes, job.dest_height);
+}
+
+/// Streams a row of `count` pixels. `make(at, pixels, dest)` makes some of them: all that are left,
+/// or both multiples of kPiecePixels.
+constexpr size_t kPiecePixels = StreamedRow::kPiece / 4;
+template <class Make>
+HWY_INLINE void StreamPieces(uint8_t* dest, size_t count, size_t bytes, const Make& make) {
+  StreamedRow streamed(dest);
+  for (size_t at = 0; at < count;) {
+    const size_t left = count - at;
+    const size_t pixels = left < 2 * kPiecePixels ? left : kPiecePixels;
+    make(at, pixels, streamed.room());
+    streamed.Send(pixels * bytes);
+    at += pixels;
+  }
+  streamed.End();
 }
 
 /// A vector of 16-byte blocks from the given offsets.

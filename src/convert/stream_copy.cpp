@@ -11,6 +11,7 @@
 #include <hwy/highway.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "platform/vector_target.h"
@@ -40,8 +41,23 @@ namespace zav {
 
 HWY_EXPORT(StreamLines);
 
+namespace {
+
+constexpr int64_t kStreamedRowBytes = 1024;
+std::atomic<int64_t> g_stream_from{kStreamFrom};
+
+}  // namespace
+
 // Only x86 has streaming stores that every compiler knows.
-bool StreamingPays(int64_t bytes) { return HWY_ARCH_X86 && !PlainForced() && bytes >= kStreamFrom; }
+bool StreamingPays(int64_t row_bytes, int64_t rows) {
+  const int64_t from = g_stream_from.load(std::memory_order_relaxed);
+  return HWY_ARCH_X86 && !PlainForced() && row_bytes >= std::min(kStreamedRowBytes, from) &&
+         row_bytes * rows >= from;
+}
+
+void SetStreamFrom(int64_t bytes) {
+  g_stream_from.store(bytes == 0 ? kStreamFrom : bytes, std::memory_order_relaxed);
+}
 
 void StreamCopy(uint8_t* dest, const uint8_t* source, size_t count) {
   const size_t head = std::min(count, (0 - reinterpret_cast<uintptr_t>(dest)) % kCacheLine);
@@ -62,7 +78,8 @@ void StreamFence() { hwy::FlushStream(); }
 
 namespace zav {
 
-bool StreamingPays(int64_t) { return false; }
+bool StreamingPays(int64_t, int64_t) { return false; }
+void SetStreamFrom(int64_t) {}
 void StreamCopy(uint8_t* dest, const uint8_t* source, size_t count) {
   std::memcpy(dest, source, count);
 }

@@ -6,7 +6,7 @@
 // row's index byte.
 
 #include "encodings/dxt_rows.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -225,18 +225,18 @@ void DecodeRow(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t cou
   }
 }
 
-const DxtRows* DxtTable() {
+const DxtRows& DxtTable() {
   static const DxtRows kRows = {hwy::TargetName(HWY_TARGET),
                                 DecodeRow<AlphaKind::kNone, ColorOrder::kDxt1>,
                                 DecodeRow<AlphaKind::kDxt3, ColorOrder::kFourColors>,
                                 DecodeRow<AlphaKind::kDxt5, ColorOrder::kFourColors>};
-  return &kRows;
+  return kRows;
 }
 
 #else
 
 // Without byte shuffles the plain code serves.
-const DxtRows* DxtTable() { return &PlainDxtRows(); }
+const DxtRows& DxtTable() { return PlainDxtRows(); }
 
 #endif
 
@@ -245,24 +245,12 @@ const DxtRows* DxtTable() { return &PlainDxtRows(); }
 }  // namespace zav
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
-namespace zav {
-
-HWY_EXPORT(DxtTable);
-
-const DxtRows& SelectedDxtRows() {
-  return PlainForced() ? PlainDxtRows() : *HWY_DYNAMIC_DISPATCH(DxtTable)();
-}
-
-}  // namespace zav
-#endif  // HWY_ONCE
-
-#else
-
-namespace zav {
-
-const DxtRows& SelectedDxtRows() { return PlainDxtRows(); }
-
-}  // namespace zav
-
 #endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
+namespace zav {
+
+ZAV_SELECT_TABLE(DxtRows, SelectedDxtRows, DxtTable, PlainDxtRows)
+
+}  // namespace zav
+#endif

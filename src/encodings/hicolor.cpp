@@ -19,42 +19,30 @@ constexpr char k24BitWarning[] =
     "ZAV -- PERFORMANCE WARNING: Converting 24 Bit to Hicolor is not recommended! Use BGRA32 "
     "Source instead!\n";
 
-// Source and destination together. Smaller pictures stay in the last-level cache, where ordinary
-// stores are faster and whoever reads the result finds it.
-constexpr int64_t kStreamingBytes = 24 << 20;
-
 std::atomic<HicolorVariant> g_variant{HicolorVariant::kPlain};
-std::atomic<int64_t> g_streaming_bytes{kStreamingBytes};
 std::atomic<const HicolorRun*> g_last_run{nullptr};
 
-void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow row) {
-  const HicolorRun* run = nullptr;
-  // The rows stream by themselves where it pays.
-  ForEachRow(Rows(converter), [&](const uint8_t* source, uint8_t* dest, size_t count) {
-    run = row(layout, source, dest, count);
-  });
+/// Where streaming pays the second of the pair does most of each row, and all is told as its work.
+void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRowPair pair) {
+  const HicolorRun* stored = nullptr;
+  const HicolorRun* streamed = nullptr;
+  WalkRows(
+      Rows(converter),
+      [&](const uint8_t* source, uint8_t* dest, size_t count) {
+        stored = pair.stored(layout, source, dest, count);
+      },
+      [&](const uint8_t* source, uint8_t* dest, size_t count) {
+        streamed = pair.streamed(layout, source, dest, count);
+      });
+  const HicolorRun* run = streamed != nullptr ? streamed : stored;
   // Written only when it changes, so that threads that convert alike share the cache line.
   if (run != g_last_run.load(std::memory_order_relaxed)) {
     g_last_run.store(run, std::memory_order_relaxed);
   }
 }
 
-bool IsLarge(const ZAV_CONVERTER& converter) {
-  const int64_t bytes_per_pixel =
-      BytesPerPixel(converter.source.format) + BytesPerPixel(converter.dest.format);
-  return int64_t{converter.dest.width} * converter.dest.height * bytes_per_pixel >=
-         g_streaming_bytes.load(std::memory_order_relaxed);
-}
-
-void RunBySize(const ZAV_CONVERTER& converter, const HicolorLayout& layout,
-               HicolorRowPair HicolorRows::*rows) {
-  const HicolorRows& selected = SelectedHicolorRows();
-  if (IsLarge(converter)) {
-    Run(converter, layout, (selected.*rows).streamed);
-    selected.flush();
-  } else {
-    Run(converter, layout, (selected.*rows).stored);
-  }
+void RunStored(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow row) {
+  Run(converter, layout, {row, row});
 }
 
 HicolorLayout PrepareDestLayout(ZAV_CONVERTER& converter, ChannelOrder order) {
@@ -63,7 +51,7 @@ HicolorLayout PrepareDestLayout(ZAV_CONVERTER& converter, ChannelOrder order) {
 }
 
 bool Narrow(ZAV_CONVERTER& converter, ChannelOrder order, HicolorRowPair HicolorRows::*rows) {
-  RunBySize(converter, PrepareDestLayout(converter, order), rows);
+  Run(converter, PrepareDestLayout(converter, order), SelectedHicolorRows().*rows);
   return true;
 }
 
@@ -86,13 +74,13 @@ bool BGRA32ToHicolor(ZAV_CONVERTER& converter) {
       HasVariants(converter.dest) ? SelectedHicolorVariant() : HicolorVariant::kSse;
   switch (variant) {
     case HicolorVariant::kPlain:
-      Run(converter, layout, PlainHicolorRows().narrow_32.stored);
+      RunStored(converter, layout, PlainHicolorRows().narrow_32.stored);
       break;
     case HicolorVariant::kMmx:
-      Run(converter, layout, SelectedHicolorRows().narrow_32.stored);
+      RunStored(converter, layout, SelectedHicolorRows().narrow_32.stored);
       break;
     case HicolorVariant::kSse:
-      RunBySize(converter, layout, &HicolorRows::narrow_32);
+      Run(converter, layout, SelectedHicolorRows().narrow_32);
       break;
   }
   return true;
@@ -115,8 +103,8 @@ bool RGB24ToHicolor(ZAV_CONVERTER& converter) {
 
 bool HicolorToBGRA32(ZAV_CONVERTER& converter) {
   PrepareHicolorMasks(converter.source);
-  RunBySize(converter, MakeHicolorLayout(converter.source, ChannelOrder::kBlueFirst, 4),
-            &HicolorRows::widen);
+  Run(converter, MakeHicolorLayout(converter.source, ChannelOrder::kBlueFirst, 4),
+      SelectedHicolorRows().widen);
   return true;
 }
 
@@ -128,10 +116,6 @@ void SelectHicolorVariant(uint32_t processor_bits) {
 }
 
 HicolorVariant SelectedHicolorVariant() { return g_variant.load(std::memory_order_relaxed); }
-
-void SetHicolorStreamingBytes(int64_t bytes) {
-  g_streaming_bytes.store(bytes == 0 ? kStreamingBytes : bytes, std::memory_order_relaxed);
-}
 
 HicolorRun LastHicolorRun() {
   const HicolorRun* run = g_last_run.load(std::memory_order_relaxed);

@@ -33,10 +33,6 @@ enum class HicolorVariant : uint32_t { kPlain, kMmx, kSse };
 void SelectHicolorVariant(uint32_t processor_bits);
 HicolorVariant SelectedHicolorVariant();
 
-/// Conversions of at least this many bytes, source and destination together, are written with
-/// non-temporal stores. Tests change it; 0 restores the default.
-void SetHicolorStreamingBytes(int64_t bytes);
-
 /// Which code did the work: told by the row function itself.
 struct HicolorRun {
   int64_t target;  ///< vector target's bit, 0 for the plain code (platform/vector_target.h)

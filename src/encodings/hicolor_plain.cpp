@@ -48,7 +48,6 @@ constexpr HicolorRows kPlain = {
     {NarrowRow<4>, NarrowRow<4>},
     {NarrowRow<3>, NarrowRow<3>},
     {WidenRow, WidenRow},
-    [] {},
 };
 
 }  // namespace

@@ -56,8 +56,7 @@ HicolorLayout MakeHicolorLayout(const ZAV_SURFACE& surface, ChannelOrder order,
 using HicolorRow = const HicolorRun* (*)(const HicolorLayout& layout, const uint8_t* source,
                                          uint8_t* dest, size_t count);
 
-/// One row function in its two ways of storing. The streamed one needs the table's `flush` after
-/// the last row.
+/// One row function in its two ways of storing: anywhere, or whole cache lines, which it streams.
 struct HicolorRowPair {
   HicolorRow stored;
   HicolorRow streamed;
@@ -68,7 +67,6 @@ struct HicolorRows {
   HicolorRowPair narrow_32;
   HicolorRowPair narrow_24;  ///< every pixel gets the whole alpha mask
   HicolorRowPair widen;      ///< to 32 bits
-  void (*flush)();
 };
 
 /// The reference: one pixel at a time, ordinary stores.

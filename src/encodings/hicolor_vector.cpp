@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "encodings/hicolor_rows.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -15,6 +15,8 @@
 #include <hwy/foreach_target.h>
 // The order matters.
 #include <hwy/highway.h>
+
+#include "platform/byte_pairs-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav::HWY_NAMESPACE {
@@ -54,19 +56,12 @@ HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
   }
 }
 
-// What Highway has no names for yet: sums of neighbouring bytes times signed bytes; 32-bit lanes to
-// words, block by block.
+// What Highway has no name for: 32-bit lanes to words, block by block.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
-  return V16{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
-}
 HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
   return V16{_mm256_packus_epi32(first.raw, second.raw)};
 }
 #elif HWY_ARCH_X86
-HWY_INLINE V16 SumBytePairs(V8 bytes, V8 weights) {
-  return V16{_mm_maddubs_epi16(bytes.raw, weights.raw)};
-}
 HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
   return V16{_mm_packus_epi32(first.raw, second.raw)};
 }
@@ -149,12 +144,11 @@ struct ByProducts {
     const D32 d32;
     const hn::RebindToSigned<D16> di16;
     const hn::RebindToSigned<D32> di32;
-    const V16 pairs = SumBytePairs(hn::BitCast(D8(), hn::And(pixels, hn::Set(d32, p.kept))),
-                                   hn::BitCast(D8(), hn::Set(d32, p.byte_weights)));
+    const auto pairs = SumBytePairs(hn::BitCast(D8(), hn::And(pixels, hn::Set(d32, p.kept))),
+                                    hn::BitCast(D8(), hn::Set(d32, p.byte_weights)));
     auto unused = hn::Zero(di32);
-    const auto sums = hn::ReorderWidenMulAccumulate(di32, hn::BitCast(di16, pairs),
-                                                    hn::BitCast(di16, hn::Set(d32, p.sum_weights)),
-                                                    hn::Zero(di32), unused);
+    const auto sums = hn::ReorderWidenMulAccumulate(
+        di32, pairs, hn::BitCast(di16, hn::Set(d32, p.sum_weights)), hn::Zero(di32), unused);
     return hn::ShiftRightSame(hn::BitCast(d32, sums), p.places);
   }
 
@@ -288,24 +282,18 @@ template <class Kernel, bool kStream>
 const HicolorRun* Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
                       size_t count) {
   const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
-  // Non-temporal stores need aligned addresses, and want whole cache lines. Ordinary ones gain by
-  // that too, but a short row does not earn the start that it costs.
+  // A short row does not earn the start that reaching a cache line costs.
   constexpr size_t kLine = 64;
   constexpr size_t kLongRow = 2048;
   const size_t past = reinterpret_cast<uintptr_t>(dest) % kLine;
-  const bool alignable = past % Kernel::kDestBytes == 0;
-  if (alignable && (kStream || count >= kLongRow)) {
-    const size_t head = std::min((kLine - past) % kLine / Kernel::kDestBytes, count);
-    Steps<Kernel, false>(l, source, dest, head);
+  if (!kStream && count >= kLongRow && past % Kernel::kDestBytes == 0) {
+    const size_t head = (kLine - past) % kLine / Kernel::kDestBytes;
+    Steps<Kernel, kStream>(l, source, dest, head);
     source += head * Kernel::kSourceBytes;
     dest += head * Kernel::kDestBytes;
     count -= head;
   }
-  if (kStream && alignable) {
-    Steps<Kernel, kStream>(l, source, dest, count);
-  } else {
-    Steps<Kernel, false>(l, source, dest, count);
-  }
+  Steps<Kernel, kStream>(l, source, dest, count);
   return &kRun<kStream>;
 }
 
@@ -338,14 +326,11 @@ const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_
   return row(l, source, dest, count);
 }
 
-void Flush() { hwy::FlushStream(); }
-
 const HicolorRows& HicolorTable() {
   static constexpr HicolorRows kRows = {
       {NarrowRow<4, false>, NarrowRow<4, true>},
       {NarrowRow<3, false>, NarrowRow<3, true>},
       {WidenRow<false>, WidenRow<true>},
-      Flush,
   };
   return kRows;
 }
@@ -355,24 +340,12 @@ const HicolorRows& HicolorTable() {
 }  // namespace zav::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(HicolorTable);
-
-const HicolorRows& SelectedHicolorRows() {
-  return PlainForced() ? PlainHicolorRows() : HWY_DYNAMIC_DISPATCH(HicolorTable)();
-}
+ZAV_SELECT_TABLE(HicolorRows, SelectedHicolorRows, HicolorTable, PlainHicolorRows)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const HicolorRows& SelectedHicolorRows() { return PlainHicolorRows(); }
-
-}  // namespace zav
-
 #endif

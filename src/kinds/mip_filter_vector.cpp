@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "kinds/mip_filter.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -11,13 +11,15 @@
 // The order matters.
 #include <hwy/highway.h>
 
+#include "platform/byte_pairs-inl.h"
+
 HWY_BEFORE_NAMESPACE();
 namespace zav::HWY_NAMESPACE {
 
 // SSE2 has no byte shuffle; elsewhere products are not added in the pairs that are needed here.
 #if HWY_TARGET != HWY_SSE4 && HWY_TARGET != HWY_AVX2 && HWY_TARGET != HWY_AVX3
 
-const MipFilter& Filter() { return PlainMipFilter(); }
+const MipFilter& MipFilterTable() { return PlainMipFilter(); }
 
 #else
 
@@ -194,6 +196,16 @@ constexpr InOrder MakeInOrder() {
   return order;
 }
 
+/// From pairs of pixels, one of each vector in turn.
+constexpr InOrder MakeBlocksInOrder() {
+  InOrder order{};
+  for (size_t i = 0; i < kBlock; ++i) {
+    const size_t pair = i / 2 < kBlock / 4 ? i / 2 * 2 : i / 2 * 2 - kBlock / 2 + 1;
+    order.lanes[i] = static_cast<uint32_t>(2 * pair + i % 2);
+  }
+  return order;
+}
+
 /// Blocks go through two stages, and a block's second stands beside the next one's first: the
 /// processor then has work while it waits for the reciprocal.
 class Block {
@@ -216,23 +228,69 @@ class Block {
   Sums sums_;
 };
 
+/// Whether the four pixels of every destination pixel in a block have one alpha. Their weights then
+/// cancel out: sums of colours times that alpha, over four times the alpha, are quarters of plain
+/// sums, just as without any alpha; and so is the alpha itself.
+HWY_INLINE bool HasEqualWeights(const uint8_t* upper, const uint8_t* lower) {
+  // Most blocks with soft alpha are told by one pixel.
+  if (upper[3] != lower[7]) return false;
+  const Words d;
+  auto differing = hn::Zero(d);
+  for (size_t i = 0; i < 2 * kVectorBytes; i += kVectorBytes) {
+    const auto above = hn::BitCast(d, hn::LoadU(Bytes(), upper + i));
+    const auto below = hn::BitCast(d, hn::LoadU(Bytes(), lower + i));
+    const auto sides = hn::Xor(above, hn::Shuffle2301(above));
+    differing = hn::Or(differing, hn::Or(hn::Xor(above, below), sides));
+  }
+  const auto alphas = hn::Set(d, 0xFF000000);
+  return hn::AllTrue(d, hn::Eq(hn::And(differing, alphas), hn::Zero(d)));
+}
+
+/// A block without weights.
+HWY_INLINE void FilterPlain(const uint8_t* upper, const uint8_t* lower, uint8_t* dest) {
+  static constexpr Pattern kNeighbours = {{0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15}};
+  const auto neighbours = hn::LoadDup128(Bytes(), kNeighbours.bytes);
+  const auto quarters = [=](size_t at) HWY_ATTR {
+    const auto ones = hn::Set(Bytes(), 1);
+    const auto sum = [=](const uint8_t* pixels) HWY_ATTR {
+      return SumBytePairs(hn::TableLookupBytes(hn::LoadU(Bytes(), pixels), neighbours), ones);
+    };
+    return hn::ShiftRight<2>(hn::Add(sum(upper + at), sum(lower + at)));
+  };
+  // Blocks of two pixels of the first vector and two of the second.
+  static constexpr InOrder kInOrder = MakeBlocksInOrder();
+  const auto pixels = hn::BitCast(Words(), PackBlocks(quarters(0), quarters(kVectorBytes)));
+  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
+  hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
+}
+
 void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count) {
   if (count < kBlock) return PlainMipFilter().weighted(upper, lower, dest, count);
-  Block block(upper, lower);
+  const auto plain = [=](size_t at)
+                         HWY_ATTR { return HasEqualWeights(upper + at * 8, lower + at * 8); };
   size_t x = 0;
-  for (; count - x >= 2 * kBlock; x += kBlock) {
-    const Block next(upper + (x + kBlock) * 8, lower + (x + kBlock) * 8);
+  while (count - x >= kBlock) {
+    if (plain(x)) {
+      FilterPlain(upper + x * 8, lower + x * 8, dest + x * 4);
+      x += kBlock;
+      continue;
+    }
+    Block block(upper + x * 8, lower + x * 8);
+    for (; count - x >= 2 * kBlock && !plain(x + kBlock); x += kBlock) {
+      const Block next(upper + (x + kBlock) * 8, lower + (x + kBlock) * 8);
+      block.Finish(dest + x * 4);
+      block = next;
+    }
     block.Finish(dest + x * 4);
-    block = next;
+    x += kBlock;
   }
-  block.Finish(dest + x * 4);
-  if (x + kBlock == count) return;
+  if (x == count) return;
   // The last block ends with the row, and makes some pixels once more.
   x = count - kBlock;
   Block(upper + x * 8, lower + x * 8).Finish(dest + x * 4);
 }
 
-const MipFilter& Filter() {
+const MipFilter& MipFilterTable() {
   static const MipFilter kFilter = {hwy::TargetName(HWY_TARGET), WeightedRow};
   return kFilter;
 }
@@ -242,24 +300,12 @@ const MipFilter& Filter() {
 }  // namespace zav::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Filter);
-
-const MipFilter& SelectedMipFilter() {
-  return PlainForced() ? PlainMipFilter() : HWY_DYNAMIC_DISPATCH(Filter)();
-}
+ZAV_SELECT_TABLE(MipFilter, SelectedMipFilter, MipFilterTable, PlainMipFilter)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const MipFilter& SelectedMipFilter() { return PlainMipFilter(); }
-
-}  // namespace zav
-
 #endif

@@ -89,8 +89,7 @@ bool FindLeaves(const ZAV_CONVERTER& converter, Leaves& leaves) {
   if (covered == nullptr) return false;
   ColorTree tree(*covered);
   bool built = true;
-  // Nothing is written in this pass: no destination may be streamed.
-  ForEachRow(Rows(converter), [&](const uint8_t* pixels, uint8_t*, size_t count) {
+  ReadRows(converter, [&](const uint8_t* pixels, size_t count) {
     built = built && AddRow(pixels, count, *covered, tree);
   });
   tree.ForEachLeaf([&](uint32_t color, int depth) {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #include "base/endian.h"
 #include "kinds/quantizer_rows.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -142,24 +142,12 @@ const QuantizerRows& QuantizerTable() {
 }  // namespace zav::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(QuantizerTable);
-
-const QuantizerRows& SelectedQuantizerRows() {
-  return PlainForced() ? PlainQuantizerRows() : HWY_DYNAMIC_DISPATCH(QuantizerTable)();
-}
+ZAV_SELECT_TABLE(QuantizerRows, SelectedQuantizerRows, QuantizerTable, PlainQuantizerRows)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const QuantizerRows& SelectedQuantizerRows() { return PlainQuantizerRows(); }
-
-}  // namespace zav
-
 #endif

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "platform/dxt_block_encoder.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -100,15 +100,15 @@ struct VectorLanes {
   static HWY_INLINE void Store(V v, int32_t* out) { hn::StoreU(v, D(), out); }
 };
 
-const DxtEncoder* Encoder() {
+const DxtEncoder& DxtEncoderTable() {
   static const DxtEncoder kEncoder = {hwy::TargetName(HWY_TARGET), hn::Lanes(VectorLanes::D()),
                                       BlockEncoder<VectorLanes>::Encode};
-  return &kEncoder;
+  return kEncoder;
 }
 
 #else
 
-const DxtEncoder* Encoder() { return &PlainDxtEncoder(); }
+const DxtEncoder& DxtEncoderTable() { return PlainDxtEncoder(); }
 
 #endif
 
@@ -117,24 +117,12 @@ const DxtEncoder* Encoder() { return &PlainDxtEncoder(); }
 }  // namespace zav
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Encoder);
-
-const DxtEncoder& SelectedDxtEncoder() {
-  return PlainForced() ? PlainDxtEncoder() : *HWY_DYNAMIC_DISPATCH(Encoder)();
-}
+ZAV_SELECT_TABLE(DxtEncoder, SelectedDxtEncoder, DxtEncoderTable, PlainDxtEncoder)
 
 }  // namespace zav
 #endif
-
-#else
-
-namespace zav {
-
-const DxtEncoder& SelectedDxtEncoder() { return PlainDxtEncoder(); }
-
-}  // namespace zav
-
-#endif  // ZAV_HAVE_HIGHWAY

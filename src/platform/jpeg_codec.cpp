@@ -207,8 +207,9 @@ bool DecodeJpeg(const uint8_t* data, int64_t size, const JpegPixels<uint8_t>& pi
     } else {
       DecodeRows(codec, picture);
     }
-    // Reads on to the end marker.
-    return jpeg_finish_decompress(&codec) != FALSE && HasEveryChannel(codec);
+    // All scans have been read when there are several; finishing reads on to the end marker, and
+    // frees what is looked at here.
+    return HasEveryChannel(codec) && jpeg_finish_decompress(&codec) != FALSE;
   });
 }
 

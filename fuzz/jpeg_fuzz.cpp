@@ -1,0 +1,13 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+
+// The data is the file, so that any JPEG file is a seed; its last byte, which a reader does not
+// need once the end marker has passed, also chooses the destination's format.
+
+#include "support/picture_files.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  if (size < 1) return 0;
+  zav::test::ReadAndLookAt("x.jpg", zav::test::Bytes(data, data + size), data[size - 1] % 18);
+  return 0;
+}

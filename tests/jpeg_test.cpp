@@ -1,0 +1,330 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+
+#include "base/byte_buffer.h"
+#include "base/endian.h"
+#include "frame/environment.h"
+#include "frame/records.h"
+#include "platform/jpeg_codec.h"
+#include "support/container_files.h"
+#include "support/failing_heap.h"
+#include "support/picture_files.h"
+#include "support/pictures.h"
+
+namespace zav::test {
+namespace {
+
+Bytes Save(const ZAV_GFXDEF& picture, long type) {
+  const TemporaryFile file(".jpg");
+  Image image;
+  image.source = picture;
+  EXPECT_EQ(ZAV_SAVE_BITMAP(&image, type, file.path()), 1);
+  EXPECT_EQ(image.source.pixels, picture.pixels);
+  return file.Read();
+}
+
+/// Gentle slopes, another in each channel, which survive at high quality.
+Picture SmoothPicture(int32_t width, int32_t height) {
+  Picture picture = AsymmetricPicture(width, height);
+  for (int32_t y = 0; y < height; ++y) {
+    for (int32_t x = 0; x < width; ++x) {
+      const int32_t pixel[] = {20 + x, 230 - 2 * y, 90 + x + y, 255 * x / width};
+      for (int k = 0; k < 4; ++k) picture.Row(y)[x * 4 + k] = static_cast<uint8_t>(pixel[k]);
+    }
+  }
+  return picture;
+}
+
+/// The picture as another format's pixels without padding.
+Bytes PixelsAs(const ZAV_GFXDEF& picture, int32_t format) {
+  Image image;
+  image.source = picture;
+  image.dest.format = format;
+  EXPECT_EQ(ZAV_CONVERT_RAW(&image), 1);
+  Bytes pixels;
+  for (int32_t y = 0; y < picture.height; ++y) {
+    const uint8_t* row = image.dest.pixels + int64_t{y} * image.dest.pitch;
+    pixels.insert(pixels.end(), row, row + picture.width * image.dest.bytes_per_pixel);
+  }
+  return pixels;
+}
+
+/// Mean error of the bytes of a channel (or of all, with channel -1) of BGRA pixels.
+double MeanError(const Bytes& a, const Bytes& b, int channel) {
+  EXPECT_EQ(a.size(), b.size());
+  double sum = 0, count = 0;
+  for (size_t i = 0; i < std::min(a.size(), b.size()); ++i) {
+    if (channel >= 0 && static_cast<int>(i % 4) != channel) continue;
+    sum += std::abs(a[i] - b[i]);
+    ++count;
+  }
+  return sum / count;
+}
+
+/// The first segment with the marker, from its length on.
+const uint8_t* Segment(const Bytes& file, int marker) {
+  for (size_t at = 2; at + 4 < file.size(); at += size_t{2} + file[at + 2] * 256u + file[at + 3]) {
+    if (file[at + 1] == marker) return &file[at + 2];
+  }
+  return nullptr;
+}
+
+bool Reads(const Bytes& file) { return ReadAndLookAt("x.jpg", file, ZAV_FMT_BGRA32); }
+
+TEST(JpegFiles, SavedPicturesComeBackInEveryOrder) {
+  for (const int32_t width : {1, 5, 16, 17, 67}) {
+    for (const int32_t height : {1, 8, 31}) {
+      Picture picture = SmoothPicture(width, height);
+      const Bytes original = PixelsAs(picture.definition, ZAV_FMT_BGR24);
+      const Bytes file = Save(picture.definition, ZAV_SAVE_JPEG + 100);
+      Bytes first;
+      for (const int32_t format :
+           {0, +ZAV_FMT_BGRA32, +ZAV_FMT_RGBA32, +ZAV_FMT_BGR24, +ZAV_FMT_RGB24, +ZAV_FMT_RGB565}) {
+        SCOPED_TRACE(testing::Message() << width << " x " << height << " to " << format);
+        Image image;
+        // A caller's buffer keeps the bytes between rows.
+        Bytes guarded(static_cast<size_t>((width * 4 + 8) * height), 0xA5);
+        image.source.pixels = guarded.data();
+        image.dest.format = format;
+        ASSERT_TRUE(image.Read("x.JPG", file));
+        const ZAV_GFXDEF& read = format == 0 ? image.source : image.dest;
+        EXPECT_EQ(read.format, format == 0 ? +ZAV_FMT_BGRA32 : format);
+        const int32_t row = image.source.width * image.source.bytes_per_pixel;
+        for (int32_t y = 0; y < height && image.source.pixels == guarded.data(); ++y) {
+          for (int32_t x = row; x < image.source.pitch; ++x) {
+            ASSERT_EQ(guarded[static_cast<size_t>(y * image.source.pitch + x)], 0xA5);
+          }
+        }
+        if (format == ZAV_FMT_RGB565) continue;
+        const Bytes pixels = PixelsAs(read, ZAV_FMT_BGRA32);
+        for (size_t i = 3; i < pixels.size(); i += 4) ASSERT_EQ(pixels[i], 255);
+        if (first.empty()) first = pixels;
+        ASSERT_TRUE(pixels == first);  // whatever the codec was asked for
+      }
+      Bytes colors;
+      for (size_t i = 0; i < first.size(); ++i) {
+        if (i % 4 != 3) colors.push_back(first[i]);
+      }
+      EXPECT_LT(MeanError(colors, original, -1), 1.5) << width << " x " << height;
+    }
+  }
+}
+
+TEST(JpegFiles, QualityAndSamplingAreAsAsked) {
+  const Picture picture = AsymmetricPicture(33, 17);
+  const int expected[][2] = {
+      {1, 255}, {50, 16}, {75, 8}, {100, 1}};  // of a table that starts at 16
+  for (const auto& [quality, entry] : expected) {
+    const Bytes file = Save(picture.definition, ZAV_SAVE_JPEG + quality);
+    EXPECT_EQ(Segment(file, 0xDB)[3], entry) << quality;
+    const uint8_t* frame = Segment(file, 0xC0);
+    ASSERT_NE(frame, nullptr);  // baseline
+    EXPECT_EQ(frame[7], 3);
+    EXPECT_EQ(frame[9], 0x21);
+    EXPECT_TRUE(frame[12] == 0x11 && frame[15] == 0x11);
+    ZAV_GFXDEF probed{};
+    ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "jpg", const_cast<uint8_t*>(file.data()),
+                                        static_cast<long>(file.size())),
+              1);
+    EXPECT_TRUE(probed.width == 33 && probed.height == 17 && probed.pitch == 132 &&
+                probed.format == ZAV_FMT_BGRA32 && probed.bytes_per_pixel == 4);
+  }
+  EXPECT_TRUE(Save(picture.definition, ZAV_SAVE_JPEG) == Save(picture.definition, 101));
+  Image image;
+  image.source = picture.definition;
+  EXPECT_EQ(ZAV_SAVE_BITMAP(&image, 150, "/nowhere/x.jpg"), 0);
+  EXPECT_EQ(ZAV_SAVE_BITMAP(&image, 150, "/dev/full"), 0);
+}
+
+TEST(JpegFiles, WhatCostsPixelsFailsAndOdditiesDoNot) {
+  Picture picture = NoisePicture(ZAV_FMT_BGR24, 19, 18, 0, 1);
+  const Bytes file = Save(picture.definition, 150);
+  ASSERT_TRUE(Reads(file));
+  for (size_t length = 0; length < file.size(); ++length) {
+    ASSERT_FALSE(Reads(Bytes(file.begin(), file.begin() + static_cast<long>(length)))) << length;
+  }
+  Random random(1);
+  for (size_t i = 0; i < file.size(); ++i) {
+    for (const int value : {0, 0xFF, file[i] ^ (1 << random.Below(8))}) {
+      Bytes changed = file;
+      changed[i] = static_cast<uint8_t>(value);
+      Reads(changed);
+    }
+  }
+  // A comment, and stray bytes in front of a marker and behind the end.
+  Bytes odd = file;
+  const Bytes comment = {0xFF, 0xFE, 0, 5, 'h', 'i', 0, 1, 2, 3};
+  odd.insert(odd.begin() + 20, comment.begin(), comment.end());
+  odd.insert(odd.end(), 9, uint8_t{7});
+  EXPECT_TRUE(Reads(odd));
+  // Another picture's worth of blocks than there are bits for; nothing is allocated for it.
+  Bytes huge = file;
+  const auto frame = Segment(file, 0xC0) - file.data();
+  for (int i = 3; i < 7; ++i) huge[static_cast<size_t>(frame + i)] = 0xF0;
+  Image image;
+  {
+    FailingHeap heap(0);
+    EXPECT_FALSE(ZAV_CONVERT_MEMFILE(&image, "jpg", huge.data(), static_cast<long>(huge.size())));
+    EXPECT_EQ(heap.refused(), 0);
+  }
+}
+
+Bytes Encode(const Picture& picture, JpegOrder order) {
+  ByteBuffer file;
+  const ZAV_GFXDEF& source = picture.definition;
+  EXPECT_TRUE(EncodeJpeg({source.pixels, source.width, source.height, source.pitch, order},
+                         JpegSampling::k2x1, 80,
+                         {[](void* to, const uint8_t* bytes, int64_t count) {
+                            return static_cast<ByteBuffer*>(to)->Append(bytes, count);
+                          },
+                          &file}));
+  return Bytes(file.data(), file.data() + file.size());
+}
+
+TEST(JpegFiles, FourChannelsHaveTheColorsOfThree) {
+  for (const int32_t width : {1, 2, 31, 64}) {
+    const Picture four = NoisePicture(ZAV_FMT_BGRA32, width, 23, width * 4 + 4, 5);
+    Picture three = NoisePicture(ZAV_FMT_BGR24, width, 23, 0, 1);
+    const Bytes colors = PixelsAs(four.definition, ZAV_FMT_BGR24);
+    for (int32_t y = 0; y < 23; ++y)
+      std::copy_n(&colors[size_t(y * width) * 3], width * 3, three.Row(y));
+    const Bytes file = Encode(four, JpegOrder::kBgra);
+    ASSERT_EQ(Segment(file, 0xEE), nullptr);
+    Image image, plain;
+    image.dest.format = plain.dest.format = ZAV_FMT_BGR24;
+    ASSERT_TRUE(image.Read("jpg", file) && plain.Read("jpg", Encode(three, JpegOrder::kBgr)));
+    EXPECT_TRUE(PixelsAs(image.dest, ZAV_FMT_BGR24) == PixelsAs(plain.dest, ZAV_FMT_BGR24));
+    Image whole;
+    ASSERT_TRUE(whole.Read("jpg", file));
+    EXPECT_LT(MeanError(PixelsAs(whole.source, ZAV_FMT_BGRA32),
+                        PixelsAs(four.definition, ZAV_FMT_BGRA32), 3),
+              20.0);
+    // With an Adobe marker the channels are inks: black and no colour are black.
+    Picture black = AsymmetricPicture(width, 3);
+    std::fill(black.pixels.begin(), black.pixels.end(), uint8_t{0});
+    Bytes inks = Encode(black, JpegOrder::kBgra);
+    const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
+    inks.insert(inks.begin() + 2, adobe.begin(), adobe.end());
+    Image printed;
+    ASSERT_TRUE(printed.Read("jpg", inks));
+    const Bytes pixels = PixelsAs(printed.source, ZAV_FMT_BGRA32);
+    for (size_t i = 0; i < pixels.size(); ++i) ASSERT_EQ(pixels[i], i % 4 == 3 ? 255 : 0);
+  }
+}
+
+constexpr size_t kLayerAt = 4 + 37, kFileAt = kLayerAt + 19;
+
+TEST(JpegLayers, EveryKindAndOrderComesBack) {
+  const Picture picture = SmoothPicture(45, 30);
+  const Bytes original = PixelsAs(picture.definition, ZAV_FMT_BGRA32);
+  for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
+    for (int flags = 0; flags < 4; ++flags) {
+      for (const int32_t format : {+ZAV_FMT_BGRA32, +ZAV_FMT_RGBA32}) {
+        SCOPED_TRACE(testing::Message() << kind << ", flags " << flags << ", from " << format);
+        Image source;
+        source.source = picture.definition;
+        source.dest.format = format;
+        ASSERT_EQ(ZAV_CONVERT_RAW(&source), 1);
+        int result = -1;
+        const Bytes file = WriteOne(Layer(kind, {flags, 100}), source.dest, &result);
+        ASSERT_EQ(result, 0);
+        EXPECT_EQ(LoadLe32(&file[kLayerAt + 11]), 45u);
+        EXPECT_EQ(LoadLe32(&file[kLayerAt + 15]), 30u);
+        Image image;
+        ASSERT_TRUE(ReadOne(image, file));
+        ASSERT_EQ(image.source.format, ZAV_FMT_BGRA32);
+        ASSERT_EQ(image.source.pitch, 45 * 4);
+        const Bytes pixels = PixelsAs(image.source, ZAV_FMT_BGRA32);
+        for (int channel = 0; channel < 3; ++channel) {
+          EXPECT_LT(MeanError(pixels, original, channel), 1.5) << channel;
+        }
+        if (kind == ZAV_LAYER_JPEG32) {
+          EXPECT_LT(MeanError(pixels, original, 3), 1.5);
+          continue;
+        }
+        const size_t jpeg_at = kFileAt + (kind == ZAV_LAYER_JPEGMASK ? 4 : 0);
+        const Bytes jpeg(file.begin() + static_cast<long>(jpeg_at), file.end());
+        EXPECT_EQ(Segment(jpeg, 0xC0)[9], (flags & 2) != 0 ? 0x21 : 0x22);
+        for (size_t i = 3; i < pixels.size(); i += 4) {
+          ASSERT_EQ(pixels[i], kind == ZAV_LAYER_JPEG24 || original[i] >= 128 ? 255 : 0) << i;
+        }
+      }
+    }
+  }
+}
+
+TEST(JpegLayers, HoldWholeFiles) {
+  const Picture picture = NoisePicture(ZAV_FMT_BGR24, 21, 9, 0, 3);
+  const Bytes layer = WriteOne(Layer(ZAV_LAYER_JPEG24, {2, 60}), picture.definition);
+  const Bytes saved = Save(picture.definition, 160);
+  EXPECT_TRUE(Bytes(layer.begin() + kFileAt, layer.end()) == saved);
+  const int clamped[][2] = {{0, 1}, {150, 100}};
+  for (const auto& [given, taken] : clamped) {
+    const Bytes a = WriteOne(Layer(ZAV_LAYER_JPEG24, {2, given}), picture.definition);
+    const Bytes b = WriteOne(Layer(ZAV_LAYER_JPEG24, {2, taken}), picture.definition);
+    EXPECT_EQ(a[kLayerAt + 6], given);
+    EXPECT_TRUE(std::equal(a.begin() + kFileAt, a.end(), b.begin() + kFileAt, b.end()));
+  }
+  // Sides that are not the header's, and channels that are not the kind's.
+  for (const size_t at : {kLayerAt + 11, kLayerAt + 15, kLayerAt}) {
+    Bytes changed = layer;
+    --changed[at];
+    Image image;
+    EXPECT_FALSE(ReadOne(image, changed)) << at;
+  }
+}
+
+TEST(JpegLayers, CutLevelsAndMask) {
+  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 40, 20, 0, 9);
+  for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
+    Bytes file = WriteOne(Layer(kind, {0, 80}), picture.definition);
+    Image uncut;
+    ASSERT_TRUE(ReadOne(uncut, file));
+    const uint8_t levels[][4] = {
+        {16, 100, 200, 0}, {0, 0, 0, 90}, {255, 255, 255, 255}, {1, 0, 0, 0}};
+    for (const auto& level : levels) {
+      std::copy_n(level, 4, &file[kLayerAt + 7]);
+      Image cut;
+      ASSERT_TRUE(ReadOne(cut, file));
+      for (int32_t i = 0; i < 40 * 20 * 4; ++i) {
+        const bool applies = i % 4 < 3 || kind == ZAV_LAYER_JPEG32;
+        const uint8_t whole = uncut.source.pixels[i];
+        ASSERT_EQ(cut.source.pixels[i], applies && whole < level[i % 4] ? 0 : whole) << kind;
+      }
+    }
+  }
+  // Rows of the mask follow each other bit by bit; more than a chunk's worth of them.
+  for (const auto& [width, height] : {std::pair{3, 3}, std::pair{13, 11}, std::pair{1024, 520}}) {
+    Picture sprite = NoisePicture(ZAV_FMT_BGRA32, width, height, width * 4 + 4, 2);
+    Image image;
+    ASSERT_TRUE(ReadOne(image, WriteOne(Layer(ZAV_LAYER_JPEGMASK, {3, 1}), sprite.definition)));
+    for (int32_t y = 0; y < height; ++y) {
+      for (int32_t x = 0; x < width; ++x) {
+        ASSERT_EQ(image.source.pixels[int64_t{y} * image.source.pitch + x * 4 + 3],
+                  sprite.Row(y)[x * 4 + 3] >= 128 ? 255 : 0);
+      }
+    }
+  }
+}
+
+TEST(JpegLayers, PublishTheEnvironmentOfTheirConversions) {
+  ZAV_CONVERTER filtering{};
+  filtering.env = ZAV_ENV_FILTER;
+  const Picture picture = NoisePicture(ZAV_FMT_RGB24, 9, 9, 0, 1);
+  const auto published = [&](const ZAV_LAYER& layer) {
+    PublishEnv(filtering);
+    WriteOne(layer, picture.definition);
+    return PublishedEnv();
+  };
+  EXPECT_EQ(published(Layer(ZAV_LAYER_JPEG24, {0, 50})), 0u);
+  EXPECT_EQ(published(Layer(ZAV_LAYER_JPEG24, {1, 50})), uint32_t{ZAV_ENV_FILTER});
+  EXPECT_EQ(published(Layer(ZAV_LAYER_JPEGMASK, {0, 50})), uint32_t{ZAV_ENV_FILTER});
+}
+
+}  // namespace
+}  // namespace zav::test
