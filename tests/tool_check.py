@@ -406,15 +406,15 @@ class Tool(unittest.TestCase):
         self.assertLess(error(sheet.crop((x, y, x + width, y + height)), expected), 1)
 
     def test_preview(self):
-        wide, small, box = noise(300, 40), noise(64, 20), b"ZAV\0"
+        wide, small = noise(300, 40), noise(64, 20)
         for name, picture in {"a": wide, "b": small, "c": smooth(1600, 400), "d": noise(64, 32, 2)}.items():
             picture.save(name + ".png")
-        for line in ("a.png --name \u00e9\n", "b.png --kind tiled", "c.png", "d.png --kind mipmap"):
-            self.expect(0, "", "pack", "c.zav", *line.split(" "))
-            box += Path("c.zav").read_bytes()[4:]
-        sheet = load(self.expect(0, "", "preview", "-", "-", input=box))
-        for picture, times in ((wide, 1), *[(p, 2) for p in (small, *self.pictures("--levels"))]):
-            self.find(sheet, picture, times)
+        self.expect(0, "", "pack", "c.zav", *(f"{name}.png" for name in "abcd"), *(
+            f"--kind={kind}" for kind in ("plain", "tiled", "squiz", "mipmap")), *(
+            f"--name={name}" for name in ("\u00e9\n", "two", "three", "four")))
+        self.expect(0, "", "preview", "c.zav", "sheet.png")
+        for picture, times in ((wide, 1), *[(p, 2) for p in (small, *self.pictures("--levels")[3:])]):
+            self.find(load("sheet.png"), picture, times)
         data, ends = self.three()
         Path("bad.zav").write_bytes(data[:ends[0] + 47] + bytes(4) + data[ends[0] + 51:-1])
         self.expect(3, "at offset.*\nzav: bad.zav: at offset", "preview", "bad.zav", "out.png")
