@@ -26,6 +26,17 @@ cmake --build "$work/consumer" >/dev/null
 "$work/consumer/consumer_shared"
 "$work/consumer/consumer_static"
 
+# The example that README shows, word for word, and what it writes.
+mkdir "$work/consumer/example"
+sed -n '/^```cpp$/,/^```$/{/^```/!p}' "$source/README.md" >"$work/consumer/example.cpp"
+c++ -std=c++11 -Wall -Wextra -Wshadow -Wconversion -Werror -I"$prefix/include" \
+  "$work/consumer/example.cpp" "$library" -Wl,-rpath,"${library%/*}" -o "$work/consumer/example/run"
+cp "$source"/samples/{nebula.jpg,leaf.rgb,flask.tga,bricks.bmp} "$work/consumer/example"
+(cd "$work/consumer/example" && ./run | tee said && diff said - <<<"320 x 200, 1280 bytes a row")
+if [ -x "$prefix/bin/zav" ]; then
+  "$prefix/bin/zav" verify "$work/consumer/example/textures.zav"
+fi
+
 if command -v pkg-config >/dev/null; then
   export PKG_CONFIG_PATH=${library%/*}/pkgconfig
   c++ -std=c++11 "$source/tests/consumer/consumer.cpp" -o "$work/by-pkg-config" \

@@ -28,7 +28,7 @@ struct Options {
   std::vector<std::string> layers;
   std::vector<std::string> names;
   std::string type;
-  std::string kind = "plain";
+  std::vector<std::string> kinds;
   int levels = kAllLevels;
 };
 
@@ -36,6 +36,7 @@ struct Options {
 struct Entry {
   std::string input;
   std::string name;
+  int kind = ZAV_REC_IMAGE;
   ZAV_LAYER layer = {};  // kind 0: what suits the picture
 };
 
@@ -67,6 +68,7 @@ std::vector<Entry> ParseEntries(const Options& options) {
                             values.size(), option, options.inputs.size()));
   };
   fits(options.layers, "--layer");
+  fits(options.kinds, "--kind");
   if (!options.names.empty() && options.names.size() != options.inputs.size()) {
     throw Usage(fmt::format("{} --name for {} pictures; give one for each in their order",
                             options.names.size(), options.inputs.size()));
@@ -79,6 +81,9 @@ std::vector<Entry> ParseEntries(const Options& options) {
     if (entry.name.size() > kNameBytes) {
       throw Usage(fmt::format("the name '{}' has {} bytes; names end at {}", Printable(entry.name),
                               entry.name.size(), kNameBytes));
+    }
+    if (!options.kinds.empty()) {
+      entry.kind = RecordKindNamed(options.kinds[options.kinds.size() == 1 ? 0 : i]);
     }
     if (!options.layers.empty()) {
       entry.layer = ParseLayer(options.layers[options.layers.size() == 1 ? 0 : i]);
@@ -109,11 +114,8 @@ size_t LevelsOf(const Record& level, const ZAV_LAYER& layer, int wanted) {
 
 class Packer {
  public:
-  Packer(const Options& options, int kind)
-      : options_(options),
-        kind_(kind),
-        output_(options.out),
-        stream_(ZAV_OPEN_WRITE(output_.path().c_str())) {
+  explicit Packer(const Options& options)
+      : options_(options), output_(options.out), stream_(ZAV_OPEN_WRITE(output_.path().c_str())) {
     if (stream_ == nullptr) {
       throw Error(ErrorKind::kInputOutput, options.out, "the library could not open it");
     }
@@ -127,14 +129,15 @@ class Packer {
     if (entry.layer.kind == 0) {
       entry.layer = ParseLayer(IsPalettized(source.definition.format) ? "packedpal8" : "packed32");
     }
-    const int32_t format = FormatFor(kind_, entry.layer, source.definition.format);
+    const int32_t format = FormatFor(entry.kind, entry.layer, source.definition.format);
     if (format != source.definition.format) source = Convert(entry.input, source, format);
     if (Write(entry, source.definition) == 0) return;
     CheckRoom(0);
-    throw Error(ErrorKind::kNotSupported, entry.input,
-                fmt::format("{} x {} {}: storing it as {} {} is not supported",
-                            source.definition.width, source.definition.height,
-                            FormatOf(format).name, options_.kind, LayerText(entry.layer)));
+    throw Error(
+        ErrorKind::kNotSupported, entry.input,
+        fmt::format("{} x {} {}: storing it as {} {} is not supported", source.definition.width,
+                    source.definition.height, FormatOf(format).name,
+                    FindRecordKind(entry.kind)->name, LayerText(entry.layer)));
   }
 
   /// The library does not say what became of its writes: looks at the file before it takes its
@@ -152,14 +155,14 @@ class Packer {
       }
       throw Error(ErrorKind::kInputOutput, options_.out, what);
     }
-    if (kind_ == ZAV_REC_MIPMAP) CheckLevels(walk, entries);
+    CheckLevels(walk, entries);
     Output::Commit({&output_});
   }
 
  private:
   int Write(Entry& entry, ZAV_GFXDEF& definition) {
     char* name = entry.name.data();
-    switch (kind_) {
+    switch (entry.kind) {
       case ZAV_REC_TILED:
         return ZAV_WRITE_TILEDIMAGE(stream_, name, &entry.layer, &definition);
       case ZAV_REC_SQUIZ:
@@ -186,6 +189,7 @@ class Packer {
   /// The library leaves out levels that it cannot store.
   void CheckLevels(const Walk& walk, const std::vector<Entry>& entries) {
     for (size_t i = 0; i < entries.size(); ++i) {
+      if (entries[i].kind != ZAV_REC_MIPMAP) continue;
       const Record& record = walk.records[i];
       const size_t expected = LevelsOf(record, entries[i].layer, options_.levels);
       if (record.layers.size() == expected) continue;
@@ -204,14 +208,12 @@ class Packer {
   }
 
   const Options& options_;
-  int kind_;
   Output output_;
   void* stream_;
 };
 
 void Run(const Options& options) {
-  const int kind = RecordKindNamed(options.kind);
-  if (options.levels != kAllLevels && kind != ZAV_REC_MIPMAP) {
+  if (options.levels != kAllLevels && std::ranges::count(options.kinds, "mipmap") == 0) {
     throw Usage("--levels goes with --kind mipmap");
   }
   CheckTypes(options.type, options.inputs);
@@ -220,7 +222,7 @@ void Run(const Options& options) {
         "'{}' does not end in .zav; the container comes first, then the pictures", options.out));
   }
   std::vector<Entry> entries = ParseEntries(options);
-  Packer packer(options, kind);
+  Packer packer(options);
   {
     Progress progress("packing", static_cast<int64_t>(entries.size()));
     for (Entry& entry : entries) {
@@ -252,8 +254,11 @@ void AddPack(CLI::App& app, int&) {
                    "file's name without its ending")
       ->type_name("NAME")
       ->allow_extra_args(false);
-  command->add_option("--kind", options->kind, "plain (default), tiled, squiz, mipmap")
-      ->type_name("KIND");
+  command
+      ->add_option("--kind", options->kinds,
+                   "plain (default), tiled, squiz, mipmap; once for all, or once for each picture")
+      ->type_name("KIND")
+      ->allow_extra_args(false);
   command->add_option("--levels", options->levels, "Most mip levels, the picture included")
       ->type_name("N")
       ->check(CLI::Range(1, kAllLevels));

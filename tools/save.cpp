@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <limits>
 
 #include "error.h"
 #include "formats.h"
@@ -40,6 +41,12 @@ bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   return !IsPalettized(a.format) || SamePalette(a.palette, b.palette);
 }
 
+/// Sides have 16 bits in Targa files; the JPEG codec stops a little earlier.
+int32_t LongestSide(const FileType& type) {
+  if (type.ending == "tga") return 65535;
+  return type.ending == "jpg" ? 65500 : std::numeric_limits<int32_t>::max();
+}
+
 /// Pixels are not what was asked for, and the size of the file is not known: a JPEG file is whole
 /// when it ends with its last marker.
 void CheckJpeg(Output& output, const Picture& picture, const PictureFile& file) {
@@ -52,7 +59,7 @@ void CheckJpeg(Output& output, const Picture& picture, const PictureFile& file) 
   const size_t size = bytes.size();
   if (size < 4 || bytes[size - 2] != 0xFF || bytes[size - 1] != 0xD9) {
     output.CheckRoom(static_cast<int64_t>(size) + kLargestWrite);
-    throw Error(ErrorKind::kInputOutput, file.path, "was not written whole");
+    throw Error(ErrorKind::kInputOutput, file.path, "the library could not write it whole");
   }
   const Picture written = Decode(file.path, ".jpg", bytes, ZAV_FMT_BGR24);
   if (written.definition.width != picture.definition.width ||
@@ -77,10 +84,10 @@ void SaveWithLibrary(const Picture& picture, const PictureFile& file) {
   const FileType& type = *file.type;
   const ZAV_GFXDEF& definition = picture.definition;
   const auto stored = std::ranges::find(type.stored, definition.format, &Stored::format);
-  const bool bounded = type.ending == "tga" || type.ending == "jpg";
-  if (bounded && (definition.width > 0xFFFF || definition.height > 0xFFFF)) {
+  const int32_t longest = LongestSide(type);
+  if (definition.width > longest || definition.height > longest) {
     throw Error(ErrorKind::kNotSupported, path,
-                fmt::format("the sides of a {} file end at 65535", type.name));
+                fmt::format("the sides of a {} file end at {}", type.name, longest));
   }
 
   Output output(path);
