@@ -190,7 +190,7 @@ Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std:
   const bool blocks = IsDxt(definition.format);
   const int64_t needed = blocks ? BlockBytes(definition.format, definition.width, definition.height)
                                 : row * definition.height;
-  const int64_t held = static_cast<int64_t>(bytes.size()) - int64_t{4} * kWords;
+  const int64_t held = static_cast<int64_t>(bytes.size()) - static_cast<int64_t>(4 * kWords);
   if (held < needed) {
     throw BadFile(path, fmt::format("is cut off: {} x {} {} pixels do not fit into {} bytes",
                                     definition.width, definition.height,

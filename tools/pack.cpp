@@ -108,7 +108,7 @@ int32_t FormatFor(int kind, const ZAV_LAYER& layer, int32_t source) {
 /// Levels that a chain of this picture has, down to a pixel or to a block.
 size_t LevelsOf(const Record& level, const ZAV_LAYER& layer, int wanted) {
   const auto longer = static_cast<uint32_t>(std::max(level.width, level.height));
-  const int all = std::bit_width(longer / (IsDxtLayer(layer.kind) ? 4U : 1U));
+  const auto all = static_cast<int>(std::bit_width(longer / (IsDxtLayer(layer.kind) ? 4U : 1U)));
   return static_cast<size_t>(std::clamp(wanted, 1, std::max(all, 1)));
 }
 
