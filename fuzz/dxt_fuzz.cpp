@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 
 #include "encodings/dxt.h"
 #include "platform/vector_target.h"

@@ -216,8 +216,9 @@ ZAV_API int ZAV_GETFILEFORMAT_FROMARCHIVE(ZAV_GFXDEF* definition, const char* na
 // the format. 1 or 0. A source that is not 32-bit is consumed, as by a conversion to another size.
 ZAV_API int ZAV_GEN_MIPMAPLEVEL(ZAV_IMAGE* image);
 
-// Save types of ZAV_SAVE_BITMAP. ZAV_SAVE_JPEG + quality (0 to 100): baseline JPEG of three channels,
-// 4:2:2, with the standard tables (ITU-T T.81, annex K) scaled by the quality; 0 is taken as 1.
+// Save types of ZAV_SAVE_BITMAP. ZAV_SAVE_JPEG + quality (0 to 100): baseline JPEG of three
+// channels, 4:2:2, with the standard tables (ITU-T T.81, annex K) scaled by the quality; 0 is taken
+// as 1.
 enum {
   ZAV_SAVE_BMP8 = 1,
   ZAV_SAVE_BMP24 = 2,

@@ -126,10 +126,11 @@ TEST(DxtDecode, ThroughTheConversion) {
         ASSERT_EQ(0, std::memcmp(image.dest.pixels + y * image.dest.pitch + x * 4, expected, 4));
       }
       // A source that says it has fewer bytes than its blocks take is refused.
-      image.source.pitch = across * across * block_bytes - 1;
-      image.dest = ZAV_GFXDEF{};
-      image.dest.format = ZAV_FMT_BGRA32;
-      EXPECT_EQ(ZAV_CONVERT_RAW(&image), 0);
+      Image refused;
+      refused.source = image.source;
+      refused.source.pitch = across * across * block_bytes - 1;
+      refused.dest.format = ZAV_FMT_BGRA32;
+      EXPECT_EQ(ZAV_CONVERT_RAW(&refused), 0);
     }
   }
 }

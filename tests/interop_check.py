@@ -4,17 +4,19 @@
 
 Beside every picture NAME.ENDING lies NAME.ENDING.rgba, the same pixels as R, G, B, A from the top. 16-bit pixels are compared in the bits that they have.
 """
+import io
 import os
 import pathlib
 import random
 import re
+import shutil
 import struct
 import subprocess
 import sys
 import tempfile
 
 try:
-    from PIL import Image
+    from PIL import Image, JpegImagePlugin
 except ImportError:
     print("PIL (python3-pil) is not installed: nothing compared")
     sys.exit(77)
@@ -70,9 +72,53 @@ def write_with_pil(folder):
                 path.with_name(path.name + ".rgba").write_bytes(converted.convert("RGBA").tobytes())
 
 
+def write_jpeg_with_pil(folder):
+    """Every kind that the codec reads; grey is refused, so its .rgba is empty."""
+    exif = Image.Exif()
+    exif[0x010E] = "a picture"
+    kinds = {
+        "444": {"subsampling": 0}, "420": {"subsampling": 2}, "progressive": {"progressive": True},
+        "exif": {"exif": exif.tobytes()},
+        "icc": {"icc_profile": bytes(70000)}, "grey": {},
+    }
+    for width, height in ((1, 1), (17, 31), (64, 48)):
+        slopes = bytes(v for y in range(height) for x in range(width)
+                       for v in (x * 3 % 256, 255 - y * 4, (x + y) * 2))
+        for kind, options in kinds.items():
+            path = folder / f"pil_{kind}_{width}.jpg"
+            picture = Image.frombytes("RGB", (width, height), slopes)
+            picture.convert("L" if kind == "grey" else "RGB").save(path, quality=90, **options)
+            expected = b"" if kind == "grey" else Image.open(path).convert("RGBA").tobytes()
+            path.with_name(path.name + ".rgba").write_bytes(expected)
+            if kind == "444" and shutil.which("cjpeg"):
+                restart, raw = folder / f"pil_restart_{width}.jpg", folder / "restart.ppm"
+                picture.save(raw)
+                subprocess.run(["cjpeg", "-restart", "1B", "-outfile", restart, raw], check=True)
+                raw.unlink()
+                expected = Image.open(restart).convert("RGBA").tobytes()
+                restart.with_name(restart.name + ".rgba").write_bytes(expected)
+
+
+def check_jpeg(path):
+    """What we wrote: the sampling and, by its tables, the quality that were asked for."""
+    quality = max(1, int(path.name.split("_")[1]) - 100)
+    got, peer = Image.open(path), io.BytesIO()
+    got.convert("RGB").save(peer, format="JPEG", quality=quality)
+    if JpegImagePlugin.get_sampling(got) != 1:
+        sys.exit(f"{path.name}: not 4:2:2")
+    if got.quantization != Image.open(peer).quantization:
+        sys.exit(f"{path.name}: not of quality {quality}")
+    for program in (["djpeg", "-outfile", os.devnull], ["identify"]):
+        if shutil.which(program[0]):
+            subprocess.run([*program, path], check=True, stdout=subprocess.DEVNULL)
+
+
 def compare_with_pil(folder):
     count = 0
-    for path in sorted(folder.glob("zav_*.???")):
+    for path in sorted(folder.glob("zav_*.jpg")):
+        check_jpeg(path)
+        count += 1
+    for path in sorted(folder.glob("zav_*.[bt]??")):
         expected = path.with_name(path.name + ".rgba").read_bytes()
         got = Image.open(path).convert("RGBA").tobytes()
         mask = 0xF8 if "_4_" in path.name else 0xFF
@@ -85,6 +131,7 @@ def compare_with_pil(folder):
 with tempfile.TemporaryDirectory() as name:
     directory = pathlib.Path(name)
     write_with_pil(directory)
+    write_jpeg_with_pil(directory)
     subprocess.run(
         [sys.argv[1], "--gtest_filter=Interop.*", "--gtest_brief=1"],
         env={**os.environ, "ZAV_INTEROP": name},

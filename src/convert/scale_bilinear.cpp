@@ -84,16 +84,17 @@ HWY_INLINE void SetPixel(FilterTable table, size_t i, size_t block, uint32_t pai
     // Even and odd shuffles are apart by a vector.
     uint8_t* shuffle = table.shuffle + block / kVectorBlocks * 2 * kVectorBytes +
                        block % kVectorBlocks * kBlock + i % 4 * 4;
-    const uint32_t even = (0x02020000 + 0x00010001 * pair) & 0x0F0F0F0F;
-    const uint32_t odd = (0x03030101 + 0x00010001 * pair) & 0x0F0F0F0F;
-    const uint32_t weights = 0x00010001 * weight;
+    const uint32_t even = (0x02020000 + 0x00010001u * pair) & 0x0F0F0F0F;
+    const uint32_t odd = (0x03030101 + 0x00010001u * pair) & 0x0F0F0F0F;
+    const uint32_t weights = 0x00010001u * weight;
     std::memcpy(shuffle, &even, 4);
     std::memcpy(shuffle + kVectorBytes, &odd, 4);
     std::memcpy(table.weight + 2 * i, &weights, 4);
   } else {
     const size_t slot = 2 * block + i % 2;
-    const uint64_t shuffle = (0x0303020201010000 + 0x0001000100010001 * pair) & 0x0F0F0F0F0F0F0F0F;
-    const uint64_t weights = 0x0001000100010001 * weight;
+    const uint64_t shuffle =
+        (0x0303020201010000 + uint64_t{0x0001000100010001} * pair) & 0x0F0F0F0F0F0F0F0F;
+    const uint64_t weights = uint64_t{0x0001000100010001} * weight;
     std::memcpy(table.shuffle + 8 * slot, &shuffle, 8);
     std::memcpy(table.weight + 4 * slot, &weights, 8);
   }
