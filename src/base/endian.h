@@ -9,33 +9,36 @@
 namespace zav {
 
 // Multi-byte values in files and in 16- and 32-bit pixels are assembled from bytes, so that no
-// host byte order shows; compilers turn each of these into one load or store.
+// host byte order shows; compilers turn a single one of these into one load or store.
 
 inline uint16_t LoadLe16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
-
-inline uint32_t LoadLe32(const uint8_t* p) {
-  return static_cast<uint32_t>(p[0]) | static_cast<uint32_t>(p[1]) << 8 |
-         static_cast<uint32_t>(p[2]) << 16 | static_cast<uint32_t>(p[3]) << 24;
-}
-
-inline uint16_t LoadBe16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
-
-inline uint32_t LoadBe32(const uint8_t* p) {
-  return static_cast<uint32_t>(LoadBe16(p)) << 16 | LoadBe16(p + 2);
-}
 
 inline void StoreLe16(uint8_t* p, uint32_t value) {
   p[0] = static_cast<uint8_t>(value);
   p[1] = static_cast<uint8_t>(value >> 8);
 }
 
-inline void StoreLe32(uint8_t* p, uint32_t value) {
-  StoreLe16(p, value);
-  StoreLe16(p + 2, value >> 16);
+// In a loop GCC takes the single bytes for material to vectorise and misses that they are words, so
+// the wider ones are told where the host's order is the file's.
+
+inline uint32_t LoadLe32(const uint8_t* p) {
+  if constexpr (std::endian::native == std::endian::little) {
+    uint32_t value;
+    std::memcpy(&value, p, sizeof(value));
+    return value;
+  } else {
+    return LoadLe16(p) | static_cast<uint32_t>(LoadLe16(p + 2)) << 16;
+  }
 }
 
-// GCC takes eight single bytes for material to vectorise and misses that they are one word, so the
-// widest pair is told.
+inline void StoreLe32(uint8_t* p, uint32_t value) {
+  if constexpr (std::endian::native == std::endian::little) {
+    std::memcpy(p, &value, sizeof(value));
+  } else {
+    StoreLe16(p, value);
+    StoreLe16(p + 2, value >> 16);
+  }
+}
 
 inline uint64_t LoadLe64(const uint8_t* p) {
   if constexpr (std::endian::native == std::endian::little) {
@@ -54,6 +57,12 @@ inline void StoreLe64(uint8_t* p, uint64_t value) {
     StoreLe32(p, static_cast<uint32_t>(value));
     StoreLe32(p + 4, static_cast<uint32_t>(value >> 32));
   }
+}
+
+inline uint16_t LoadBe16(const uint8_t* p) { return static_cast<uint16_t>(p[0] << 8 | p[1]); }
+
+inline uint32_t LoadBe32(const uint8_t* p) {
+  return static_cast<uint32_t>(LoadBe16(p)) << 16 | LoadBe16(p + 2);
 }
 
 }  // namespace zav

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <csetjmp>
 #include <cstdio>  // jpeglib.h needs it and does not say so
+#include <initializer_list>
 
 #include <jerror.h>
 #include <jpeglib.h>
@@ -125,17 +126,26 @@ bool IsPlausible(const Decoder& decoder) {
   return blocks / 8 <= static_cast<int64_t>(decoder.source.bytes_in_buffer);
 }
 
-J_COLOR_SPACE DecodedSpace(const jpeg_decompress_struct& codec, JpegOrder order) {
-  if (codec.num_components == 4) return JCS_CMYK;  // four channels as they are, or inks
+void SetColors(jpeg_decompress_struct& codec, JpegOrder order) {
+  if (codec.num_components == 4) {
+    // Without a marker: YCbCr and alpha, which the codec decodes as inks.
+    if (codec.saw_Adobe_marker == FALSE) codec.jpeg_color_space = JCS_YCCK;
+    codec.out_color_space = JCS_CMYK;
+    return;
+  }
   switch (order) {
     case JpegOrder::kRgb:
-      return JCS_EXT_RGB;
+      codec.out_color_space = JCS_EXT_RGB;
+      break;
     case JpegOrder::kBgr:
-      return JCS_EXT_BGR;
+      codec.out_color_space = JCS_EXT_BGR;
+      break;
     case JpegOrder::kRgba:
-      return JCS_EXT_RGBA;
-    default:
-      return JCS_EXT_BGRA;
+      codec.out_color_space = JCS_EXT_RGBA;
+      break;
+    case JpegOrder::kBgra:
+      codec.out_color_space = JCS_EXT_BGRA;
+      break;
   }
 }
 
@@ -152,7 +162,7 @@ void DecodeRows(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>& pictur
   }
 }
 
-/// The same for four channels, which the codec hands out as they are coded.
+/// The same for four channels, which need a last step.
 void DecodeFourChannels(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>& picture) {
   const bool inks = codec.saw_Adobe_marker != FALSE;
   auto* row = static_cast<JSAMPROW>(codec.mem->alloc_large(
@@ -161,9 +171,9 @@ void DecodeFourChannels(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>
     uint8_t* out = picture.pixels + int64_t{codec.output_scanline} * picture.pitch;
     jpeg_read_scanlines(&codec, &row, 1);
     if (inks) {
-      InksToRgb(out, row, picture.width, picture.order);
+      InksToPixels(out, row, picture.width, picture.order);
     } else {
-      YccToRgb(out, row, picture.width, picture.order);
+      OppositesToPixels(out, row, picture.width, picture.order);
     }
   }
 }
@@ -199,7 +209,7 @@ bool DecodeJpeg(const uint8_t* data, int64_t size, const JpegPixels<uint8_t>& pi
         static_cast<int64_t>(codec.image_height) != picture.height) {
       return false;
     }
-    codec.out_color_space = DecodedSpace(codec, picture.order);
+    SetColors(codec, picture.order);
     codec.dct_method = JDCT_ISLOW;
     jpeg_start_decompress(&codec);
     if (codec.num_components == 4) {
@@ -267,18 +277,17 @@ void SetThreeChannels(jpeg_compress_struct& codec, JpegOrder order, JpegSampling
   codec.comp_info[0].v_samp_factor = sampling == JpegSampling::k2x2 ? 2 : 1;
 }
 
-/// Y, Cb, Cr and alpha of a colour space that the codec has no name for, and writes no marker of.
-/// Alpha takes luma's sampling and tables.
+/// YCbCr and alpha, which the codec codes as inks: alpha takes luma's sampling and tables. It has
+/// to leave out the marker that would say so.
 void SetFourChannels(jpeg_compress_struct& codec) {
   codec.input_components = 4;
-  codec.in_color_space = JCS_UNKNOWN;
+  codec.in_color_space = JCS_CMYK;
   jpeg_set_defaults(&codec);
-  for (int i = 0; i < 4; ++i) {
-    jpeg_component_info& component = codec.comp_info[i];
-    const bool chroma = i == 1 || i == 2;
-    component.component_id = i + 1;
-    component.h_samp_factor = chroma ? 1 : 2;
-    component.quant_tbl_no = component.dc_tbl_no = component.ac_tbl_no = chroma ? 1 : 0;
+  jpeg_set_colorspace(&codec, JCS_YCCK);
+  codec.write_Adobe_marker = FALSE;
+  for (const int i : {0, 3}) {
+    codec.comp_info[i].h_samp_factor = 2;
+    codec.comp_info[i].v_samp_factor = 1;
   }
 }
 
@@ -301,7 +310,7 @@ void EncodeFourChannels(jpeg_compress_struct& codec, const JpegPixels<const uint
       reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, size_t{codec.image_width} * 4));
   while (codec.next_scanline < codec.image_height) {
     const uint8_t* in = picture.pixels + int64_t{codec.next_scanline} * picture.pitch;
-    RgbToYcc(row, in, picture.width, picture.order);
+    PixelsToOpposites(row, in, picture.width, picture.order);
     jpeg_write_scanlines(&codec, &row, 1);
   }
 }

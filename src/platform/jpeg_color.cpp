@@ -2,96 +2,71 @@
 // SPDX-License-Identifier: MIT
 #include "platform/jpeg_color.h"
 
-#include <algorithm>
+#include "base/endian.h"
 
 namespace zav {
 namespace {
 
-constexpr int32_t kHalf = 1 << 15;
-
-constexpr int32_t Fixed(double factor) { return static_cast<int32_t>(factor * 65536 + 0.5); }
-
-uint8_t Clamp(int32_t value) { return static_cast<uint8_t>(std::clamp(value, 0, 255)); }
-
-struct Rgba {
-  uint8_t red, green, blue, alpha;
-};
-
-Rgba PixelOfYcc(const uint8_t* in) {
-  const int32_t y = in[0];
-  const int32_t cb = in[1] - 128;
-  const int32_t cr = in[2] - 128;
-  return {Clamp(y + ((Fixed(1.40200) * cr + kHalf) >> 16)),
-          Clamp(y + ((-Fixed(0.34414) * cb - Fixed(0.71414) * cr + kHalf) >> 16)),
-          Clamp(y + ((Fixed(1.77200) * cb + kHalf) >> 16)), in[3]};
-}
-
-Rgba PixelOfInks(const uint8_t* in) {
-  const auto mix = [&](int32_t ink) {
-    return static_cast<uint8_t>((ink * in[3] + 127) / 255);  // both 255 where nothing is printed
-  };
-  return {mix(in[0]), mix(in[1]), mix(in[2]), 255};
-}
-
-template <int32_t kRed, int32_t kBytes, typename Read>
-void ConvertRow(uint8_t* out, const uint8_t* in, int32_t width, Read&& read) {
-  for (int32_t x = 0; x < width; ++x, in += 4, out += kBytes) {
-    const Rgba pixel = read(in);
-    out[kRed] = pixel.red;
-    out[1] = pixel.green;
-    out[2 - kRed] = pixel.blue;
-    if constexpr (kBytes == 4) out[3] = pixel.alpha;
+/// A pixel as a word, red in its lowest byte, to the bytes of the order.
+template <JpegOrder kOrder>
+void StorePixel(uint8_t* out, uint32_t pixel) {
+  if constexpr (kOrder == JpegOrder::kBgra || kOrder == JpegOrder::kBgr) {
+    pixel = (pixel & 0xFF00FF00) | (pixel >> 16 & 0xFF) | (pixel & 0xFF) << 16;
+  }
+  if constexpr (JpegPixelBytes(kOrder) == 4) {
+    StoreLe32(out, pixel);
+  } else {
+    StoreLe16(out, pixel);
+    out[2] = static_cast<uint8_t>(pixel >> 16);
   }
 }
 
-template <typename Read>
-void ConvertRow(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order, Read&& read) {
+template <JpegOrder kOrder, typename Convert>
+void ConvertRow(uint8_t* out, const uint8_t* in, int32_t width, Convert convert) {
+  for (int64_t x = 0; x < width; ++x) {
+    StorePixel<kOrder>(out + x * JpegPixelBytes(kOrder), convert(LoadLe32(in + x * 4)));
+  }
+}
+
+template <typename Convert>
+void ConvertRow(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order, Convert convert) {
   switch (order) {
     case JpegOrder::kRgb:
-      return ConvertRow<0, 3>(out, in, width, read);
+      return ConvertRow<JpegOrder::kRgb>(out, in, width, convert);
     case JpegOrder::kBgr:
-      return ConvertRow<2, 3>(out, in, width, read);
+      return ConvertRow<JpegOrder::kBgr>(out, in, width, convert);
     case JpegOrder::kRgba:
-      return ConvertRow<0, 4>(out, in, width, read);
+      return ConvertRow<JpegOrder::kRgba>(out, in, width, convert);
     case JpegOrder::kBgra:
-      return ConvertRow<2, 4>(out, in, width, read);
+      return ConvertRow<JpegOrder::kBgra>(out, in, width, convert);
   }
 }
 
-template <int32_t kRed>
-void RgbRowToYcc(uint8_t* out, const uint8_t* in, int32_t width) {
-  // Half less a bit: a chroma of 255.5 would round to 256.
-  constexpr int32_t kCenter = (128 << 16) + kHalf - 1;
-  for (int32_t x = 0; x < width; ++x, in += 4, out += 4) {
-    const int32_t r = in[kRed];
-    const int32_t g = in[1];
-    const int32_t b = in[2 - kRed];
-    out[0] = static_cast<uint8_t>(
-        (Fixed(0.29900) * r + Fixed(0.58700) * g + Fixed(0.11400) * b + kHalf) >> 16);
-    out[1] = static_cast<uint8_t>(
-        (-Fixed(0.16874) * r - Fixed(0.33126) * g + Fixed(0.50000) * b + kCenter) >> 16);
-    out[2] = static_cast<uint8_t>(
-        (Fixed(0.50000) * r - Fixed(0.41869) * g - Fixed(0.08131) * b + kCenter) >> 16);
-    out[3] = in[3];
+uint32_t Opposite(uint32_t pixel) { return pixel ^ 0x00FFFFFF; }
+
+/// 255 where nothing is printed; black darkens the other three.
+uint32_t Print(uint32_t inks) {
+  const uint32_t black = inks >> 24;
+  uint32_t pixel = 0xFF000000;
+  for (int shift = 0; shift < 24; shift += 8) {
+    pixel |= ((inks >> shift & 0xFF) * black + 127) / 255 << shift;
   }
+  return pixel;
 }
 
 }  // namespace
 
-void YccToRgb(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
-  ConvertRow(out, in, width, order, PixelOfYcc);
+void OppositesToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
+  ConvertRow(out, in, width, order, [](uint32_t pixel) { return Opposite(pixel); });
 }
 
-void InksToRgb(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
-  ConvertRow(out, in, width, order, PixelOfInks);
+void PixelsToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
+  // Changing order is its own reverse.
+  OppositesToPixels(out, in, width, order);
 }
 
-void RgbToYcc(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
-  if (order == JpegOrder::kRgba) {
-    RgbRowToYcc<0>(out, in, width);
-  } else {
-    RgbRowToYcc<2>(out, in, width);
-  }
+void InksToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
+  ConvertRow(out, in, width, order, Print);
 }
 
 }  // namespace zav

@@ -8,17 +8,18 @@
 
 namespace zav {
 
-// The colour steps that the codec does not have, over rows of four bytes to a coded pixel. Between
-// RGB and YCbCr they are those of ITU-T T.871, in 16 bits of fraction and rounded as the codec does
-// it for three channels, so that a picture has the same colours with and without alpha.
+// Rows of four channels. The codec has no name for YCbCr with alpha, but one for inks that are
+// coded as YCbCr of their opposites, with a fourth ink that it does not touch: what it takes for
+// ink is 255 less red, green and blue, and alpha. So its own colour steps serve, with the results
+// that they have for three channels.
 
-/// Y, Cb, Cr, alpha to pixels of the order; orders without alpha drop it.
-void YccToRgb(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
+/// The codec's opposites and alpha to pixels of the order; orders without alpha drop it.
+void OppositesToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
+
+/// Pixels of an order with alpha to opposites and alpha.
+void PixelsToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
 
 /// Inks, stored inverted as files with an Adobe marker do, to opaque pixels.
-void InksToRgb(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
-
-/// Pixels of an order with alpha to Y, Cb, Cr, alpha.
-void RgbToYcc(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
+void InksToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
 
 }  // namespace zav
