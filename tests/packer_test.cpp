@@ -160,22 +160,6 @@ TEST(Packer, RefusesWhatDoesNotFit) {
   for (int size : {3, 4}) EXPECT_EQ(ZAV_PACKER::DecodedSize(least.data(), size), -1);
 }
 
-TEST(Packer, DamagedBlocks) {
-  int refused = 0, accepted = 0;
-  for (const uint32_t symbols : {2u, 4u, 16u, 256u}) {
-    Bytes block = CheckPack(NoiseBytes(1200, symbols, symbols));
-    for (size_t at = 0; at < block.size(); ++at) {
-      for (const int change : {1, 0x10, 0xFF}) {
-        block[at] = static_cast<uint8_t>(block[at] ^ change);
-        ++(CheckUnpack(block, 1200) == 0 ? refused : accepted);
-        block[at] = static_cast<uint8_t>(block[at] ^ change);
-      }
-    }
-  }
-  EXPECT_GT(refused, 100);
-  EXPECT_GT(accepted, 100);
-}
-
 // Streams that turn into noise, with more ones or more zeros: long groups, far distances. Behind
 // 600 good bytes every distance finds something to copy; behind 30 some do not.
 TEST(Packer, StreamsOfNoise) {
