@@ -15,6 +15,7 @@ namespace {
 
 const ZAV_LAYER kTrue32 = Layer(ZAV_LAYER_TRUE32, {2});
 const ZAV_LAYER kPal8 = Layer(ZAV_LAYER_PAL8);
+const char kName[] = "the first thirty-two characters: of a name";
 
 /// A picture looked at pixel by pixel, and its record written down step by step.
 class PlainSquiz {
@@ -170,7 +171,7 @@ Bytes WriteSquiz(ZAV_LAYER layer, const ZAV_GFXDEF& picture, int size, bool* wri
   const TemporaryFile file;
   ZAV_STREAM stream;
   stream.OpenWrite(file.path());
-  const bool result = WriteSquizImage(stream, "it", &layer, &picture, size);
+  const bool result = WriteSquizImage(stream, kName, &layer, &picture, size);
   if (written != nullptr) *written = result;
   EXPECT_EQ(stream.failed(), !result);
   stream.Close();
@@ -204,7 +205,7 @@ TEST(Squiz, RecordsAreThoseOfHand) {
     Bytes expected(4 + 46, 0);
     std::copy_n("ZAV\0\4", 5, expected.begin());
     StoreLe32(&expected[5], static_cast<uint32_t>(file.size()) - 4);
-    std::copy_n("it", 2, &expected[9]);
+    std::copy_n(kName, 32, &expected[9]);
     StoreLe32(&expected[41], static_cast<uint32_t>(width));
     StoreLe32(&expected[45], static_cast<uint32_t>(height));
     expected[49] = static_cast<uint8_t>(size);
