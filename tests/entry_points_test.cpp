@@ -14,10 +14,7 @@
 #include <thread>
 #include <vector>
 
-#include "frame/environment.h"
 #include "frame/records.h"
-#include "frame/startup.h"
-#include "platform/processor.h"
 #include "platform/temporary_name.h"
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
@@ -98,19 +95,6 @@ TEST(ImageLife, FailedReadKeepsTheEarlierPicture) {
                       });
 }
 
-TEST(ImageLife, PixelsHandedOverComeBackWhenThePaletteFails) {
-  Image image;
-  ASSERT_TRUE(image.Read("x.bmp", BmpFile(8, 4, 4, 0)));
-  const uint8_t* const pixels = image.source.pixels;
-  const auto convert = [&] {
-    image.dest.format = ZAV_FMT_PAL8;
-    return ZAV_CONVERT_RAW(&image) == 1;
-  };
-  EXPECT_GE(FailEveryAllocation(convert, [&](int, bool succeeded) { EXPECT_FALSE(succeeded); }), 1);
-  EXPECT_EQ(image.dest.pixels, pixels);  // once there was memory
-  EXPECT_NE(SumOfBytes(image.dest), 0u);
-}
-
 TEST(ImageLife, ChainsOfConversionsHandBuffersOver) {
   const Bytes file = Targa(6, 4);
   Image image;
@@ -131,14 +115,6 @@ TEST(ImageLife, ChainsOfConversionsHandBuffersOver) {
   EXPECT_EQ(image.source.pixels, nullptr);
   EXPECT_TRUE(Holds(read, file));
   ZAV_FREE_BUFFER(read);
-  // A source that owns RGBA32 becomes BGRA32 in the same buffer.
-  Image swapped;
-  ASSERT_TRUE(swapped.Read("x.tga", file));
-  swapped.source.format = ZAV_FMT_RGBA32;
-  swapped.dest.format = ZAV_FMT_BGRA32;
-  ASSERT_EQ(ZAV_CONVERT_RAW(&swapped), 1);
-  EXPECT_EQ(swapped.dest.pixels, swapped.source.pixels);
-  EXPECT_EQ(swapped.dest.pixels[0], file[23 + 2]);
 }
 
 TEST(ImageLife, NamesAndBlocksThatSelectNothing) {
@@ -181,27 +157,6 @@ TEST(ImageLife, FilesAreReadThroughTheirNames) {
   }
   EXPECT_EQ(ZAV_CONVERT_FILE(&image, nullptr), 0);
   std::system(("rm -r " + directory).c_str());
-}
-
-TEST(Library, PublishesTheEnvironmentWhenAnOperationStarts) {
-  Image filtered, plain;
-  for (const uint32_t env : {0xFFFF0001u, uint32_t{ZAV_ENV_FILTER}}) {
-    ZAV_CONVERT_RAW(&plain);
-    ZAV_SETENV(&filtered, env);
-    EXPECT_EQ(PublishedEnv(), 0u);
-  }
-  ZAV_CONVERT_RAW(&filtered);
-  EXPECT_EQ(PublishedEnv(), 1u);
-  ZAV_CONVERT_RAW(&plain);
-  EXPECT_EQ(PublishedEnv(), 0u);
-  ZAV_SETENV(nullptr, 1);
-}
-
-TEST(Library, KnowsTheProcessor) {
-  EXPECT_EQ(ZAV_CPU_FEATURES() & ~(kProcessorMmx | kProcessorSse), 0u);
-#ifdef __x86_64__
-  EXPECT_EQ(ZAV_CPU_FEATURES(), kProcessorMmx | kProcessorSse);
-#endif
 }
 
 TEST(Library, TemporaryNames) {

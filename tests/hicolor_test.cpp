@@ -131,33 +131,5 @@ TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
                                                                     : HicolorVariant::kPlain);
 }
 
-// Values worked out by hand, since the reference could share a mistake.
-TEST_F(Hicolor, KnownPixels) {
-  struct Known {
-    int32_t source;
-    uint32_t pixel;
-    int32_t dest;
-    uint32_t result;
-  };
-  for (const Known& known : {Known{ZAV_FMT_BGRA32, 0x281E140A, ZAV_FMT_RGB565, 0x18A1},
-                             {ZAV_FMT_BGRA32, 0x281E140A, ZAV_FMT_ARGB4444, 0x2110},
-                             {ZAV_FMT_BGRA32, 0x281E140A, ZAV_FMT_ARGB1555, 0x0C41},
-                             {ZAV_FMT_BGR24, 0x281E140A, ZAV_FMT_ARGB4444, 0xF110},
-                             {ZAV_FMT_BGRA32, 0x281E140A, ZAV_FMT_CUSTOM16_1, 0x0443},
-                             {ZAV_FMT_RGB565, 0xFFFF, ZAV_FMT_BGRA32, 0xFFF8FCF8},
-                             {ZAV_FMT_ARGB4444, 0x8000, ZAV_FMT_BGRA32, 0x8F000000},
-                             {ZAV_FMT_ARGB4444, 0x7000, ZAV_FMT_BGRA32, 0x70000000},
-                             {ZAV_FMT_ARGB1555, 0x8000, ZAV_FMT_BGRA32, 0xFF000000}}) {
-    uint8_t pixel[4];
-    StoreLe32(pixel, known.pixel);
-    Image image;
-    image.source = {pixel, nullptr, 1, 1, 0, known.source, 0, 0, 0, 0, 0};
-    image.dest.format = known.dest;
-    SetCustomMasks(image.dest, 0);
-    ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
-    EXPECT_EQ(LoadLe32(image.dest.pixels), known.result);  // the rest of the row is padding
-  }
-}
-
 }  // namespace
 }  // namespace zav::test

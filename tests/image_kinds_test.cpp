@@ -86,20 +86,6 @@ TEST(ImageKinds, EverySizeReadsBackExactly) {
   for (const auto& size : large) ReadsBackExactly(size[0], size[1]);
 }
 
-TEST(ImageKinds, NamesKeepTheirFirst32Characters) {
-  Picture picture = SpritePicture(ZAV_FMT_BGRA32, 8, 8, 4, 1);
-  char name[] = "0123456789012345678901234567890123456789";
-  for (const int kind : kImageKinds) {
-    ZAV_LAYER layer = kTrue32;
-    const Bytes file = WriteContainer([&](void* stream) {
-      EXPECT_EQ(WriteImageOf(kind, stream, name, &layer, &picture.definition), 0);
-    });
-    EXPECT_EQ(std::string(file.begin() + 9, file.begin() + 41), std::string(name, 32)) << kind;
-    Image image;
-    EXPECT_TRUE(ReadOne(image, file));
-  }
-}
-
 TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
   const Picture picture = SpritePicture(ZAV_FMT_PAL8, 16, 16, 8, 1);
   const ZAV_GFXDEF good = picture.definition;

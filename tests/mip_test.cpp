@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 
-#include "base/endian.h"
 #include "convert/surface.h"
 #include "kinds/mip_filter.h"
 #include "kinds/mip_level.h"
@@ -153,21 +152,6 @@ TEST(MipLevel, EverySizeIntoOwnAndSuppliedBuffers) {
     ASSERT_EQ(std::memcmp(image.dest.pixels, expected.data(), expected.size()), 0)
         << width << " x " << height;
   }
-}
-
-TEST(MipLevel, KnownPixels) {
-  EXPECT_EQ(Weighted({{{200, 100, 0, 255}, {}, {100, 50, 10, 255}, {}}}), (Pixel{150, 75, 5, 127}));
-  EXPECT_EQ(Weighted({{{1, 0, 0, 0}, {2, 0, 0, 0}, {3, 0, 0, 0}, {5, 0, 0, 0}}}), (Pixel{2}));
-  // 4 x 2 to 2 x 1: from the upper row alone, even results up to 252.
-  uint8_t pixels[32] = {19, 255, 0, 3, 7, 255, 4, 3, 8, 8, 8, 8, 12, 12, 12, 12, 200, 200};
-  Image image;
-  image.source.pixels = pixels;
-  image.source.width = 4;
-  image.source.height = 2;
-  image.source.format = ZAV_FMT_BGRA32;
-  ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1);
-  EXPECT_EQ(LoadLe32(image.dest.pixels), 0x0002FC0Au);
-  EXPECT_EQ(LoadLe32(image.dest.pixels + 4), 0x0A0A0A0Au);
 }
 
 // A level is the composition of three conversions that are tested elsewhere.

@@ -58,22 +58,6 @@ int32_t CheckUnpack(const Bytes& block, size_t capacity) {
 
 Bytes Equal(size_t size) { return Bytes(size, 0x41); }
 
-TEST(Packer, WritesTheseBytes) {
-  Bytes letters, raw = {0xF0, 0xFF, 0xFF, 0xFF};
-  for (uint8_t i = 0; i < 16; ++i) letters.push_back(static_cast<uint8_t>(0x41 + i % 4));
-  for (uint8_t i = 0; i < 16; ++i) raw.push_back(i);
-  const std::pair<Bytes, Bytes> known[] = {
-      {Equal(16), {0x10, 0, 0, 0, 0x82, 0x04, 0x85, 0x2F, 0, 0, 0, 0}},
-      {letters, {0x10, 0, 0, 0, 0x82, 0x08, 0x19, 0x42, 0x34, 0x7D, 0x00, 0x00}},
-      {Equal(100), {0x64, 0, 0, 0, 0x82, 0x04, 0x85, 0xFF, 0x1F, 0x05, 0x00, 0x00}},
-      {Bytes(raw.begin() + 4, raw.end()), raw},
-      {{}, {0, 0, 0, 0}}};
-  for (const auto& [data, block] : known) EXPECT_EQ(CheckPack(data), block);
-  EXPECT_EQ(CheckPack(NoiseBytes(65536, 1)).size(), 65540u);
-  uint8_t none[4];
-  EXPECT_EQ(ZAV_PACKER::Compress(none, none, -1), 0);
-}
-
 TEST(Packer, EverySizeAlphabetAndContent) {
   for (size_t size = 0; size <= 300; ++size) {
     for (const uint32_t symbols : {2u, 3u, 4u, 16u, 256u}) {
@@ -158,22 +142,8 @@ TEST(Packer, RefusesWhatDoesNotFit) {
   const Bytes least{0, 0, 0, 0x80};
   EXPECT_EQ(CheckUnpack(least, 64), 0);
   for (int size : {3, 4}) EXPECT_EQ(ZAV_PACKER::DecodedSize(least.data(), size), -1);
-}
-
-TEST(Packer, DamagedBlocks) {
-  int refused = 0, accepted = 0;
-  for (const uint32_t symbols : {2u, 4u, 16u, 256u}) {
-    Bytes block = CheckPack(NoiseBytes(1200, symbols, symbols));
-    for (size_t at = 0; at < block.size(); ++at) {
-      for (const int change : {1, 0x10, 0xFF}) {
-        block[at] = static_cast<uint8_t>(block[at] ^ change);
-        ++(CheckUnpack(block, 1200) == 0 ? refused : accepted);
-        block[at] = static_cast<uint8_t>(block[at] ^ change);
-      }
-    }
-  }
-  EXPECT_GT(refused, 100);
-  EXPECT_GT(accepted, 100);
+  uint8_t none[4];
+  EXPECT_EQ(ZAV_PACKER::Compress(none, none, -1), 0);
 }
 
 // Streams that turn into noise, with more ones or more zeros: long groups, far distances. Behind
