@@ -80,27 +80,6 @@ TEST(Convert, EveryPairScaled) {
   });
 }
 
-TEST(Convert, PalettizedCopyKeepsIndicesAndPalette) {
-  for (const int width : {1, 2, 5, 64}) {
-    for (const int scale : {1, 2}) {  // point-sampled, the indices are picked and the palette stays
-      Picture source = NoisePicture(ZAV_FMT_PAL8, width, 3, width + 3, 7);
-      Image image;
-      image.source = source.definition;
-      image.dest.format = ZAV_FMT_PAL8;
-      image.dest.width = scale * width;
-      image.dest.height = scale * 3;
-      ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
-      ASSERT_NE(image.dest.pixels, source.definition.pixels);
-      for (int i = 0; i < scale * width * scale * 3; ++i) {
-        const int x = i % (scale * width), y = i / (scale * width);
-        ASSERT_EQ(image.dest.pixels[y * image.dest.pitch + x], source.Row(y / scale)[x / scale]);
-      }
-      ASSERT_EQ(0, std::memcmp(image.dest.palette, source.palette.data(), ZAV_PALETTE_BYTES));
-      ASSERT_EQ(image.source.pixels == nullptr, scale == 2);
-    }
-  }
-}
-
 TEST(Convert, WarnsOncePerConversion) {
   const auto hicolor = [](const std::string& source) {
     return "Converting " + source + "to Hicolor is not recommended! Use BGRA32 Source instead!\n";

@@ -153,6 +153,14 @@ TEST(Resize, TakesABufferThatOverlapsTheSource) {
     }
     EXPECT_EQ(from.pixels, apart);
     EXPECT_EQ(palette, format == ZAV_FMT_PAL8 ? from.palette : Bytes(ZAV_PALETTE_BYTES));
+    // At equal size the host's palette is filled as well.
+    Image same;
+    Bytes other_palette(ZAV_PALETTE_BYTES);
+    same.source = from.definition;
+    same.dest.palette = other_palette.data();
+    same.dest.format = format;
+    ASSERT_EQ(ZAV_CONVERT_RAW(&same), 1);
+    EXPECT_TRUE(SamePicture(same.dest, from.definition));
   }
 }
 
