@@ -57,23 +57,23 @@ bool IsSetDoubled(uint64_t glyph, int x, int y) {
 
 }  // namespace
 
-Canvas::Canvas(int width, int height, Colour paper)
+Canvas::Canvas(int width, int height, Color paper)
     : width_(width),
       height_(height),
       pixels_(3 * static_cast<size_t>(width) * static_cast<size_t>(height)) {
   Box(0, 0, width, height, paper);
 }
 
-void Canvas::Box(int x, int y, int width, int height, Colour colour) {
+void Canvas::Box(int x, int y, int width, int height, Color color) {
   const int end_x = std::min(x + width, width_);
   const int end_y = std::min(y + height, height_);
   for (int row = std::max(y, 0); row < end_y; ++row) {
     for (int column = std::max(x, 0); column < end_x; ++column) {
       unsigned char* pixel = &pixels_[3 * (static_cast<size_t>(row) * static_cast<size_t>(width_) +
                                            static_cast<size_t>(column))];
-      pixel[0] = colour.red;
-      pixel[1] = colour.green;
-      pixel[2] = colour.blue;
+      pixel[0] = color.red;
+      pixel[1] = color.green;
+      pixel[2] = color.blue;
     }
   }
 }
@@ -93,19 +93,19 @@ void Canvas::Draw(int x, int y, const ZAV_GFXDEF& picture, int times) {
   }
 }
 
-void Canvas::Text(int x, int y, std::string_view text, Colour colour) {
+void Canvas::Text(int x, int y, std::string_view text, Color color) {
   for (const char character : text) {
-    Glyph(x, y, character, colour);
+    Glyph(x, y, character, color);
     x += kAdvance;
   }
 }
 
-void Canvas::Glyph(int x, int y, char character, Colour colour) {
+void Canvas::Glyph(int x, int y, char character, Color color) {
   const bool known = character >= ' ' && character <= '~';
   const uint64_t glyph = kGlyphs[(known ? character : '?') - ' '];
   for (int row = 0; row < 2 * kGlyphHeight; ++row) {
     for (int column = 0; column < 2 * kGlyphWidth; ++column) {
-      if (IsSetDoubled(glyph, column, row)) Box(x + column, y + row, 1, 1, colour);
+      if (IsSetDoubled(glyph, column, row)) Box(x + column, y + row, 1, 1, color);
     }
   }
 }

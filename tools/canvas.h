@@ -10,7 +10,7 @@
 
 namespace zav::tool {
 
-struct Colour {
+struct Color {
   unsigned char red;
   unsigned char green;
   unsigned char blue;
@@ -24,22 +24,22 @@ class Canvas {
   static constexpr int kAdvance = 12;
   static constexpr int kLine = 22;
 
-  Canvas(int width, int height, Colour paper);
+  Canvas(int width, int height, Color paper);
 
-  void Box(int x, int y, int width, int height, Colour colour);
+  void Box(int x, int y, int width, int height, Color color);
 
   /// `picture` is BGRA32; each of its pixels becomes `times` x `times`.
   void Draw(int x, int y, const ZAV_GFXDEF& picture, int times);
 
   /// From the left of the first character and the top of capital letters. There are glyphs for
   /// ASCII; every other byte stands as '?'.
-  void Text(int x, int y, std::string_view text, Colour colour);
+  void Text(int x, int y, std::string_view text, Color color);
 
   /// Borrows the pixels, as RGB24.
   ZAV_GFXDEF definition();
 
  private:
-  void Glyph(int x, int y, char character, Colour colour);
+  void Glyph(int x, int y, char character, Color color);
 
   int width_;
   int height_;

@@ -34,7 +34,7 @@ struct Session {
   size_t left = 0;
   std::vector<unsigned char> written;
   std::array<char, 120> reason = {};
-  std::array<png_color, 256> colours = {};
+  std::array<png_color, 256> colors = {};
   std::array<png_byte, 256> alphas = {};
 };
 
@@ -161,16 +161,16 @@ void CheckSides(const std::string& path, Session& session, size_t size) {
 /// B, G, R, A; entries that the file does not have are opaque black.
 std::vector<unsigned char> PaletteOf(Session& session) {
   std::vector<unsigned char> palette;
-  png_colorp colours = nullptr;
+  png_colorp colors = nullptr;
   png_bytep alphas = nullptr;
   int count = 0;
   int alpha_count = 0;
-  png_get_PLTE(session.png, session.info, &colours, &count);
+  png_get_PLTE(session.png, session.info, &colors, &count);
   png_get_tRNS(session.png, session.info, &alphas, &alpha_count, nullptr);
   for (int i = 0; i < 256; ++i) {
-    const png_color colour = i < count ? colours[i] : png_color{};
+    const png_color color = i < count ? colors[i] : png_color{};
     const png_byte alpha = i < alpha_count ? alphas[i] : png_byte{0xFF};
-    palette.insert(palette.end(), {colour.blue, colour.green, colour.red, alpha});
+    palette.insert(palette.end(), {color.blue, color.green, color.red, alpha});
   }
   return palette;
 }
@@ -184,7 +184,7 @@ int UsedPalette(Session& session, const ZAV_GFXDEF& definition) {
   }
   for (size_t i = 0; i <= greatest; ++i) {
     const unsigned char* entry = definition.palette + 4 * i;
-    session.colours[i] = {entry[2], entry[1], entry[0]};
+    session.colors[i] = {entry[2], entry[1], entry[0]};
     session.alphas[i] = entry[3];
   }
   return greatest + 1;
@@ -200,7 +200,7 @@ bool WriteRows(Session& session, const ZAV_GFXDEF& definition, int entries, int 
                : definition.format == ZAV_FMT_RGBA32 ? PNG_COLOR_TYPE_RGB_ALPHA
                                                      : PNG_COLOR_TYPE_RGB,
                PNG_INTERLACE_NONE, PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
-  if (entries > 0) png_set_PLTE(session.png, session.info, session.colours.data(), entries);
+  if (entries > 0) png_set_PLTE(session.png, session.info, session.colors.data(), entries);
   if (alphas > 0) {
     png_set_tRNS(session.png, session.info, session.alphas.data(), alphas, nullptr);
   }

@@ -29,12 +29,12 @@ constexpr int kSmall = 128;  // pictures of shorter sides are shown at whole mul
 constexpr int kMaxColumns = 8;
 constexpr size_t kMaxCards = 96;
 
-constexpr Colour kPaper = {28, 31, 38};
-constexpr Colour kCardPaper = {39, 43, 52};
-constexpr Colour kInk = {232, 234, 238};
-constexpr Colour kFaint = {146, 154, 168};
-constexpr Colour kAccent = {242, 177, 52};
-constexpr Colour kWrong = {96, 36, 40};
+constexpr Color kPaper = {28, 31, 38};
+constexpr Color kCardPaper = {39, 43, 52};
+constexpr Color kInk = {232, 234, 238};
+constexpr Color kFaint = {146, 154, 168};
+constexpr Color kAccent = {242, 177, 52};
+constexpr Color kWrong = {96, 36, 40};
 
 /// One image on the sheet.
 struct Card {

@@ -63,6 +63,14 @@ bool SetDefinition(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t 
   return true;
 }
 
+void ReportDefinition(ZAV_GFXDEF& out, const ZAV_GFXDEF& found) {
+  out.width = found.width;
+  out.height = found.height;
+  out.format = found.format;
+  out.bytes_per_pixel = found.bytes_per_pixel;
+  out.pitch = found.pitch;
+}
+
 bool AllocSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format) {
   if (!SetDefinition(surface, width, height, format)) return false;
   if (surface.pixels == nullptr && !AllocatePixels(surface)) return false;

@@ -19,6 +19,10 @@ int64_t ImageBytes(const ZAV_GFXDEF& definition);
 /// pitch or the whole picture would pass 2^31 - 1 bytes; the surface is then unchanged.
 bool SetDefinition(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format);
 
+/// What probes report of a picture: width, height, format, bytes per pixel and pitch. The other
+/// fields stay as they are.
+void ReportDefinition(ZAV_GFXDEF& out, const ZAV_GFXDEF& found);
+
 /// SetDefinition, then allocates the pixels and, for palettized formats, the palette that the
 /// surface has not got. Pixels are not cleared, but for row padding; palettes are. False also when
 /// memory runs out; what was allocated is then owned by the surface.

@@ -83,11 +83,7 @@ bool BmpGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
   ByteReader file(data, size);
   BmpHeader header{};
   if (!ReadHeader(file, header) || header.bits == 16) return false;
-  out.width = header.surface.width;
-  out.height = header.surface.height;
-  out.bytes_per_pixel = header.surface.bytes_per_pixel;
-  out.format = header.surface.format;
-  out.pitch = header.surface.pitch;
+  ReportDefinition(out, header.surface);
   return true;
 }
 

@@ -42,11 +42,7 @@ bool JpegGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
       !SetDefinition(surface, header.width, header.height, ZAV_FMT_BGRA32)) {
     return false;
   }
-  out.width = surface.width;
-  out.height = surface.height;
-  out.bytes_per_pixel = surface.bytes_per_pixel;
-  out.format = surface.format;
-  out.pitch = surface.pitch;
+  ReportDefinition(out, surface);
   return true;
 }
 

@@ -159,12 +159,7 @@ bool SgiGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
   ByteReader file(data, size);
   SgiHeader header{};
   if (!ReadHeader(file, header)) return false;
-  const ZAV_SURFACE& surface = header.surface;
-  out.width = surface.width;
-  out.height = surface.height;
-  out.bytes_per_pixel = surface.bytes_per_pixel;
-  out.format = surface.format;
-  out.pitch = surface.pitch;
+  ReportDefinition(out, header.surface);
   return true;
 }
 

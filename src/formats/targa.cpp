@@ -176,10 +176,7 @@ bool TgaGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
   TgaHeader header{};
   if (!ReadHeader(file, header) || header.run_length) return false;
   const ZAV_SURFACE& surface = header.surface;
-  out.width = surface.width;
-  out.height = surface.height;
-  out.bytes_per_pixel = surface.bytes_per_pixel;
-  out.format = surface.format;
+  ReportDefinition(out, surface);
   out.pitch = surface.bytes_per_pixel * surface.width;
   return true;
 }
