@@ -162,6 +162,14 @@ TEST(JpegFiles, WhatCostsPixelsFailsAndOdditiesDoNot) {
   odd.insert(odd.begin() + 20, comment.begin(), comment.end());
   odd.insert(odd.end(), 9, uint8_t{7});
   EXPECT_TRUE(Reads(odd));
+  // A scan of the luma alone, in which a single block is complete, and none of the others.
+  const Bytes block = Save(NoisePicture(ZAV_FMT_BGR24, 8, 8, 0, 2).definition, 150);
+  const auto scan = Segment(block, 0xDA) - block.data();
+  Bytes colorless(block.begin(), block.begin() + scan);
+  const Bytes luma = {0, 8, 1, 1, 0, 0, 63, 0};
+  colorless.insert(colorless.end(), luma.begin(), luma.end());
+  colorless.insert(colorless.end(), block.begin() + scan + 12, block.end());
+  EXPECT_TRUE(Reads(block) && !Reads(colorless));
   // Another picture's worth of blocks than there are bits for; nothing is allocated for it.
   Bytes huge = file;
   const auto frame = Segment(file, 0xC0) - file.data();
