@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "formats/sgi_planes.h"
-#include "platform/vector_target.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -17,7 +17,7 @@ namespace zav::HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
 // Without an instruction that shuffles bytes there is nothing to gain.
-const PlaneRows& Planes() { return PlainPlaneRows(); }
+const PlaneRows& PlaneTable() { return PlainPlaneRows(); }
 
 #else
 
@@ -45,7 +45,7 @@ void Row(const uint8_t* const* planes, uint8_t* dest, size_t count) {
   if (count % lanes != 0) Block<kChannels>(planes, dest, count - lanes);
 }
 
-const PlaneRows& Planes() {
+const PlaneRows& PlaneTable() {
   static const PlaneRows kPlanes = {hwy::TargetName(HWY_TARGET), Row<3, &PlaneRows::three>,
                                     Row<4, &PlaneRows::four>};
   return kPlanes;
@@ -56,24 +56,12 @@ const PlaneRows& Planes() {
 }  // namespace zav::HWY_NAMESPACE
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Planes);
-
-const PlaneRows& SelectedPlaneRows() {
-  return PlainForced() ? PlainPlaneRows() : HWY_DYNAMIC_DISPATCH(Planes)();
-}
+ZAV_SELECT_TABLE(PlaneRows, SelectedPlaneRows, PlaneTable, PlainPlaneRows)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const PlaneRows& SelectedPlaneRows() { return PlainPlaneRows(); }
-
-}  // namespace zav
-
 #endif

@@ -34,6 +34,7 @@ HWY_INLINE hw::Vec128<int16_t> SumBytePairs(hw::Vec128<uint8_t> bytes,
                                             hw::Vec128<uint8_t> weights) {
   return hw::Vec128<int16_t>{_mm_maddubs_epi16(bytes.raw, weights.raw)};
 }
+
 /// Words of at most 255 to bytes, block by block.
 HWY_INLINE hw::Vec128<uint8_t> PackBlocks(hw::Vec128<int16_t> first, hw::Vec128<int16_t> second) {
   return hw::Vec128<uint8_t>{_mm_packus_epi16(first.raw, second.raw)};

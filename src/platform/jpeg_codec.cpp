@@ -173,7 +173,7 @@ void DecodeFourChannels(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>
     if (inks) {
       InksToPixels(out, row, picture.width, picture.order);
     } else {
-      OppositesToPixels(out, row, picture.width, picture.order);
+      TurnToOpposites(out, row, picture.width, picture.order);
     }
   }
 }
@@ -310,7 +310,7 @@ void EncodeFourChannels(jpeg_compress_struct& codec, const JpegPixels<const uint
       reinterpret_cast<j_common_ptr>(&codec), JPOOL_IMAGE, size_t{codec.image_width} * 4));
   while (codec.next_scanline < codec.image_height) {
     const uint8_t* in = picture.pixels + int64_t{codec.next_scanline} * picture.pitch;
-    PixelsToOpposites(row, in, picture.width, picture.order);
+    TurnToOpposites(row, in, picture.width, picture.order);
     jpeg_write_scanlines(&codec, &row, 1);
   }
 }

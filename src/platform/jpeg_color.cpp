@@ -56,13 +56,8 @@ uint32_t Print(uint32_t inks) {
 
 }  // namespace
 
-void OppositesToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
+void TurnToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
   ConvertRow(out, in, width, order, [](uint32_t pixel) { return Opposite(pixel); });
-}
-
-void PixelsToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {
-  // Changing order is its own reverse.
-  OppositesToPixels(out, in, width, order);
 }
 
 void InksToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order) {

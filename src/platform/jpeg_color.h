@@ -13,11 +13,9 @@ namespace zav {
 // ink is 255 less red, green and blue, and alpha. So its own colour steps serve, with the results
 // that they have for three channels.
 
-/// The codec's opposites and alpha to pixels of the order; orders without alpha drop it.
-void OppositesToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
-
-/// Pixels of an order with alpha to opposites and alpha.
-void PixelsToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
+/// The codec's opposites and alpha to pixels of the order; orders without alpha drop it. With an
+/// order that has alpha it is its own reverse, and also makes opposites of pixels.
+void TurnToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
 
 /// Inks, stored inverted as files with an Adobe marker do, to opaque pixels.
 void InksToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
