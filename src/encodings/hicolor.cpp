@@ -47,7 +47,7 @@ void RunStored(const ZAV_CONVERTER& converter, const HicolorLayout& layout, Hico
 
 HicolorLayout PrepareDestLayout(ZAV_CONVERTER& converter, ChannelOrder order) {
   PrepareHicolorMasks(converter.dest);
-  return MakeHicolorLayout(converter.dest, order, BytesPerPixel(converter.source.format));
+  return NarrowingLayout(converter.dest, order, BytesPerPixel(converter.source.format));
 }
 
 bool Narrow(ZAV_CONVERTER& converter, ChannelOrder order, HicolorRowPair HicolorRows::*rows) {
@@ -103,8 +103,7 @@ bool RGB24ToHicolor(ZAV_CONVERTER& converter) {
 
 bool HicolorToBGRA32(ZAV_CONVERTER& converter) {
   PrepareHicolorMasks(converter.source);
-  Run(converter, MakeHicolorLayout(converter.source, ChannelOrder::kBlueFirst, 4),
-      SelectedHicolorRows().widen);
+  Run(converter, WideningLayout(converter.source), SelectedHicolorRows().widen);
   return true;
 }
 

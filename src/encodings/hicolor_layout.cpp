@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "convert/format_table.h"
@@ -14,6 +15,14 @@ using Channels = std::array<HicolorChannel, 4>;
 HicolorChannel Channel(uint32_t mask, int32_t shift) {
   // The masks are 32-bit fields of which a 16-bit pixel has the low half.
   return {static_cast<uint16_t>(mask), static_cast<uint16_t>(mask & (0xFF00u >> shift)), shift};
+}
+
+/// Blue first, as 32-bit BGRA has them.
+Channels SurfaceChannels(const ZAV_SURFACE& surface) {
+  return {Channel(surface.blue_mask, surface.blue_shift),
+          Channel(surface.green_mask, surface.green_shift),
+          Channel(surface.red_mask, surface.red_shift),
+          Channel(surface.alpha_mask, surface.alpha_shift)};
 }
 
 /// The channel's bits as they stand in a byte.
@@ -83,27 +92,31 @@ void PrepareHicolorMasks(ZAV_SURFACE& surface) {
 }
 
 int32_t DeriveShift(uint32_t mask) {
-  mask &= 0xFFFF;
-  if (mask == 0) return 0;
-  int32_t shift = 0;
-  while ((mask << shift & 0x8000) == 0) ++shift;
-  return shift;
+  const auto low = static_cast<uint16_t>(mask);
+  return low == 0 ? 0 : std::countl_zero(low);
 }
 
-HicolorLayout MakeHicolorLayout(const ZAV_SURFACE& surface, ChannelOrder order,
-                                int32_t true_color_bytes) {
+HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,
+                              int32_t true_color_bytes) {
   HicolorLayout layout{};
-  std::array<HicolorChannel, 4>& channels = layout.channels;
-  channels = {Channel(surface.red_mask, surface.red_shift),
-              Channel(surface.green_mask, surface.green_shift),
-              Channel(surface.blue_mask, surface.blue_shift),
-              Channel(surface.alpha_mask, surface.alpha_shift)};
-  if (order == ChannelOrder::kBlueFirst) std::swap(channels[0], channels[2]);
+  Channels& channels = layout.channels;
+  channels = SurfaceChannels(surface);
+  if (order == ChannelOrder::kRedFirst) std::swap(channels[0], channels[2]);
   if (true_color_bytes == 3) channels[3].reach = 0;
-  layout.opaque = channels[3].mask == 0 ? 255 : 0;
-  layout.fill = channels[3].mask == 0 ? 0 : static_cast<uint8_t>(255 - TopByte(channels[3]));
   layout.products = Products(channels);
-  layout.pairs = {Pair(channels[0], channels[2]), Pair(channels[1], channels[3])};
+  return layout;
+}
+
+HicolorLayout WideningLayout(const ZAV_SURFACE& surface) {
+  HicolorLayout layout{};
+  layout.channels = SurfaceChannels(surface);
+  const auto& [first, second, third, alpha] = layout.channels;
+  if (alpha.mask == 0) {
+    layout.opaque = 255;
+  } else {
+    layout.fill = static_cast<uint8_t>(255 - TopByte(alpha));
+  }
+  layout.pairs = {Pair(first, third), Pair(second, alpha)};
   return layout;
 }
 

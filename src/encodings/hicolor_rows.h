@@ -39,18 +39,20 @@ struct HicolorPair {
 /// the order of the true-colour pixel's bytes, which makes one function serve both channel orders.
 struct HicolorLayout {
   std::array<HicolorChannel, 4> channels;  ///< the fourth is alpha
-  uint8_t opaque;                          ///< widening: what alpha is where the layout has none
-  uint8_t fill;  ///< widening: the bits of the alpha byte below the field, set from 128 up
-  HicolorProducts products;
-  std::array<HicolorPair, 2> pairs;  ///< channels 0 and 2, channels 1 and 3
+  uint8_t opaque = 0;                      ///< widening: what alpha is where the layout has none
+  uint8_t fill = 0;  ///< widening: the bits of the alpha byte below the field, set from 128 up
+  HicolorProducts products{};          ///< narrowing
+  std::array<HicolorPair, 2> pairs{};  ///< widening: channels 0 and 2, channels 1 and 3
 };
 
 enum class ChannelOrder : uint8_t { kRedFirst, kBlueFirst };
 
-/// The layout of a surface whose masks and shifts are set, towards or from true-colour pixels of 3
-/// or 4 bytes. Without an alpha byte, alpha has a mask and no reach.
-HicolorLayout MakeHicolorLayout(const ZAV_SURFACE& surface, ChannelOrder order,
-                                int32_t true_color_bytes);
+/// The layout of a surface whose masks and shifts are set, for narrowing pixels of 3 or 4 bytes to
+/// it. Without an alpha byte, alpha has a mask and no reach.
+HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,
+                              int32_t true_color_bytes);
+/// The same, for widening to 32-bit BGRA.
+HicolorLayout WideningLayout(const ZAV_SURFACE& surface);
 
 /// Converts `count` consecutive pixels and returns which code it is. The buffers are apart.
 using HicolorRow = const HicolorRun* (*)(const HicolorLayout& layout, const uint8_t* source,

@@ -56,25 +56,33 @@ HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
   }
 }
 
-// What Highway has no name for: 32-bit lanes to words, block by block.
+// What Highway has no name for: 32-bit lanes to words, block by block; those words in their order;
+// and words in the order in which interleaving their bytes gives pixels in theirs.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
 HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
   return V16{_mm256_packus_epi32(first.raw, second.raw)};
 }
-#elif HWY_ARCH_X86
+HWY_INLINE V16 OrderBlocks(V16 words) {
+  return V16{_mm256_permute4x64_epi64(words.raw, _MM_SHUFFLE(3, 1, 2, 0))};
+}
+/// Of two blocks the lower halves in the first block and the upper halves in the second. Loading
+/// each of them twice costs nothing; permuting does.
+HWY_INLINE V16 LoadHalvesApart(const uint8_t* source) {
+  const auto twice = [](const uint8_t* block)
+                         HWY_ATTR { return _mm256_castsi256_pd(hn::LoadDup128(D8(), block).raw); };
+  return V16{_mm256_castpd_si256(_mm256_shuffle_pd(twice(source), twice(source + 16), 0b1100))};
+}
+#else
+static_assert(kBlocks == 1);
+#if HWY_ARCH_X86
 HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
   return V16{_mm_packus_epi32(first.raw, second.raw)};
 }
 #endif
-
-/// Puts the words of two whole vectors, packed block by block, in their order.
-#if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-HWY_INLINE V16 OrderBlocks(V16 words) {
-  return V16{_mm256_permute4x64_epi64(words.raw, _MM_SHUFFLE(3, 1, 2, 0))};
-}
-#else
-static_assert(kBlocks == 1);
 HWY_INLINE V16 OrderBlocks(V16 words) { return words; }
+HWY_INLINE V16 LoadHalvesApart(const uint8_t* source) {
+  return hn::BitCast(D16(), hn::LoadU(D8(), source));
+}
 #endif
 
 /// Half the pixels of a step each, as 32-bit lanes. Narrowing puts four pixels of `first` and four
@@ -177,9 +185,9 @@ struct Narrowing {
   }
 };
 
-/// How a pair of channels is widened: both bytes by one left shift, the low byte by a left or by a
-/// right shift of its own, or by whichever it is.
-enum class Pairing { kOneShift, kLowUp, kLowDown, kAny };
+/// How a pair of channels is widened: both bytes stay, take one left shift, or the low byte a left
+/// or a right shift of its own (the high byte stays with kOnlyLowUp); or whichever it is.
+enum class Pairing { kStay, kOneShift, kOnlyLowUp, kLowUp, kLowDown, kAny };
 /// kBit: the word's top bit fills the whole byte.
 enum class Alpha { kNo, kBit, kYes, kAny };
 
@@ -189,61 +197,65 @@ struct Widening {
   static constexpr size_t kDestBytes = 4;
   static constexpr size_t kReadBeyond = 0;
 
-  /// Without `kHigh` the high bytes get nothing.
+  /// The words' two bytes, of which the high one is only there with `kHigh`, before masks.
   template <Pairing kPairing, bool kHigh>
-  static HWY_INLINE V8 Pair(const HicolorPair& p, V16 words) {
+  static HWY_INLINE V16 Pair(const HicolorPair& p, V16 words) {
     const D8 d8;
     const D16 d16;
-    const V16 high = hn::Mul(words, hn::Set(d16, p.high_up));
-    if constexpr (kPairing == Pairing::kOneShift) {
-      return hn::BitCast(d8, hn::And(high, hn::Set(d16, p.mask)));
-    } else {
-      V16 low;
-      if constexpr (kPairing != Pairing::kLowDown) low = hn::Mul(words, hn::Set(d16, p.low_up));
-      if constexpr (kPairing != Pairing::kLowUp) {
-        const V16 down = hn::MulHigh(words, hn::Set(d16, p.low_down));
-        low = kPairing == Pairing::kAny ? hn::Or(low, down) : down;
-      }
-      low = hn::And(low, hn::Set(d16, p.mask & 0xFF));
-      if constexpr (!kHigh) return hn::BitCast(d8, low);
-      return hn::BitCast(d8, hn::Or(low, hn::And(high, hn::Set(d16, p.mask & 0xFF00))));
+    using enum Pairing;
+    constexpr bool kHighStays = kPairing == kStay || kPairing == kOnlyLowUp;
+    const V16 high = kHighStays ? words : hn::Mul(words, hn::Set(d16, p.high_up));
+    if constexpr (kPairing == kStay || kPairing == kOneShift) return high;
+    V16 low;
+    if constexpr (kPairing != kLowDown) low = hn::Mul(words, hn::Set(d16, p.low_up));
+    if constexpr (kPairing == kLowDown || kPairing == kAny) {
+      const V16 down = hn::MulHigh(words, hn::Set(d16, p.low_down));
+      low = kPairing == kAny ? hn::Or(low, down) : down;
     }
+    if constexpr (!kHigh) return low;
+    return hn::BitCast(d16, hn::OddEven(hn::BitCast(d8, high), hn::BitCast(d8, low)));
+  }
+
+  /// The words' odd bytes: the second channel and alpha.
+  static HWY_INLINE V16 OddBytes(const HicolorLayout& l, V16 words) {
+    const D8 d8;
+    const D16 d16;
+    constexpr bool kChannel = kAlpha == Alpha::kYes || kAlpha == Alpha::kAny;
+    V16 odd = Pair<kOdd, kChannel>(l.pairs[1], words);
+    const uint16_t mask = l.pairs[1].mask;
+    if constexpr (kAlpha == Alpha::kBit) {
+      const auto bit = hn::ShiftRight<15>(hn::BitCast(hn::RebindToSigned<D16>(), words));
+      odd = hn::BitCast(d16, hn::OddEven(hn::BitCast(d8, bit), hn::BitCast(d8, odd)));
+      return hn::And(odd, hn::Set(d16, mask | 0xFF00));
+    }
+    odd = hn::And(odd, hn::Set(d16, kChannel ? mask : mask & 0xFF));
+    if constexpr (kAlpha == Alpha::kNo || kAlpha == Alpha::kAny) {
+      odd = hn::Or(odd, HighByte(l.opaque));
+    }
+    if constexpr (kAlpha != Alpha::kNo) {
+      // The fill has nothing for the green bytes, so it may go by their signs too.
+      const hn::RebindToSigned<D8> di8;
+      const auto filled = hn::BitCast(di8, hn::Or(odd, HighByte(l.fill)));
+      const auto signs = hn::BitCast(di8, odd);
+      odd = hn::BitCast(d16, hn::IfNegativeThenElse(signs, filled, signs));
+    }
+    return odd;
   }
 
   template <bool kStream>
   static HWY_INLINE void Step(const HicolorLayout& l, const uint8_t* source, uint8_t* dest) {
     const D8 d8;
     const D16 d16;
-    const hn::RebindToSigned<D8> di8;
-    const V16 words = hn::BitCast(d16, hn::LoadU(d8, source));
-    const V8 even = Pair<kEven, true>(l.pairs[0], words);
-    V8 odd = Pair < kOdd, kAlpha == Alpha::kYes || kAlpha == Alpha::kAny > (l.pairs[1], words);
-    if constexpr (kAlpha == Alpha::kNo || kAlpha == Alpha::kAny) {
-      odd = hn::Or(odd, HighBytes(l.opaque));
-    }
-    if constexpr (kAlpha == Alpha::kBit) {
-      const hn::RebindToSigned<D16> di16;
-      const auto bit = hn::ShiftRight<15>(hn::BitCast(di16, words));
-      odd = hn::Or(odd, hn::And(hn::BitCast(d8, bit), HighBytes(0xFF)));
-    } else if constexpr (kAlpha != Alpha::kNo) {
-      // The fill has nothing for the green bytes, so it may go by their signs too.
-      const auto filled = hn::BitCast(di8, hn::Or(odd, HighBytes(l.fill)));
-      const auto signs = hn::BitCast(di8, odd);
-      odd = hn::BitCast(d8, hn::IfNegativeThenElse(signs, filled, signs));
-    }
-    const V8 low = hn::InterleaveLower(d8, even, odd);
-    const V8 high = hn::InterleaveUpper(d8, even, odd);
-    if constexpr (kBlocks == 1) {
-      Store<kStream>(low, dest);
-      Store<kStream>(high, dest + kVectorBytes);
-    } else {
-      Store<kStream>(hn::ConcatLowerLower(d8, high, low), dest);
-      Store<kStream>(hn::ConcatUpperUpper(d8, high, low), dest + kVectorBytes);
-    }
+    const V16 words = LoadHalvesApart(source);
+    const V16 even = hn::And(Pair<kEven, true>(l.pairs[0], words), hn::Set(d16, l.pairs[0].mask));
+    const V8 even_bytes = hn::BitCast(d8, even);
+    const V8 odd_bytes = hn::BitCast(d8, OddBytes(l, words));
+    Store<kStream>(hn::InterleaveLower(d8, even_bytes, odd_bytes), dest);
+    Store<kStream>(hn::InterleaveUpper(d8, even_bytes, odd_bytes), dest + kVectorBytes);
   }
 
-  static HWY_INLINE V8 HighBytes(uint8_t value) {
-    return hn::BitCast(D8(), hn::Set(D16(), static_cast<uint16_t>(value << 8)));
+  static HWY_INLINE V16 HighByte(uint8_t value) {
+    return hn::Set(D16(), static_cast<uint16_t>(value << 8));
   }
 };
 
@@ -268,22 +280,45 @@ HWY_INLINE void PrefetchAhead(const uint8_t* source, size_t bytes) {
   }
 }
 
-template <class Kernel, bool kStream>
-HWY_INLINE void Steps(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size_t count) {
+/// Where a row stands, in pixels and bytes.
+struct Position {
+  const uint8_t* source;
+  uint8_t* dest;
+  size_t left;
+
+  template <class Kernel>
+  HWY_INLINE void Pass(size_t count) {
+    source += count * Kernel::kSourceBytes;
+    dest += count * Kernel::kDestBytes;
+    left -= count;
+  }
+};
+
+/// Makes `kSteps` steps at a time, as long as there are so many.
+template <class Kernel, bool kStream, size_t kSteps>
+HWY_INLINE void WholeSteps(const HicolorLayout& l, Position& at) {
   constexpr size_t kPixelsBeyond =
       (Kernel::kReadBeyond + Kernel::kSourceBytes - 1) / Kernel::kSourceBytes;
-  for (; count >= kPixels + kPixelsBeyond; count -= kPixels) {
-    if constexpr (kStream) PrefetchAhead(source, kPixels * Kernel::kSourceBytes);
-    Kernel::template Step<kStream>(l, source, dest);
-    source += kPixels * Kernel::kSourceBytes;
-    dest += kPixels * Kernel::kDestBytes;
+  constexpr size_t kCount = kSteps * kPixels;
+  while (at.left >= kCount + kPixelsBeyond) {
+    if constexpr (kStream) PrefetchAhead(at.source, kCount * Kernel::kSourceBytes);
+    for (size_t i = 0; i < kCount; i += kPixels) {
+      Kernel::template Step<kStream>(l, at.source + i * Kernel::kSourceBytes,
+                                     at.dest + i * Kernel::kDestBytes);
+    }
+    at.Pass<Kernel>(kCount);
   }
-  while (count != 0) {
-    const size_t part = std::min(count, kPixels);
-    PartialStep<Kernel>(l, source, dest, part);
-    source += part * Kernel::kSourceBytes;
-    dest += part * Kernel::kDestBytes;
-    count -= part;
+}
+
+template <class Kernel, bool kStream>
+HWY_INLINE void Steps(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size_t count) {
+  Position at = {source, dest, count};
+  WholeSteps<Kernel, kStream, 4>(l, at);
+  WholeSteps<Kernel, kStream, 1>(l, at);
+  while (at.left != 0) {
+    const size_t part = std::min(at.left, kPixels);
+    PartialStep<Kernel>(l, at.source, at.dest, part);
+    at.Pass<Kernel>(part);
   }
 }
 
@@ -319,18 +354,23 @@ bool IsOneShift(const HicolorPair& pair) {
   return pair.low_down == 0 && pair.low_up == pair.high_up;
 }
 
-// The fixed layouts have loops of their own: 4444; 1555; 565 and 555.
+// The fixed layouts have loops of their own: 4444; 565; 555; 1555.
 template <bool kStream>
 const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest,
                            size_t count) {
   using enum Pairing;
-  const bool alpha = l.channels[3].mask != 0;
+  const HicolorPair& even = l.pairs[0];
+  const HicolorPair& odd = l.pairs[1];
+  const uint16_t alpha = l.channels[3].mask;
   HicolorRow row = Row<Widening<kAny, kAny, Alpha::kAny>, kStream>;
-  if (alpha && IsOneShift(l.pairs[0]) && IsOneShift(l.pairs[1])) {
-    row = Row<Widening<kOneShift, kOneShift, Alpha::kYes>, kStream>;
-  } else if (l.pairs[0].low_down == 0 && l.pairs[1].low_up == 0) {
-    if (!alpha) row = Row<Widening<kLowUp, kLowDown, Alpha::kNo>, kStream>;
-    if (l.channels[3].mask == 0x8000) {
+  if (alpha != 0 && IsOneShift(even) && IsOneShift(odd) && odd.high_up == 1) {
+    row = Row<Widening<kOneShift, kStay, Alpha::kYes>, kStream>;
+  } else if (even.low_down == 0 && odd.low_up == 0) {
+    if (alpha == 0 && even.high_up == 1) {
+      row = Row<Widening<kOnlyLowUp, kLowDown, Alpha::kNo>, kStream>;
+    } else if (alpha == 0) {
+      row = Row<Widening<kLowUp, kLowDown, Alpha::kNo>, kStream>;
+    } else if (alpha == 0x8000) {
       row = Row<Widening<kLowUp, kLowDown, Alpha::kBit>, kStream>;
     }
   }
