@@ -12,8 +12,7 @@
 #include <hwy/foreach_target.h>
 // After foreach_target, which includes this file once per target.
 #include <hwy/cache_control.h>
-#include "convert/scale_tables-inl.h"
-#include "platform/byte_pairs-inl.h"
+#include "convert/scale_filter_table-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav {
@@ -36,113 +35,21 @@ namespace {
 // of the two as base the factor fits 16 signed bits, and the blend is the base plus the high half
 // of a product.
 
-/// How far apart the neighbours of the pixels in a block lie: 16-byte loads for four pixels or two,
-/// or 8-byte loads for each.
-enum class Reach { kFour, kTwo, kOne };
-
-template <Reach kReach>
-constexpr size_t kPixelsOfLoad = kReach == Reach::kFour  ? 4
-                                 : kReach == Reach::kTwo ? 2
-                                                         : 1;
-
-Reach ReachFor(const ScaleJob& job) {
-  const auto within = [&](int64_t pixels) {
-    const int64_t apart = ((pixels - 1) * job.step_x + kOne - 1) >> 16;
-    return (apart + 2) * job.bytes <= int64_t{kBlock};
-  };
-  return within(4) ? Reach::kFour : within(2) ? Reach::kTwo : Reach::kOne;
+/// Of pairs of bytes the first ones.
+HWY_INLINE hn::Vec<Words> FirstOfPairs(hn::Vec<Bytes> pairs) {
+  return hn::And(hn::BitCast(Words(), pairs), hn::Set(Words(), 255));
 }
 
-// In bytes per column: shuffles, weights, offsets, two rows and their difference.
-using FilterRoom = TileRoom<8 + 8 + 4 + 4 + 4 + 8>;
-
-struct FilterTable {
-  explicit FilterTable(FilterRoom& room)
-      : shuffle(room.Take<uint8_t>(8)),
-        weight(room.Take<int16_t>(8)),
-        load(room.Take<uint32_t>(4)),
-        rows{room.Take<uint8_t>(4), room.Take<uint8_t>(4)},
-        difference(room.Take<int16_t>(8)) {}
-
-  uint8_t* shuffle;     // pairs of bytes: base, other
-  int16_t* weight;      // of base - other, two or four lanes to a pixel
-  uint32_t* load;       // one to a load
-  uint8_t* rows[2];     // blended across, 4 bytes to a pixel
-  int16_t* difference;  // lower row - upper row, two halves of lanes to each vector
-};
-
-constexpr size_t kVectorPixels = kVectorBytes / 4;
-
-/// Bytes of whole vectors of 4-byte pixels.
-size_t LaneBytes(size_t count) { return RoundUpTo(count * 4, kVectorBytes); }
-
-/// Stores which bytes of a load make the pairs of a pixel's channels, and their weight.
-template <Reach kReach>
-HWY_INLINE void SetPixel(FilterTable table, size_t i, size_t block, uint32_t pair,
-                         uint32_t weight) {
-  if constexpr (kReach == Reach::kFour) {
-    // Even and odd shuffles are apart by a vector.
-    uint8_t* shuffle = table.shuffle + block / kVectorBlocks * 2 * kVectorBytes +
-                       block % kVectorBlocks * kBlock + i % 4 * 4;
-    const uint32_t even = (0x02020000 + 0x00010001u * pair) & 0x0F0F0F0F;
-    const uint32_t odd = (0x03030101 + 0x00010001u * pair) & 0x0F0F0F0F;
-    const uint32_t weights = 0x00010001u * weight;
-    std::memcpy(shuffle, &even, 4);
-    std::memcpy(shuffle + kVectorBytes, &odd, 4);
-    std::memcpy(table.weight + 2 * i, &weights, 4);
-  } else {
-    const size_t slot = 2 * block + i % 2;
-    const uint64_t shuffle =
-        (0x0303020201010000 + uint64_t{0x0001000100010001} * pair) & 0x0F0F0F0F0F0F0F0F;
-    const uint64_t weights = uint64_t{0x0001000100010001} * weight;
-    std::memcpy(table.shuffle + 8 * slot, &shuffle, 8);
-    std::memcpy(table.weight + 4 * slot, &weights, 8);
-  }
-}
-
-/// Fills the table's columns from `begin` to `end`, the first of which lies at `x`; beyond `last_x`
-/// none does.
-template <size_t kBytes, Reach kReach>
-HWY_INLINE void FillColumns(const ScaleJob& job, FilterTable table, int64_t x, int64_t last_x,
-                            size_t begin, size_t end) {
-  constexpr size_t kPixels = kPixelsOfLoad<kReach>;
-  constexpr size_t kLoadBytes = kReach == Reach::kOne ? kBlock / 2 : kBlock;
-  const size_t last_load = RowBytes(job) - kLoadBytes;
-  const int64_t step = job.step_x;
-  for (size_t i = begin; i < end; i += kPixels) {
-    const size_t block = kReach == Reach::kFour ? i / 4 : AlternatingSlot(i / 2);
-    const size_t load = std::min(static_cast<size_t>(x >> 16) * kBytes, last_load);
-    table.load[kReach == Reach::kOne ? 2 * block + i % 2 : block] = static_cast<uint32_t>(load);
-    // Where a load's pixel stands in a block of two loads.
-    const size_t start = kReach == Reach::kOne ? i % 2 * 8 : 0;
-    for (size_t k = 0; k < kPixels; ++k) {
-      // Without branches: the nearer neighbour changes all the time. Shuffles are masked for pixels
-      // without weight at the end of the row, whose neighbour would lie outside, and fourth bytes.
-      const auto fraction = static_cast<uint32_t>(x & (kOne - 1));
-      const uint32_t next = (0x8000 - fraction) >> 31;  // whether it is the base
-      const auto pixel =
-          static_cast<uint32_t>(static_cast<size_t>(x >> 16) * kBytes - load + start);
-      const uint32_t base = pixel + next * uint32_t{kBytes};
-      const uint32_t other = pixel + (next ^ 1) * uint32_t{kBytes};
-      // Of base - other: -fraction, or with the next pixel as base fraction - 65536.
-      const uint32_t weight = ((fraction ^ (next - 1)) - (next - 1)) & 0xFFFF;
-      SetPixel<kReach>(table, i + k, block, base | other << 8, weight);
-      x = std::min(x + step, last_x);
-    }
-  }
-}
-
-template <size_t kBytes, Reach kReach>
-void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTable table) {
-  const int64_t last_x = (first + static_cast<int64_t>(count) - 1) * job.step_x;
-  const size_t whole = count / kVectorPixels * kVectorPixels;
-  FillColumns<kBytes, kReach>(job, table, first * job.step_x, last_x, 0, whole);
-  if (whole == count) return;
-  // The last vector ends with the row and repeats pixels of the one before; a row of less than a
-  // vector repeats its last pixel.
-  const size_t last = count < kVectorPixels ? 0 : count - kVectorPixels;
-  FillColumns<kBytes, kReach>(job, table, (first + static_cast<int64_t>(last)) * job.step_x, last_x,
-                              whole, whole + kVectorPixels);
+/// Of pairs of bytes the first - the second.
+HWY_INLINE hn::Vec<Words> Difference(hn::Vec<Bytes> pairs) {
+#if HWY_ARCH_X86
+  const auto signs = hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(0xFF01)));
+  return SumBytePairs(pairs, signs);
+#else
+  const hn::RebindToUnsigned<Words> d;
+  const auto second = hn::BitCast(Words(), hn::ShiftRight<8>(hn::BitCast(d, pairs)));
+  return hn::Sub(FirstOfPairs(pairs), second);
+#endif
 }
 
 /// A vector of results, in two with 16 bits to a byte.
@@ -155,16 +62,6 @@ struct EvenOdd {
   static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
     return hn::BitCast(Bytes(), hn::Or(lanes.first, hn::ShiftLeft<8>(lanes.second)));
   }
-  static HWY_INLINE hn::Vec<Bytes> JoinLowBytes(Lanes lanes) {
-    return hn::OddEven(hn::BitCast(Bytes(), hn::ShiftLeft<8>(lanes.second)),
-                       hn::BitCast(Bytes(), lanes.first));
-  }
-  static HWY_INLINE Lanes Split(hn::Vec<Bytes> bytes) {
-    const hn::RebindToUnsigned<Words> d;
-    const auto pairs = hn::BitCast(d, bytes);
-    return {hn::BitCast(Words(), hn::And(pairs, hn::Set(d, 255))),
-            hn::BitCast(Words(), hn::ShiftRight<8>(pairs))};
-  }
 };
 
 /// The lower and the upper half of each block.
@@ -173,40 +70,35 @@ struct Halves {
 #if HWY_ARCH_X86
     return PackBlocks(lanes.first, lanes.second);
 #else
-    return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), lanes.second),
-                          hn::BitCast(Bytes(), lanes.first));
+    return JoinLowBytes(lanes);
+#endif
+  }
+  /// From lanes of -128 to 127.
+  static HWY_INLINE hn::Vec<Bytes> JoinSigned(Lanes lanes) {
+#if HWY_ARCH_X86
+    return PackSignedBlocks(lanes.first, lanes.second);
+#else
+    return JoinLowBytes(lanes);
 #endif
   }
   static HWY_INLINE hn::Vec<Bytes> JoinLowBytes(Lanes lanes) {
-    const auto low = hn::Set(Words(), 255);
-    return Join({hn::And(lanes.first, low), hn::And(lanes.second, low)});
+    return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), lanes.second),
+                          hn::BitCast(Bytes(), lanes.first));
   }
-  static HWY_INLINE Lanes Split(hn::Vec<Bytes> bytes) {
-    const auto zero = hn::Zero(Bytes());
-    return {hn::BitCast(Words(), hn::InterleaveLower(Bytes(), bytes, zero)),
-            hn::BitCast(Words(), hn::InterleaveUpper(Bytes(), bytes, zero))};
+  /// first - second.
+  static HWY_INLINE Lanes Subtract(hn::Vec<Bytes> first, hn::Vec<Bytes> second) {
+    const auto low = hn::InterleaveLower(Bytes(), first, second);
+    const auto high = hn::InterleaveUpper(Bytes(), first, second);
+    return {Difference(low), Difference(high)};
   }
 };
 
 template <Reach kReach>
 using LayoutOf = std::conditional_t<kReach == Reach::kFour, EvenOdd, Halves>;
 
-/// base - other.
-HWY_INLINE hn::Vec<Words> Difference(hn::Vec<Bytes> pairs, hn::Vec<Words> base) {
-#if HWY_ARCH_X86
-  (void)base;
-  const auto signs = hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(0xFF01)));
-  return SumBytePairs(pairs, signs);
-#else
-  const hn::RebindToUnsigned<Words> d;
-  return hn::Sub(base, hn::BitCast(Words(), hn::ShiftRight<8>(hn::BitCast(d, pairs))));
-#endif
-}
-
 /// Pairs of base and other, blended.
 HWY_INLINE hn::Vec<Words> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Words> weight) {
-  const auto base = hn::And(hn::BitCast(Words(), pairs), hn::Set(Words(), 255));
-  return hn::Add(base, hn::MulHigh(Difference(pairs, base), weight));
+  return hn::Add(FirstOfPairs(pairs), hn::MulHigh(Difference(pairs), weight));
 }
 
 /// Offsets that one vector of results takes.
@@ -277,9 +169,28 @@ HWY_INLINE void StorePixels(hn::Vec<D> pixels, D d, uint8_t* dest) {
   }
 }
 
-/// Writes a row; `pixels(at)` gives a vector of 4-byte pixels.
+/// Writes a row of at least a vector of 4-byte pixels; `pixels(at)` gives one.
+template <class Pixels>
+HWY_INLINE void StoreVectors(uint8_t* dest, size_t count, const Pixels& pixels) {
+  const Bytes d;
+  const size_t end = count * 4;
+  size_t at = 0;
+  for (; at + 2 * kVectorBytes <= end; at += 2 * kVectorBytes) {
+    hn::StoreU(pixels(at), d, dest + at);
+    hn::StoreU(pixels(at + kVectorBytes), d, dest + at + kVectorBytes);
+  }
+  if (at + kVectorBytes <= end) {
+    hn::StoreU(pixels(at), d, dest + at);
+    at += kVectorBytes;
+  }
+  // The last vector ends with the row.
+  if (at != end) hn::StoreU(pixels(at), d, dest + end - kVectorBytes);
+}
+
+/// The same for a row of any size, and for 3-byte pixels.
 template <size_t kBytes, class Pixels>
 HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
+  if (kBytes == 4 && count >= kVectorPixels) return StoreVectors(dest, count, pixels);
   constexpr size_t kStride = kVectorPixels * kBytes;
   size_t left = count * kBytes;
   size_t at = 0;
@@ -326,13 +237,11 @@ class KeptRows {
       const Bytes d8;
       const Lanes change = {hn::MulHigh(hn::Load(d16, difference + at), weight),
                             hn::MulHigh(hn::Load(d16, difference + at + kVectorBytes / 2), weight)};
-      return hn::Add(hn::Load(d8, base + at), Layout::JoinLowBytes(change));
+      return hn::Add(hn::Load(d8, base + at), Halves::JoinSigned(change));
     });
   }
 
  private:
-  using Layout = LayoutOf<kReach>;
-
   template <class Pixels>
   HWY_INLINE void Emit(uint8_t* dest, const Pixels& pixels) const {
     if (!streams_) return StoreRow<kBytes>(dest, count_, pixels);
@@ -364,13 +273,12 @@ class KeptRows {
     const FilterTable table = table_;  // not to be fetched again after every store
     const size_t end = LaneBytes(count_);
     for (size_t at = 0; at < end; at += kVectorBytes) {
-      const Lanes lanes = BlendAcross<kReach>(table, row, at);
-      hn::Store(Layout::Join(lanes), d8, filled + at);
+      const auto pixels = LayoutOf<kReach>::Join(BlendAcross<kReach>(table, row, at));
+      hn::Store(pixels, d8, filled + at);
       if constexpr (kDifference) {
-        const Lanes above = Layout::Split(hn::Load(d8, upper + at));
-        hn::Store(hn::Sub(lanes.first, above.first), d16, table.difference + at);
-        hn::Store(hn::Sub(lanes.second, above.second), d16,
-                  table.difference + at + kVectorBytes / 2);
+        const Lanes change = Halves::Subtract(pixels, hn::Load(d8, upper + at));
+        hn::Store(change.first, d16, table.difference + at);
+        hn::Store(change.second, d16, table.difference + at + kVectorBytes / 2);
       }
     }
   }
@@ -405,27 +313,38 @@ class BothRows {
     const uint8_t* base_row = lower_is_base ? lower : upper;
     const uint8_t* other_row = lower_is_base ? upper : lower;
     const auto weight = DownWeight(fraction);
-    // The processor does not foresee rows of which few pixels are read. In the second-level cache
-    // that costs less than asking.
-    constexpr int64_t kCached = int64_t{256} << 10;
-    const bool far = (job_.dest_height * job_.step_y >> 16) * job_.source_pitch > kCached;
-    const int64_t next_row = std::min(y + job_.step_y, (job_.dest_height - 1) * job_.step_y) >> 16;
-    const uint8_t* next = far ? job_.source + next_row * job_.source_pitch : nullptr;
-    const int64_t pitch = job_.source_pitch;
-    StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
-      const auto half = [&](size_t number) HWY_ATTR {
-        const Columns<kReach> columns(table, at, number);
-        if (kReach == Reach::kOne && next != nullptr) {
-          hwy::Prefetch(next + columns.load[0]);
-          hwy::Prefetch(next + pitch + columns.load[0]);
-        }
-        return BlendDown(columns.Blend(base_row), columns.Blend(other_row), weight);
-      };
-      return Layout::Join({half(0), half(1)});
-    });
+    if constexpr (kReach == Reach::kOne) {
+      // The processor does not foresee rows of which few pixels are read. In the second-level cache
+      // that costs less than asking.
+      constexpr int64_t kCached = int64_t{256} << 10;
+      if ((job_.dest_height * job_.step_y >> 16) * job_.source_pitch > kCached) {
+        const int64_t next = std::min(y + job_.step_y, (job_.dest_height - 1) * job_.step_y) >> 16;
+        const uint8_t* ahead = job_.source + next * job_.source_pitch;
+        return Blend(base_row, other_row, weight, dest, [=](const uint32_t* load) HWY_ATTR {
+          hwy::Prefetch(ahead + *load);
+          hwy::Prefetch(ahead + job_.source_pitch + *load);
+        });
+      }
+    }
+    Blend(base_row, other_row, weight, dest, [](const uint32_t*) {});
   }
 
  private:
+  /// `before(load)` is called where loading starts.
+  template <class Before>
+  HWY_INLINE void Blend(const uint8_t* base, const uint8_t* other, hn::Vec<Words> weight,
+                        uint8_t* dest, const Before& before) const {
+    const FilterTable table = table_;
+    StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
+      const auto half = [&](size_t number) HWY_ATTR {
+        const Columns<kReach> columns(table, at, number);
+        before(columns.load);
+        return BlendDown(columns.Blend(base), columns.Blend(other), weight);
+      };
+      return LayoutOf<kReach>::Join({half(0), half(1)});
+    });
+  }
+
   const ScaleJob& job_;
   const FilterTable& table_;
   size_t count_;

@@ -143,8 +143,8 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* row, const uint32_t* offset
     return hn::LoadU(d, row + offsets[0]);
   } else {
     const hn::Half<D> half;
-    return hn::Combine(d, LoadBlocks(half, row, offsets + hn::MaxLanes(half) / kBlock),
-                       LoadBlocks(half, row, offsets));
+    return CombineBlocks(LoadBlocks(half, row, offsets + hn::MaxLanes(half) / kBlock),
+                         LoadBlocks(half, row, offsets));
   }
 }
 
@@ -155,8 +155,8 @@ HWY_INLINE hn::Vec<D> LoadHalfBlocks(D d, const uint8_t* row, const uint32_t* of
   if constexpr (hn::MaxLanes(D()) == kBlock) {
     return LoadTwo(row + offsets[0], row + offsets[1]);
   } else {
-    return hn::Combine(d, LoadHalfBlocks(half, row, offsets + hn::MaxLanes(half) / kBlock * 2),
-                       LoadHalfBlocks(half, row, offsets));
+    return CombineBlocks(LoadHalfBlocks(half, row, offsets + hn::MaxLanes(half) / kBlock * 2),
+                         LoadHalfBlocks(half, row, offsets));
   }
 }
 

@@ -160,8 +160,7 @@ constexpr uint32_t kRounder = 0x48400000;
 constexpr uint32_t kRounder2 = 0x484077C0;
 static_assert(static_cast<uint32_t>(kRounder + (kRounder << 8) + (kRounder2 << 16)) == 0);
 
-HWY_INLINE VectorOfWords Divide(const Sums& sums, VectorOfInts scaled_denominator) {
-  const Divider divider(scaled_denominator);
+HWY_INLINE VectorOfWords Divide(const Sums& sums, const Divider& divider) {
   // The alphas' sum times 64 is their quarter times 256; below that stands its fraction.
   const auto alpha = hn::And(hn::BitCast(Words(), sums.alpha), hn::Set(Words(), 0xFF00));
   const auto upper_half = hn::Add(divider.Divide(sums.byte_2, kRounder2), alpha);
@@ -181,7 +180,8 @@ HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper_pixels,
   sums.byte_0 = hn::IfThenElse(transparent, plain.byte_0, sums.byte_0);
   sums.byte_1 = hn::IfThenElse(transparent, plain.byte_1, sums.byte_1);
   sums.byte_2 = hn::IfThenElse(transparent, plain.byte_2, sums.byte_2);
-  return Divide(sums, hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha));
+  return Divide(sums,
+                Divider(hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha)));
 }
 
 /// From the two vectors' pixels in turn to all of the first before all of the second.
@@ -206,27 +206,20 @@ constexpr InOrder MakeBlocksInOrder() {
   return order;
 }
 
-/// Blocks go through two stages, and a block's second stands beside the next one's first: the
-/// processor then has work while it waits for the reciprocal.
-class Block {
- public:
-  HWY_INLINE Block(const uint8_t* upper, const uint8_t* lower)
-      : upper_(upper), lower_(lower), sums_(WeightedSums(RowPairs(upper), RowPairs(lower))) {}
+HWY_INLINE Sums BlockSums(const uint8_t* upper, const uint8_t* lower) {
+  return WeightedSums(RowPairs(upper), RowPairs(lower));
+}
 
-  HWY_INLINE void Finish(uint8_t* dest) const {
-    static constexpr InOrder kInOrder = MakeInOrder();
-    const auto pixels = hn::AllFalse(Ints(), hn::Eq(sums_.alpha, hn::Zero(Ints())))
-                            ? Divide(sums_, sums_.alpha)
-                            : FilterTransparent(upper_, lower_);
-    const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
-    hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
-  }
-
- private:
-  const uint8_t* upper_;
-  const uint8_t* lower_;
-  Sums sums_;
-};
+/// Makes a block's pixels from its sums.
+HWY_INLINE void Finish(const Sums& sums, const Divider& divider, const uint8_t* upper,
+                       const uint8_t* lower, uint8_t* dest) {
+  static constexpr InOrder kInOrder = MakeInOrder();
+  const auto pixels = hn::AllFalse(Ints(), hn::Eq(sums.alpha, hn::Zero(Ints())))
+                          ? Divide(sums, divider)
+                          : FilterTransparent(upper, lower);
+  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
+  hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
+}
 
 /// Whether the four pixels of every destination pixel in a block have one alpha. Their weights then
 /// cancel out: sums of colours times that alpha, over four times the alpha, are quarters of plain
@@ -266,28 +259,42 @@ HWY_INLINE void FilterPlain(const uint8_t* upper, const uint8_t* lower, uint8_t*
 
 void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count) {
   if (count < kBlock) return PlainMipFilter().weighted(upper, lower, dest, count);
+  // In bytes of the destination, of which the sources have twice as many.
+  constexpr size_t kStep = kBlock * 4;
+  const size_t last = (count - kBlock) * 4;
   const auto plain = [=](size_t at)
-                         HWY_ATTR { return HasEqualWeights(upper + at * 8, lower + at * 8); };
-  size_t x = 0;
-  while (count - x >= kBlock) {
-    if (plain(x)) {
-      FilterPlain(upper + x * 8, lower + x * 8, dest + x * 4);
-      x += kBlock;
+                         HWY_ATTR { return HasEqualWeights(upper + at * 2, lower + at * 2); };
+  const auto sums_of = [=](size_t at)
+                           HWY_ATTR { return BlockSums(upper + at * 2, lower + at * 2); };
+  const auto finish = [=](const Sums& sums, const Divider& divider, size_t at) HWY_ATTR {
+    Finish(sums, divider, upper + at * 2, lower + at * 2, dest + at);
+  };
+  size_t at = 0;
+  while (at <= last) {
+    if (plain(at)) {
+      FilterPlain(upper + at * 2, lower + at * 2, dest + at);
+      at += kStep;
       continue;
     }
-    Block block(upper + x * 8, lower + x * 8);
-    for (; count - x >= 2 * kBlock && !plain(x + kBlock); x += kBlock) {
-      const Block next(upper + (x + kBlock) * 8, lower + (x + kBlock) * 8);
-      block.Finish(dest + x * 4);
-      block = next;
+    // A block is finished beside the next one's sums: the processor then has work while it waits
+    // for the reciprocal.
+    Sums sums = sums_of(at);
+    Divider divider(sums.alpha);
+    for (; at + kStep <= last && !plain(at + kStep); at += kStep) {
+      const Sums next = sums_of(at + kStep);
+      const Divider next_divider(next.alpha);
+      finish(sums, divider, at);
+      sums = next;
+      divider = next_divider;
     }
-    block.Finish(dest + x * 4);
-    x += kBlock;
+    finish(sums, divider, at);
+    at += kStep;
   }
-  if (x == count) return;
   // The last block ends with the row, and makes some pixels once more.
-  x = count - kBlock;
-  Block(upper + x * 8, lower + x * 8).Finish(dest + x * 4);
+  if (at != last + kStep) {
+    const Sums sums = sums_of(last);
+    finish(sums, Divider(sums.alpha), last);
+  }
 }
 
 const MipFilter& MipFilterTable() {

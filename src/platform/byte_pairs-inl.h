@@ -40,7 +40,18 @@ HWY_INLINE hw::Vec128<uint8_t> PackBlocks(hw::Vec128<int16_t> first, hw::Vec128<
   return hw::Vec128<uint8_t>{_mm_packus_epi16(first.raw, second.raw)};
 }
 
+/// The same for words of -128 to 127.
+HWY_INLINE hw::Vec128<uint8_t> PackSignedBlocks(hw::Vec128<int16_t> first,
+                                                hw::Vec128<int16_t> second) {
+  return hw::Vec128<uint8_t>{_mm_packs_epi16(first.raw, second.raw)};
+}
+
 #if HWY_TARGET <= HWY_AVX2
+/// As hn::Combine, which first clears what it is about to fill.
+HWY_INLINE hw::Vec256<uint8_t> CombineBlocks(hw::Vec128<uint8_t> upper, hw::Vec128<uint8_t> lower) {
+  return hw::Vec256<uint8_t>{
+      _mm256_inserti128_si256(_mm256_castsi128_si256(lower.raw), upper.raw, 1)};
+}
 HWY_INLINE hw::Vec256<int16_t> SumBytePairs(hw::Vec256<uint8_t> bytes,
                                             hw::Vec256<uint8_t> weights) {
   return hw::Vec256<int16_t>{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
@@ -48,15 +59,26 @@ HWY_INLINE hw::Vec256<int16_t> SumBytePairs(hw::Vec256<uint8_t> bytes,
 HWY_INLINE hw::Vec256<uint8_t> PackBlocks(hw::Vec256<int16_t> first, hw::Vec256<int16_t> second) {
   return hw::Vec256<uint8_t>{_mm256_packus_epi16(first.raw, second.raw)};
 }
+HWY_INLINE hw::Vec256<uint8_t> PackSignedBlocks(hw::Vec256<int16_t> first,
+                                                hw::Vec256<int16_t> second) {
+  return hw::Vec256<uint8_t>{_mm256_packs_epi16(first.raw, second.raw)};
+}
 #endif
 
 #if HWY_TARGET <= HWY_AVX3
+HWY_INLINE hw::Vec512<uint8_t> CombineBlocks(hw::Vec256<uint8_t> upper, hw::Vec256<uint8_t> lower) {
+  return hw::Vec512<uint8_t>{_mm512_inserti32x8(_mm512_castsi256_si512(lower.raw), upper.raw, 1)};
+}
 HWY_INLINE hw::Vec512<int16_t> SumBytePairs(hw::Vec512<uint8_t> bytes,
                                             hw::Vec512<uint8_t> weights) {
   return hw::Vec512<int16_t>{_mm512_maddubs_epi16(bytes.raw, weights.raw)};
 }
 HWY_INLINE hw::Vec512<uint8_t> PackBlocks(hw::Vec512<int16_t> first, hw::Vec512<int16_t> second) {
   return hw::Vec512<uint8_t>{_mm512_packus_epi16(first.raw, second.raw)};
+}
+HWY_INLINE hw::Vec512<uint8_t> PackSignedBlocks(hw::Vec512<int16_t> first,
+                                                hw::Vec512<int16_t> second) {
+  return hw::Vec512<uint8_t>{_mm512_packs_epi16(first.raw, second.raw)};
 }
 #endif
 
