@@ -141,17 +141,6 @@ HWY_INLINE Lanes BlendAcross(const FilterTable& table, const uint8_t* row, size_
   return {Columns<kReach>(table, at, 0).Blend(row), Columns<kReach>(table, at, 1).Blend(row)};
 }
 
-/// The weight of base - other between two rows.
-HWY_INLINE hn::Vec<Words> DownWeight(uint32_t fraction) {
-  return hn::Set(Words(),
-                 static_cast<int16_t>(fraction > 0x8000 ? fraction - 0x10000 : 0 - fraction));
-}
-
-HWY_INLINE hn::Vec<Words> BlendDown(hn::Vec<Words> base, hn::Vec<Words> other,
-                                    hn::Vec<Words> weight) {
-  return hn::Add(base, hn::MulHigh(hn::Sub(base, other), weight));
-}
-
 /// Writes the pixels of a vector: 4 bytes of each, or 3.
 template <size_t kBytes, class D>
 HWY_INLINE void StorePixels(hn::Vec<D> pixels, D d, uint8_t* dest) {
@@ -169,28 +158,21 @@ HWY_INLINE void StorePixels(hn::Vec<D> pixels, D d, uint8_t* dest) {
   }
 }
 
-/// Writes a row of at least a vector of 4-byte pixels; `pixels(at)` gives one.
-template <class Pixels>
-HWY_INLINE void StoreVectors(uint8_t* dest, size_t count, const Pixels& pixels) {
-  const Bytes d;
-  const size_t end = count * 4;
-  size_t at = 0;
-  for (; at + 2 * kVectorBytes <= end; at += 2 * kVectorBytes) {
-    hn::StoreU(pixels(at), d, dest + at);
-    hn::StoreU(pixels(at + kVectorBytes), d, dest + at + kVectorBytes);
-  }
-  if (at + kVectorBytes <= end) {
-    hn::StoreU(pixels(at), d, dest + at);
-    at += kVectorBytes;
-  }
-  // The last vector ends with the row.
-  if (at != end) hn::StoreU(pixels(at), d, dest + end - kVectorBytes);
+/// For a row of at least a vector of 4-byte pixels: calls `make(at, to)` with where each vector's
+/// entries stand in the tables and where its pixels go. The last one ends with the row.
+template <class Make>
+HWY_INLINE void ForEachVector(size_t count, const Make& make) {
+  const size_t last = count * 4 - kVectorBytes;
+  for (size_t at = 0; at < last + kVectorBytes; at += kVectorBytes) make(at, std::min(at, last));
 }
 
-/// The same for a row of any size, and for 3-byte pixels.
+/// Writes a row; `pixels(at)` gives a vector of 4-byte pixels.
 template <size_t kBytes, class Pixels>
 HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
-  if (kBytes == 4 && count >= kVectorPixels) return StoreVectors(dest, count, pixels);
+  if (kBytes == 4 && count >= kVectorPixels) {
+    return ForEachVector(
+        count, [=](size_t at, size_t to) HWY_ATTR { hn::StoreU(pixels(at), Bytes(), dest + to); });
+  }
   constexpr size_t kStride = kVectorPixels * kBytes;
   size_t left = count * kBytes;
   size_t at = 0;
@@ -209,6 +191,8 @@ HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
   }
 }
 
+HWY_INLINE uint32_t FractionOf(int64_t y) { return static_cast<uint32_t>(y & (kOne - 1)); }
+
 /// Blends source rows across once and keeps them while destination rows lie between them.
 template <size_t kBytes, Reach kReach>
 class KeptRows {
@@ -222,26 +206,55 @@ class KeptRows {
   }
 
   void Make(int64_t y, uint8_t* dest) {
-    const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
     const uint8_t* upper = Row(y >> 16, nullptr);
-    if (fraction == 0) {
+    if (FractionOf(y) == 0) {
       return Emit(dest, [=](size_t at) HWY_ATTR { return hn::Load(Bytes(), upper + at); });
     }
-    const uint8_t* lower = Row((y >> 16) + 1, upper);
-    const uint8_t* base = fraction < 0x8000 ? upper : lower;
+    const Between between(y, upper, Row((y >> 16) + 1, upper));
     const int16_t* difference = table_.difference;
-    // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
-    const auto weight = hn::Set(Words(), static_cast<int16_t>(fraction));
-    Emit(dest, [=](size_t at) HWY_ATTR {
-      const Words d16;
-      const Bytes d8;
-      const Lanes change = {hn::MulHigh(hn::Load(d16, difference + at), weight),
-                            hn::MulHigh(hn::Load(d16, difference + at + kVectorBytes / 2), weight)};
-      return hn::Add(hn::Load(d8, base + at), Halves::JoinSigned(change));
+    Emit(dest, [=](size_t at) HWY_ATTR { return between.Blend(Differences(difference, at), at); });
+  }
+
+  /// Two rows that lie between the same two of the source.
+  bool MakeTwo(int64_t y, int64_t next_y, uint8_t* dest) {
+    if (y >> 16 != next_y >> 16 || FractionOf(y) == 0 || streams_) return false;
+    const uint8_t* upper = Row(y >> 16, nullptr);
+    const uint8_t* lower = Row((y >> 16) + 1, upper);
+    const Between first(y, upper, lower);
+    const Between second(next_y, upper, lower);
+    uint8_t* const next = dest + job_.dest_pitch;
+    const int16_t* difference = table_.difference;
+    ForEachVector(count_, [=](size_t at, size_t to) HWY_ATTR {
+      const Lanes differences = Differences(difference, at);
+      hn::StoreU(first.Blend(differences, at), Bytes(), dest + to);
+      hn::StoreU(second.Blend(differences, at), Bytes(), next + to);
     });
+    return true;
   }
 
  private:
+  /// A destination row between two rows of the source.
+  struct Between {
+    HWY_INLINE Between(int64_t y, const uint8_t* upper, const uint8_t* lower)
+        : base(FractionOf(y) < 0x8000 ? upper : lower),
+          weight(hn::Set(Words(), static_cast<int16_t>(FractionOf(y)))) {}
+
+    HWY_INLINE hn::Vec<Bytes> Blend(Lanes difference, size_t at) const {
+      const Lanes change = {hn::MulHigh(difference.first, weight),
+                            hn::MulHigh(difference.second, weight)};
+      return hn::Add(hn::Load(Bytes(), base + at), Halves::JoinSigned(change));
+    }
+
+    const uint8_t* base;
+    // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
+    hn::Vec<Words> weight;
+  };
+
+  static HWY_INLINE Lanes Differences(const int16_t* difference, size_t at) {
+    return {hn::Load(Words(), difference + at),
+            hn::Load(Words(), difference + at + kVectorBytes / 2)};
+  }
+
   template <class Pixels>
   HWY_INLINE void Emit(uint8_t* dest, const Pixels& pixels) const {
     if (!streams_) return StoreRow<kBytes>(dest, count_, pixels);
@@ -291,70 +304,182 @@ class KeptRows {
   int64_t kept_[2] = {-1, -1};
 };
 
-/// Blends two source rows across and down at once: where few rows would serve twice.
+/// A destination row that lies between two of the source, which are blended across and down at
+/// once.
+template <Reach kReach>
+struct RowBetween {
+  HWY_INLINE RowBetween(int64_t y, const uint8_t* upper, const uint8_t* lower) {
+    const uint32_t fraction = FractionOf(y);
+    const bool lower_is_base = fraction > 0x8000;
+    base = lower_is_base ? lower : upper;
+    other = lower_is_base ? upper : lower;
+    weight =
+        hn::Set(Words(), static_cast<int16_t>(lower_is_base ? fraction - 0x10000 : 0 - fraction));
+  }
+
+  HWY_INLINE hn::Vec<Words> Blend(const Columns<kReach>& columns) const {
+    const auto base_words = columns.Blend(base);
+    return hn::Add(base_words, hn::MulHigh(hn::Sub(base_words, columns.Blend(other)), weight));
+  }
+
+  const uint8_t* base;
+  const uint8_t* other;
+  hn::Vec<Words> weight;  // of base - other
+};
+
+struct TwoRows {
+  hn::Vec<Words> row, next_row;
+};
+
+/// Two destination rows of which each lies between two rows of its own.
+template <Reach kReach>
+struct TwoApart {
+  HWY_INLINE TwoRows Blend(const Columns<kReach>& columns) const {
+    return {row.Blend(columns), next_row.Blend(columns)};
+  }
+
+  RowBetween<kReach> row, next_row;
+};
+
+/// Two destination rows between three rows of the source.
+template <Reach kReach>
+struct TwoAmongThree {
+  HWY_INLINE TwoAmongThree(int64_t y, int64_t next_y, const uint8_t* first, int64_t pitch)
+      : rows{first, first + pitch, first + 2 * pitch}, row(y), next_row(next_y) {}
+
+  HWY_INLINE TwoRows Blend(const Columns<kReach>& columns) const {
+    const auto middle = columns.Blend(rows[1]);
+    return {row.Blend(columns.Blend(rows[0]), middle),
+            next_row.Blend(middle, columns.Blend(rows[2]))};
+  }
+
+  /// Which row is the base cannot be told by the order of the loads here.
+  struct Place {
+    HWY_INLINE explicit Place(int64_t y)
+        : lower_is_base(hn::Set(Words(), FractionOf(y) < 0x8000 ? 0 : -1)),
+          weight(hn::Set(Words(), static_cast<int16_t>(FractionOf(y)))) {}
+
+    HWY_INLINE hn::Vec<Words> Blend(hn::Vec<Words> upper, hn::Vec<Words> lower) const {
+      const auto base = hn::IfVecThenElse(lower_is_base, lower, upper);
+      return hn::Add(base, hn::MulHigh(hn::Sub(lower, upper), weight));
+    }
+
+    hn::Vec<Words> lower_is_base;
+    // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
+    hn::Vec<Words> weight;
+  };
+
+  const uint8_t* rows[3];
+  Place row, next_row;
+};
+
+/// Blends source rows across as often as they are needed: where few would serve twice.
 template <size_t kBytes, Reach kReach>
 class BothRows {
  public:
   BothRows(const ScaleJob& job, const FilterTable& table, size_t count)
-      : job_(job), table_(table), count_(count) {}
+      : job_(job),
+        table_(table),
+        count_(count),
+        last_y_((job.dest_height - 1) * job.step_y),
+        far_(kReach == Reach::kOne && (last_y_ >> 16) * job.source_pitch > kCached) {}
 
   void Make(int64_t y, uint8_t* dest) {
-    using Layout = LayoutOf<kReach>;
     const FilterTable table = table_;
-    const auto fraction = static_cast<uint32_t>(y & (kOne - 1));
     const uint8_t* upper = upper_.Get(job_, y >> 16);
-    if (fraction == 0) {
+    if (FractionOf(y) == 0) {
       return StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
-        return Layout::Join(BlendAcross<kReach>(table, upper, at));
+        return LayoutOf<kReach>::Join(BlendAcross<kReach>(table, upper, at));
       });
     }
-    const uint8_t* lower = lower_.Get(job_, (y >> 16) + 1);
-    const bool lower_is_base = fraction > 0x8000;
-    const uint8_t* base_row = lower_is_base ? lower : upper;
-    const uint8_t* other_row = lower_is_base ? upper : lower;
-    const auto weight = DownWeight(fraction);
+    const RowBetween<kReach> row(y, upper, lower_.Get(job_, (y >> 16) + 1));
     if constexpr (kReach == Reach::kOne) {
-      // The processor does not foresee rows of which few pixels are read. In the second-level cache
-      // that costs less than asking.
-      constexpr int64_t kCached = int64_t{256} << 10;
-      if ((job_.dest_height * job_.step_y >> 16) * job_.source_pitch > kCached) {
-        const int64_t next = std::min(y + job_.step_y, (job_.dest_height - 1) * job_.step_y) >> 16;
-        const uint8_t* ahead = job_.source + next * job_.source_pitch;
-        return Blend(base_row, other_row, weight, dest, [=](const uint32_t* load) HWY_ATTR {
+      if (far_) {
+        const uint8_t* ahead =
+            job_.source + (std::min(y + job_.step_y, last_y_) >> 16) * job_.source_pitch;
+        return BlendOne(row, dest, [=, pitch = job_.source_pitch](const uint32_t* load) HWY_ATTR {
           hwy::Prefetch(ahead + *load);
-          hwy::Prefetch(ahead + job_.source_pitch + *load);
+          hwy::Prefetch(ahead + pitch + *load);
         });
       }
     }
-    Blend(base_row, other_row, weight, dest, [](const uint32_t*) {});
+    BlendOne(row, dest, [](const uint32_t*) {});
+  }
+
+  /// Two rows at once share what they take from the tables, and a source row where they can: the
+  /// first is left to be made alone where the second would then share one with the third.
+  bool MakeTwo(int64_t y, int64_t next_y, uint8_t* dest) {
+    if (FractionOf(y) == 0 || FractionOf(next_y) == 0 || far_ ||
+        job_.source_row_bytes < int64_t{kBlock}) {
+      return false;
+    }
+    const int64_t pitch = job_.source_pitch;
+    const uint8_t* upper = job_.source + (y >> 16) * pitch;
+    const uint8_t* next_upper = job_.source + (next_y >> 16) * pitch;
+    if (Share(y, next_y)) {
+      BlendTwo(TwoAmongThree<kReach>(y, next_y, upper, pitch), dest);
+      return true;
+    }
+    const int64_t third_y = next_y + job_.step_y;
+    if (third_y <= last_y_ && Share(next_y, third_y)) return false;
+    BlendTwo(TwoApart<kReach>{{y, upper, upper + pitch}, {next_y, next_upper, next_upper + pitch}},
+             dest);
+    return true;
   }
 
  private:
+  // The processor does not foresee rows of which few pixels are read. In the second-level cache
+  // that costs less than asking.
+  static constexpr int64_t kCached = int64_t{256} << 10;
+
+  static bool Share(int64_t y, int64_t next_y) { return next_y >> 16 == (y >> 16) + 1; }
+
   /// `before(load)` is called where loading starts.
   template <class Before>
-  HWY_INLINE void Blend(const uint8_t* base, const uint8_t* other, hn::Vec<Words> weight,
-                        uint8_t* dest, const Before& before) const {
+  HWY_INLINE void BlendOne(const RowBetween<kReach>& row, uint8_t* dest,
+                           const Before& before) const {
     const FilterTable table = table_;
     StoreRow<kBytes>(dest, count_, [=](size_t at) HWY_ATTR {
-      const auto half = [&](size_t number) HWY_ATTR {
-        const Columns<kReach> columns(table, at, number);
-        before(columns.load);
-        return BlendDown(columns.Blend(base), columns.Blend(other), weight);
-      };
-      return LayoutOf<kReach>::Join({half(0), half(1)});
+      const Columns<kReach> first(table, at, 0);
+      const Columns<kReach> second(table, at, 1);
+      before(first.load);
+      before(second.load);
+      return LayoutOf<kReach>::Join({row.Blend(first), row.Blend(second)});
+    });
+  }
+
+  template <class Two>
+  HWY_INLINE void BlendTwo(const Two& two, uint8_t* dest) const {
+    const FilterTable table = table_;
+    uint8_t* const next = dest + job_.dest_pitch;
+    ForEachVector(count_, [=](size_t at, size_t to) HWY_ATTR {
+      const TwoRows first = two.Blend(Columns<kReach>(table, at, 0));
+      const TwoRows second = two.Blend(Columns<kReach>(table, at, 1));
+      hn::StoreU(LayoutOf<kReach>::Join({first.row, second.row}), Bytes(), dest + to);
+      hn::StoreU(LayoutOf<kReach>::Join({first.next_row, second.next_row}), Bytes(), next + to);
     });
   }
 
   const ScaleJob& job_;
   const FilterTable& table_;
   size_t count_;
+  int64_t last_y_;
+  bool far_;
   SourceRow upper_, lower_;
 };
 
-template <class Rows>
-void FilterRows(const ScaleJob& job, Rows&& rows, uint8_t* dest) {
+/// Two rows at a time share what they take from the tables.
+template <size_t kBytes, class Rows>
+void FilterRows(const ScaleJob& job, Rows&& rows, uint8_t* dest, size_t count) {
+  const bool two = kBytes == 4 && count >= kVectorPixels;
   for (int64_t j = 0; j < job.dest_height; ++j, dest += job.dest_pitch) {
-    rows.Make(j * job.step_y, dest);
+    const int64_t y = j * job.step_y;
+    if (two && j + 1 < job.dest_height && rows.MakeTwo(y, y + job.step_y, dest)) {
+      ++j;
+      dest += job.dest_pitch;
+    } else {
+      rows.Make(y, dest);
+    }
   }
 }
 
@@ -363,9 +488,9 @@ void FilterTile(const ScaleJob& job, const FilterTable& table, int64_t first, si
   FillFilterTable<kBytes, kReach>(job, first, count, table);
   uint8_t* dest = job.dest + first * int64_t{kBytes};
   if (job.step_y <= kOne * 5 / 4) {
-    FilterRows(job, KeptRows<kBytes, kReach>(job, table, count), dest);
+    FilterRows<kBytes>(job, KeptRows<kBytes, kReach>(job, table, count), dest, count);
   } else {
-    FilterRows(job, BothRows<kBytes, kReach>(job, table, count), dest);
+    FilterRows<kBytes>(job, BothRows<kBytes, kReach>(job, table, count), dest, count);
   }
 }
 
