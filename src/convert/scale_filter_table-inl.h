@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Where the bilinear filter finds the neighbours of each column, and how it weighs them: see
-// scale_bilinear.cpp. Included once per target, after hwy/highway.h.
+// scale_filter_blend-inl.h. Included once per target, after hwy/highway.h.
 
 #if defined(ZAV_CONVERT_SCALE_FILTER_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZAV_CONVERT_SCALE_FILTER_TABLE_INL_H_

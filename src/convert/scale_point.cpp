@@ -10,7 +10,7 @@
 #include <hwy/foreach_target.h>
 // After foreach_target, which includes this file once per target.
 #include <hwy/cache_control.h>
-#include "convert/scale_tables-inl.h"
+#include "convert/scale_point_table-inl.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav {
@@ -23,149 +23,6 @@ const ScaleKernel& PointKernel() { return PlainPointKernel(); }
 #else
 
 namespace {
-
-/// How the pixels of a destination row are fetched.
-enum class Fetch {
-  kRow,     // as they stand
-  kTwice,   // every one twice
-  kSecond,  // every second one
-  kFourth,
-  kStride,     // every n-th one
-  kBlock,      // 16 destination bytes from 16 source bytes
-  kHalfBlock,  // 8 from 16
-  kLanes,      // a vector of 4-byte pixels from two
-  kPixel       // singly
-};
-
-constexpr size_t kVectorPixels = kVectorBytes / 4;
-
-/// Whether vectors of 4-byte pixels come from two neighbouring ones of the source. Smaller vectors
-/// have too few pixels for that to pay.
-bool FitsLanes(const ScaleJob& job, size_t count) {
-  const int64_t apart = (int64_t{kVectorPixels - 1} * job.step_x + kOne - 1) >> 16;
-  return kVectorBytes > kBlock && apart < int64_t{2 * kVectorPixels} && count >= kVectorPixels &&
-         job.source_row_bytes >= int64_t{2 * kVectorBytes};
-}
-
-template <size_t kBytes>
-Fetch FetchFor(const ScaleJob& job, size_t count) {
-  const int64_t step = job.step_x;
-  if (step == kOne) return Fetch::kRow;
-  if (kBytes == 4 && step == kOne / 2) return Fetch::kTwice;
-  if (kBytes == 4 && step == 2 * kOne) return Fetch::kSecond;
-  if (kBytes == 4 && step == 4 * kOne) return Fetch::kFourth;
-  if (step < kOne) return Fetch::kBlock;
-  if (kBytes == 4) return FitsLanes(job, count) ? Fetch::kLanes : Fetch::kPixel;
-  // The first and the last pixel of 8 destination bytes are at most this far apart.
-  constexpr int64_t kApart = kBytes == 3 ? 3 : 8 / int64_t{kBytes} - 1;
-  const int64_t source_apart = (kApart * step + kOne - 1) >> 16;
-  if ((source_apart - kApart) * int64_t{kBytes} <= 8) return Fetch::kHalfBlock;
-  return step % kOne == 0 ? Fetch::kStride : Fetch::kPixel;
-}
-
-// In bytes per column: at most a 16-byte shuffle and a 4-byte offset for two pixels.
-using PointRoom = TileRoom<8 + 2 + 4>;
-
-struct PointTable {
-  explicit PointTable(PointRoom& room)
-      : shuffle(room.Take<uint8_t>(8)),
-        load(room.Take<uint32_t>(2)),
-        pixel(room.Take<uint32_t>(4)) {}
-
-  // Lanes and pairs take the place of the shuffles.
-  uint32_t* lanes() const { return reinterpret_cast<uint32_t*>(shuffle); }
-  uint64_t* pairs() const { return reinterpret_cast<uint64_t*>(shuffle); }
-
-  uint8_t* shuffle;
-  uint32_t* load;
-  uint32_t* pixel;  // source offset of each destination pixel
-};
-
-/// The shuffles for `kTaken` destination bytes to a load.
-template <size_t kBytes, size_t kTaken>
-void FillShuffles(const PointTable& table, size_t count, uint32_t last_load) {
-  const size_t bytes = count * kBytes;
-  const size_t whole = bytes / kVectorBytes * kVectorBytes;
-  size_t pixel = 0;
-  uint32_t channel = 0;
-  for (size_t block = 0; block * kTaken < RoundUpTo(bytes, kVectorBytes); ++block) {
-    if (whole != 0 && block * kTaken == whole) {
-      // The last vector ends with the row and repeats bytes of the one before.
-      pixel = (bytes - kVectorBytes) / kBytes;
-      channel = static_cast<uint32_t>((bytes - kVectorBytes) % kBytes);
-    }
-    const size_t slot = kTaken == kBlock ? block : AlternatingSlot(block);
-    // Where the block starts within a pixel that the next one repeats, that is the first byte.
-    const uint32_t start = channel == 0
-                               ? table.pixel[pixel]
-                               : std::min(table.pixel[pixel] + channel, table.pixel[pixel + 1]);
-    const uint32_t load = std::min(start, last_load);
-    table.load[slot] = load;
-    uint8_t* shuffle = table.shuffle + slot * kBlock;
-    std::memset(shuffle + kTaken, 0, kBlock - kTaken);
-    if constexpr (kBytes == 3) {
-      for (size_t i = 0; i < kTaken; ++i) {
-        shuffle[i] = static_cast<uint8_t>(table.pixel[pixel] + channel - load);
-        if (++channel == kBytes) {
-          channel = 0;
-          ++pixel;
-        }
-      }
-    } else {
-      for (size_t i = 0; i < kTaken; i += kBytes, ++pixel) {
-        for (uint32_t k = 0; k < kBytes; ++k) {
-          shuffle[i + k] = static_cast<uint8_t>(table.pixel[pixel] + k - load);
-        }
-      }
-    }
-  }
-}
-
-/// Two offsets in one number, the first in its low half: one load then brings both.
-void FillPairs(const PointTable& table, size_t count) {
-  table.pixel[count] = 0;
-  for (size_t i = 0; i < count; i += 2) {
-    table.pairs()[i / 2] = table.pixel[i] | uint64_t{table.pixel[i + 1]} << 32;
-  }
-}
-
-constexpr uint32_t kSecondVector = 0x80000000;
-
-/// For each vector of pixels where its first source vector lies, and for each pixel the lane and
-/// which of the two vectors it comes from.
-void FillLanes(const ScaleJob& job, const PointTable& table, size_t count) {
-  const auto last_load = static_cast<uint32_t>(job.source_row_bytes - int64_t{2 * kVectorBytes});
-  for (size_t at = 0; at < count; at += kVectorPixels) {
-    // The last vector ends with the row and repeats pixels of the one before.
-    const uint32_t* pixel = table.pixel + std::min(at, count - kVectorPixels);
-    const uint32_t load = std::min(pixel[0], last_load);
-    table.load[at / kVectorPixels] = load;
-    for (size_t i = 0; i < kVectorPixels; ++i) {
-      const uint32_t lane = (pixel[i] - load) / 4;
-      table.lanes()[at + i] = lane < kVectorPixels ? lane : (lane - kVectorPixels) | kSecondVector;
-    }
-  }
-}
-
-template <size_t kBytes>
-void FillPointTable(const ScaleJob& job, Fetch fetch, int64_t first, size_t count,
-                    const PointTable& table) {
-  int64_t x = first * job.step_x;
-  for (size_t i = 0; i < count; ++i, x += job.step_x) {
-    table.pixel[i] = static_cast<uint32_t>(x >> 16) * uint32_t{kBytes};
-  }
-  if (fetch == Fetch::kPixel) return FillPairs(table, count);
-  if (fetch == Fetch::kLanes) return FillLanes(job, table, count);
-  // A row of less than a vector is filled up with its last pixel.
-  std::fill(table.pixel + count, table.pixel + std::max(count, kVectorBytes),
-            table.pixel[count - 1]);
-  const auto last_load = static_cast<uint32_t>(RowBytes(job) - kBlock);
-  if (fetch == Fetch::kBlock) {
-    FillShuffles<kBytes, kBlock>(table, count, last_load);
-  } else {
-    FillShuffles<kBytes, kBlock / 2>(table, count, last_load);
-  }
-}
 
 /// One vector of destination bytes, `at` a multiple of its size.
 template <Fetch kFetch>
@@ -253,26 +110,49 @@ void PointEvery(const uint8_t* from, const uint8_t* next, uint8_t* dest, size_t 
   if (count % kVectorPixels != 0) make(count - kVectorPixels);
 }
 
-/// A vector of pixels from two.
+/// How a vector of pixels is taken from two neighbouring ones of a row.
+class TwoVectors {
+ public:
+  /// Of the tile's columns from `at` on.
+  HWY_INLINE TwoVectors(const PointTable& table, size_t at)
+      : offset_(table.load[at / kVectorPixels]), lanes_(hn::Load(Pixels(), table.lanes() + at)) {}
+
+  HWY_INLINE hn::Vec<Pixels> Take(const uint8_t* row) const {
+    const Pixels d;
+    const hn::RebindToSigned<Pixels> di;
+    const auto indices =
+        hn::IndicesFromVec(d, hn::And(lanes_, hn::Set(d, uint32_t{kVectorPixels - 1})));
+    const uint8_t* from = row + offset_;
+    const auto near = hn::TableLookupLanes(LoadPixels(Bytes(), from), indices);
+    const auto far = hn::TableLookupLanes(LoadPixels(Bytes(), from + kVectorBytes), indices);
+    return hn::BitCast(d, hn::IfNegativeThenElse(hn::BitCast(di, lanes_), hn::BitCast(di, far),
+                                                 hn::BitCast(di, near)));
+  }
+
+ private:
+  uint32_t offset_;
+  hn::Vec<Pixels> lanes_;
+};
+
 void PointLanes(const PointTable& table, const uint8_t* row, size_t first, uint8_t* dest,
                 size_t count) {
-  const Bytes d8;
-  const Pixels d;
-  const hn::RebindToSigned<Pixels> di;
   const auto make = [=](size_t at, size_t to) HWY_ATTR {
-    const uint8_t* from = row + table.load[(first + at) / kVectorPixels];
-    const auto lanes = hn::Load(d, table.lanes() + first + at);
-    const auto indices =
-        hn::IndicesFromVec(d, hn::And(lanes, hn::Set(d, uint32_t{kVectorPixels - 1})));
-    const auto near = hn::TableLookupLanes(LoadPixels(d8, from), indices);
-    const auto far = hn::TableLookupLanes(LoadPixels(d8, from + kVectorBytes), indices);
-    const auto pixels =
-        hn::IfNegativeThenElse(hn::BitCast(di, lanes), hn::BitCast(di, far), hn::BitCast(di, near));
-    StorePixels(hn::BitCast(d, pixels), d, dest + to * 4);
+    StorePixels(TwoVectors(table, first + at).Take(row), Pixels(), dest + to * 4);
   };
   size_t at = 0;
   for (; at + kVectorPixels <= count; at += kVectorPixels) make(at, at);
   if (at != count) make(at, count - kVectorPixels);
+}
+
+/// A whole row and the next one.
+void PointLanesOfTwo(const PointTable& table, const uint8_t* row, const uint8_t* next_row,
+                     uint8_t* dest, uint8_t* next_dest, size_t count) {
+  for (size_t at = 0; at < count; at += kVectorPixels) {
+    const size_t to = std::min(at, count - kVectorPixels) * 4;
+    const TwoVectors vectors(table, at);
+    StorePixels(vectors.Take(row), Pixels(), dest + to);
+    StorePixels(vectors.Take(next_row), Pixels(), next_dest + to);
+  }
 }
 
 /// Every 4-byte pixel twice.
@@ -305,6 +185,12 @@ HWY_INLINE hn::Vec<hn::Half<PixelBlock> > LoadPair(uint64_t pair, const uint8_t*
   return hn::Combine(d32, hn::BitCast(pixel, second), hn::BitCast(pixel, first));
 }
 
+/// Four.
+HWY_INLINE void CopyFour(const uint64_t* pairs, const uint8_t* row, uint8_t* dest) {
+  const PixelBlock d;
+  StorePixels(hn::Combine(d, LoadPair(pairs[1], row), LoadPair(pairs[0], row)), d, dest);
+}
+
 template <size_t kBytes>
 void PointPixels(const uint64_t* pairs, const uint8_t* row, const uint8_t* next, uint8_t* dest,
                  size_t count) {
@@ -313,18 +199,33 @@ void PointPixels(const uint64_t* pairs, const uint8_t* row, const uint8_t* next,
     if constexpr (kBytes == 4) {
       hwy::Prefetch(next + static_cast<uint32_t>(pairs[0]));
       hwy::Prefetch(next + (pairs[2] >> 32));
-      const PixelBlock d;
-      for (size_t half = 0; half < 2; ++half) {
-        StorePixels(
-            hn::Combine(d, LoadPair(pairs[2 * half + 1], row), LoadPair(pairs[2 * half], row)), d,
-            dest + half * kBlock);
-      }
+      CopyFour(pairs, row, dest);
+      CopyFour(pairs + 2, row, dest + kBlock);
     } else {
       for (size_t k = 0; k < 4; ++k) PointPair<kBytes>(pairs[k], row, dest + k * 2 * kBytes);
     }
   }
   for (; i + 2 <= count; i += 2, ++pairs, dest += 2 * kBytes) PointPair<kBytes>(*pairs, row, dest);
   if (i < count) std::memcpy(dest, row + static_cast<uint32_t>(*pairs), kBytes);
+}
+
+/// A whole row of 4-byte pixels and the next one.
+void PointPixelsOfTwo(const uint64_t* pairs, const uint8_t* row, const uint8_t* next_row,
+                      uint8_t* dest, uint8_t* next_dest, size_t count) {
+  size_t i = 0;
+  for (; i + 4 <= count; i += 4, pairs += 2) {
+    const uint64_t both[] = {pairs[0], pairs[1]};  // not to be fetched again after a store
+    CopyFour(both, row, dest + i * 4);
+    CopyFour(both, next_row, next_dest + i * 4);
+  }
+  for (; i + 2 <= count; i += 2, ++pairs) {
+    PointPair<4>(*pairs, row, dest + i * 4);
+    PointPair<4>(*pairs, next_row, next_dest + i * 4);
+  }
+  if (i < count) {
+    std::memcpy(dest + i * 4, row + static_cast<uint32_t>(*pairs), 4);
+    std::memcpy(next_dest + i * 4, next_row + static_cast<uint32_t>(*pairs), 4);
+  }
 }
 
 /// The columns of a tile.
@@ -377,6 +278,19 @@ class PointColumns {
     }
   }
 
+  /// Whether two rows at once are faster: where reading the tables is much of the work.
+  bool TakesTwo() const {
+    return kBytes == 4 && (fetch_ == Fetch::kPixel || fetch_ == Fetch::kLanes);
+  }
+  HWY_INLINE void MakeTwo(const uint8_t* row, const uint8_t* next_row, size_t count, uint8_t* dest,
+                          uint8_t* next_dest) const {
+    if (fetch_ == Fetch::kLanes) {
+      PointLanesOfTwo(table_, row, next_row, dest, next_dest, count);
+    } else {
+      PointPixelsOfTwo(table_.pairs(), row, next_row, dest, next_dest, count);
+    }
+  }
+
  private:
   /// Where the step is whole, or one half: tiles and pieces start at even columns.
   const uint8_t* From(const uint8_t* row, size_t at) const {
@@ -395,6 +309,8 @@ void PointTile(const ScaleJob& job, const PointTable& table, int64_t first, size
   const PointColumns<kBytes> columns(job, table, first, count);
   // Where the source is the larger one, reading it is what takes the time.
   const bool streams = job.step_x < kOne && StreamsRows(job, count);
+  // Where the source is far, the next row is asked for instead.
+  const bool two = columns.TakesTwo() && job.step_y >= kOne && !ReachesFar(job);
   SourceRow source;
   uint8_t* dest = job.dest + first * int64_t{kBytes};
   int64_t made = -1;  // the source row of the destination row above
@@ -409,6 +325,13 @@ void PointTile(const ScaleJob& job, const PointTable& table, int64_t first, size
     made = y;
     const uint8_t* row = source.Get(job, y);
     const uint8_t* next = job.source + next_y * job.source_pitch;
+    if (two && j + 1 < job.dest_height) {
+      columns.MakeTwo(row, next, count, dest, dest + job.dest_pitch);
+      ++j;
+      dest += job.dest_pitch;
+      next_y = std::min(j + 1, job.dest_height - 1) * job.step_y >> 16;
+      continue;
+    }
     if (!streams) {
       columns.Make(row, next, 0, count, dest);
       continue;

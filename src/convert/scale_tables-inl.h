@@ -115,6 +115,13 @@ void ForEachTile(const ScaleJob& job, int64_t columns, const Tile& tile) {
   }
 }
 
+/// Whether the rows that are read lie beyond the second-level cache, so that it pays to ask for the
+/// next one: the processor does not foresee rows of which few pixels are read.
+bool ReachesFar(const ScaleJob& job) {
+  constexpr int64_t kCached = int64_t{256} << 10;
+  return ((job.dest_height - 1) * job.step_y >> 16) * job.source_pitch > kCached;
+}
+
 /// Whether the rows of a tile are streamed.
 bool StreamsRows(const ScaleJob& job, size_t count) {
   return StreamingPays(static_cast<int64_t>(count) * job.bytes, job.dest_height);
