@@ -170,6 +170,13 @@ TEST(JpegFiles, WhatCostsPixelsFailsAndOdditiesDoNot) {
   colorless.insert(colorless.end(), luma.begin(), luma.end());
   colorless.insert(colorless.end(), block.begin() + scan + 12, block.end());
   EXPECT_TRUE(Reads(block) && !Reads(colorless));
+  // A hundred scans are enough for any picture.
+  const Bytes again(colorless.begin() + scan - 2, colorless.end() - 2);
+  Bytes scans = block;
+  for (int count = 2; count <= 101; ++count) {
+    scans.insert(scans.begin() + scan - 2, again.begin(), again.end());
+    EXPECT_EQ(Reads(scans), count <= 100) << count;
+  }
   // Another picture's worth of blocks than there are bits for; nothing is allocated for it.
   Bytes huge = file;
   const auto frame = Segment(file, 0xC0) - file.data();

@@ -100,7 +100,10 @@ TEST(Scale, MatchesThePositionsAtAllRatios) {
     for (int32_t dw = 60; dw <= 92; ++dw) {
       for (const int32_t sw : {5, 17, 61, 91, 150, 2 * dw, 257, 4 * dw, 1021}) {
         CheckEverywhere(sw, 6, dw, 5, dw % 5);
+        // Two destination rows between two source rows, among three, and apart.
         if (dw % 8 == 0) CheckEverywhere(sw, 5, dw, 11, 1);
+        if (dw % 8 == 1) CheckEverywhere(sw, 28, dw, 18, 1);
+        if (dw % 8 == 2) CheckEverywhere(sw, 28, dw, 9, 1);
       }
     }
     for (const int64_t streamed : {1, 0}) {

@@ -35,59 +35,37 @@ using VectorOfInts = hn::Vec<Ints>;
 using VectorOfFloats = hn::Vec<Floats>;
 
 // A block is as many destination pixels as a vector has 32-bit lanes. They are made from two
-// vectors of each source row. Two neighbouring source pixels, 64 bits, make one destination pixel:
-// their channels become pairs of 16-bit numbers, which one instruction multiplies by a pair of
-// weights and adds.
-//
-// The second vector's pairs stand the other way round within 64 bits than the first one's, so that
-// blending the two parts the channels: a plane's pixels are those of the first and second vector
-// in turn or, swapped, those of the second and first.
+// vectors of each source row. Two neighbouring source pixels make one destination pixel: their
+// channels become pairs of 16-bit numbers, which one instruction multiplies by a pair of weights
+// and adds. Such a plane holds two pixels of the first vector and two of the second in turn.
 constexpr size_t kBlock = hn::MaxLanes(Words());
 constexpr size_t kVectorBytes = kBlock * 4;
 
-/// For a vector's 32-bit lanes: which bytes of two pixels make the pair in the even lanes, and
-/// which in the odd ones. 0x80 gives 0.
 struct alignas(16) Pattern {
   uint8_t bytes[16];
 };
-constexpr Pattern PairPattern(size_t even, size_t odd) {
-  Pattern pattern{};
-  for (size_t i = 0; i < 16; ++i) {
-    const size_t channel = i % 8 < 4 ? even : odd;
-    pattern.bytes[i] =
-        static_cast<uint8_t>(i % 2 != 0 ? 0x80 : i / 8 * 8 + (i % 4 == 0 ? 0 : 4) + channel);
-  }
-  return pattern;
-}
-
-template <size_t kEven, size_t kOdd>
-HWY_INLINE VectorOfInts Pairs(hn::Vec<Bytes> pixels) {
-  static constexpr Pattern kPattern = PairPattern(kEven, kOdd);
-  return hn::BitCast(Ints(),
-                     hn::TableLookupBytesOr0(pixels, hn::LoadDup128(Bytes(), kPattern.bytes)));
-}
-
-template <class V>
-HWY_INLINE V SwapPairs(V v) {
-  return hn::Shuffle2301(v);
-}
 
 /// The planes of one source row, as pairs.
 struct RowPairs {
-  VectorOfInts byte_0, byte_1, swapped_byte_2, alpha, swapped_alpha;
+  VectorOfInts byte_0, byte_1, byte_2, alpha;
 
   HWY_INLINE explicit RowPairs(const uint8_t* pixels) {
-    const auto first = hn::LoadU(Bytes(), pixels);
-    const auto second = hn::LoadU(Bytes(), pixels + kVectorBytes);
-    const auto first_0_2 = Pairs<0, 2>(first);
-    const auto second_2_0 = Pairs<2, 0>(second);
-    const auto first_1_alpha = Pairs<1, 3>(first);
-    const auto second_alpha_1 = Pairs<3, 1>(second);
-    byte_0 = hn::OddEven(second_2_0, first_0_2);
-    byte_1 = hn::OddEven(second_alpha_1, first_1_alpha);
-    swapped_byte_2 = hn::OddEven(first_0_2, second_2_0);
-    swapped_alpha = hn::OddEven(first_1_alpha, second_alpha_1);
-    alpha = SwapPairs(swapped_alpha);
+    static constexpr Pattern kByChannel = {{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
+    const auto pattern = hn::LoadDup128(Bytes(), kByChannel.bytes);
+    const auto first = Load(pixels, pattern);
+    const auto second = Load(pixels + kVectorBytes, pattern);
+    const auto bytes_0_1 = hn::BitCast(Bytes(), hn::InterleaveLower(Words(), first, second));
+    const auto bytes_2_alpha = hn::BitCast(Bytes(), hn::InterleaveUpper(Words(), first, second));
+    const auto zero = hn::Zero(Bytes());
+    byte_0 = hn::BitCast(Ints(), hn::InterleaveLower(Bytes(), bytes_0_1, zero));
+    byte_1 = hn::BitCast(Ints(), hn::InterleaveUpper(Bytes(), bytes_0_1, zero));
+    byte_2 = hn::BitCast(Ints(), hn::InterleaveLower(Bytes(), bytes_2_alpha, zero));
+    alpha = hn::BitCast(Ints(), hn::InterleaveUpper(Bytes(), bytes_2_alpha, zero));
+  }
+
+ private:
+  static HWY_INLINE VectorOfWords Load(const uint8_t* pixels, hn::Vec<Bytes> pattern) {
+    return hn::BitCast(Words(), hn::TableLookupBytes(hn::LoadU(Bytes(), pixels), pattern));
   }
 };
 
@@ -107,8 +85,7 @@ HWY_INLINE Sums WeightedSums(const RowPairs& upper, const RowPairs& lower) {
   const auto alphas = hn::Add(upper.alpha, lower.alpha);
   return {hn::Add(AddProducts(upper.byte_0, upper.alpha), AddProducts(lower.byte_0, lower.alpha)),
           hn::Add(AddProducts(upper.byte_1, upper.alpha), AddProducts(lower.byte_1, lower.alpha)),
-          SwapPairs(hn::Add(AddProducts(upper.swapped_byte_2, upper.swapped_alpha),
-                            AddProducts(lower.swapped_byte_2, lower.swapped_alpha))),
+          hn::Add(AddProducts(upper.byte_2, upper.alpha), AddProducts(lower.byte_2, lower.alpha)),
           AddProducts(alphas, hn::Set(Ints(), kScale * 0x10001))};
 }
 
@@ -117,7 +94,7 @@ HWY_INLINE Sums PlainSums(const RowPairs& upper, const RowPairs& lower) {
   const auto ones = hn::Set(Ints(), 0x10001);
   const auto add = [&](VectorOfInts a, VectorOfInts b) { return AddProducts(hn::Add(a, b), ones); };
   return {add(upper.byte_0, lower.byte_0), add(upper.byte_1, lower.byte_1),
-          SwapPairs(add(upper.swapped_byte_2, lower.swapped_byte_2)), hn::Zero(Ints())};
+          add(upper.byte_2, lower.byte_2), hn::Zero(Ints())};
 }
 
 /// The processor's estimate is good to 1.5 * 2^-12; one Newton step squares that.
@@ -184,26 +161,23 @@ HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper_pixels,
                 Divider(hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha)));
 }
 
-/// From the two vectors' pixels in turn to all of the first before all of the second.
+/// From pairs of pixels, one of each vector in turn, to all of the first before all of the second.
 struct InOrder {
   alignas(64) uint32_t lanes[kBlock];
 };
 constexpr InOrder MakeInOrder() {
   InOrder order{};
   for (size_t i = 0; i < kBlock; ++i) {
-    order.lanes[i] = static_cast<uint32_t>(i < kBlock / 2 ? 2 * i : 2 * i - kBlock + 1);
-  }
-  return order;
-}
-
-/// From pairs of pixels, one of each vector in turn.
-constexpr InOrder MakeBlocksInOrder() {
-  InOrder order{};
-  for (size_t i = 0; i < kBlock; ++i) {
     const size_t pair = i / 2 < kBlock / 4 ? i / 2 * 2 : i / 2 * 2 - kBlock / 2 + 1;
     order.lanes[i] = static_cast<uint32_t>(2 * pair + i % 2);
   }
   return order;
+}
+
+HWY_INLINE void StoreInOrder(VectorOfWords pixels, uint8_t* dest) {
+  static constexpr InOrder kInOrder = MakeInOrder();
+  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
+  hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
 }
 
 HWY_INLINE Sums BlockSums(const uint8_t* upper, const uint8_t* lower) {
@@ -213,12 +187,10 @@ HWY_INLINE Sums BlockSums(const uint8_t* upper, const uint8_t* lower) {
 /// Makes a block's pixels from its sums.
 HWY_INLINE void Finish(const Sums& sums, const Divider& divider, const uint8_t* upper,
                        const uint8_t* lower, uint8_t* dest) {
-  static constexpr InOrder kInOrder = MakeInOrder();
   const auto pixels = hn::AllFalse(Ints(), hn::Eq(sums.alpha, hn::Zero(Ints())))
                           ? Divide(sums, divider)
                           : FilterTransparent(upper, lower);
-  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
-  hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
+  StoreInOrder(pixels, dest);
 }
 
 /// Whether the four pixels of every destination pixel in a block have one alpha. Their weights then
@@ -250,11 +222,7 @@ HWY_INLINE void FilterPlain(const uint8_t* upper, const uint8_t* lower, uint8_t*
     };
     return hn::ShiftRight<2>(hn::Add(sum(upper + at), sum(lower + at)));
   };
-  // Blocks of two pixels of the first vector and two of the second.
-  static constexpr InOrder kInOrder = MakeBlocksInOrder();
-  const auto pixels = hn::BitCast(Words(), PackBlocks(quarters(0), quarters(kVectorBytes)));
-  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
-  hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
+  StoreInOrder(hn::BitCast(Words(), PackBlocks(quarters(0), quarters(kVectorBytes))), dest);
 }
 
 void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count) {
