@@ -292,10 +292,8 @@ class BothRows {
   /// Two rows at once share what they take from the tables, and a source row where they can: the
   /// first is left to be made alone where the second would then share one with the third.
   bool MakeTwo(int64_t y, int64_t next_y, uint8_t* dest) {
-    if (FractionOf(y) == 0 || FractionOf(next_y) == 0 || far_ ||
-        job_.source_row_bytes < int64_t{kBlock}) {
-      return false;
-    }
+    // All positions are above the source's last row: there is a row below each, weighed or not.
+    if (far_ || job_.source_row_bytes < int64_t{kBlock}) return false;
     const int64_t pitch = job_.source_pitch;
     const uint8_t* upper = job_.source + (y >> 16) * pitch;
     const uint8_t* next_upper = job_.source + (next_y >> 16) * pitch;

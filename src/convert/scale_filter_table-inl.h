@@ -69,14 +69,12 @@ struct FourColumns {
   VectorOfFour fraction;  ///< how far beyond it, in 65536ths
 };
 
-/// The columns at `x` and at the next three steps; beyond `last_x` there is none.
-HWY_INLINE FourColumns TakeColumns(int64_t x, int64_t step, int64_t last_x) {
+/// The columns at `x` and at the next three steps.
+HWY_INLINE FourColumns TakeColumns(int64_t x, int64_t step) {
   const hn::FixedTag<int64_t, 2> d64;
   const Four d;
-  const auto last = hn::Set(d64, last_x);
-  const auto pair = hn::OddEven(hn::Set(d64, x + step), hn::Set(d64, x));
-  const auto low = hn::Min(pair, last);
-  const auto high = hn::Min(hn::Add(pair, hn::Set(d64, 2 * step)), last);
+  const auto low = hn::OddEven(hn::Set(d64, x + step), hn::Set(d64, x));
+  const auto high = hn::Add(low, hn::Set(d64, 2 * step));
   const auto lanes = [=](auto first, auto second) HWY_ATTR {
     return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
   };
@@ -144,11 +142,11 @@ HWY_INLINE void SetColumns(const FilterTable& table, size_t i, VectorOfFour pair
   }
 }
 
-/// Fills the table's columns from `begin` to `end`, the first of which lies at `x`; beyond `last_x`
-/// none does.
+/// Fills the table's columns from `begin` to `end`, the first of which lies at `x`. Some may lie
+/// beyond the row: their loads do not.
 template <size_t kBytes, Reach kReach>
-HWY_INLINE void FillColumns(const ScaleJob& job, const FilterTable& table, int64_t x,
-                            int64_t last_x, size_t begin, size_t end) {
+HWY_INLINE void FillColumns(const ScaleJob& job, const FilterTable& table, int64_t x, size_t begin,
+                            size_t end) {
   const Four d;
   constexpr size_t kLoadBytes = kReach == Reach::kOne ? kBlock / 2 : kBlock;
   const auto last_load = hn::Set(d, static_cast<uint32_t>(RowBytes(job) - kLoadBytes));
@@ -157,8 +155,8 @@ HWY_INLINE void FillColumns(const ScaleJob& job, const FilterTable& table, int64
   // Where a load's pixel stands in a block of two loads.
   alignas(16) static constexpr uint32_t kStarts[] = {0, 8, 0, 8};
   const auto starts = kReach == Reach::kOne ? hn::Load(d, kStarts) : hn::Zero(d);
-  for (size_t i = begin; i < end; i += 4, x = std::min(x + 4 * job.step_x, last_x)) {
-    const FourColumns columns = TakeColumns(x, job.step_x, last_x);
+  for (size_t i = begin; i < end; i += 4, x += 4 * job.step_x) {
+    const FourColumns columns = TakeColumns(x, job.step_x);
     const auto bytes = hn::Mul(columns.pixel, pixel_bytes);
     const auto loads = hn::Min(FirstOfLoad<kReach>(bytes), last_load);
     SetLoads<kReach>(table, i, loads);
@@ -180,15 +178,14 @@ HWY_INLINE void FillColumns(const ScaleJob& job, const FilterTable& table, int64
 
 template <size_t kBytes, Reach kReach>
 void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTable table) {
-  const int64_t last_x = (first + static_cast<int64_t>(count) - 1) * job.step_x;
   const size_t whole = count / kVectorPixels * kVectorPixels;
-  FillColumns<kBytes, kReach>(job, table, first * job.step_x, last_x, 0, whole);
+  FillColumns<kBytes, kReach>(job, table, first * job.step_x, 0, whole);
   if (whole == count) return;
-  // The last vector ends with the row and repeats pixels of the one before; a row of less than a
-  // vector repeats its last pixel.
+  // The last vector ends with the row and repeats pixels of the one before; of a row of less than a
+  // vector what is made beyond its end is dropped.
   const size_t last = count < kVectorPixels ? 0 : count - kVectorPixels;
-  FillColumns<kBytes, kReach>(job, table, (first + static_cast<int64_t>(last)) * job.step_x, last_x,
-                              whole, whole + kVectorPixels);
+  FillColumns<kBytes, kReach>(job, table, (first + static_cast<int64_t>(last)) * job.step_x, whole,
+                              whole + kVectorPixels);
 }
 
 }  // namespace
