@@ -93,21 +93,38 @@ HWY_INLINE hn::Vec<Pixels> EvenPixels(const uint8_t* from) {
 
 /// Every second or fourth 4-byte pixel. The row holds that many for each, also for the last.
 template <size_t kStride>
+HWY_INLINE hn::Vec<Pixels> EveryPixel(const uint8_t* from) {
+  if constexpr (kStride == 2) return EvenPixels(from);
+  return hn::ConcatEven(Pixels(), EvenPixels(from + 2 * kVectorBytes), EvenPixels(from));
+}
+
+template <size_t kStride>
 void PointEvery(const uint8_t* from, const uint8_t* next, uint8_t* dest, size_t count) {
-  const auto group = [](const uint8_t* first) HWY_ATTR {
-    if constexpr (kStride == 2) return EvenPixels(first);
-    return hn::ConcatEven(Pixels(), EvenPixels(first + 2 * kVectorBytes), EvenPixels(first));
-  };
   const auto make = [&](size_t i) HWY_ATTR {
     if constexpr (kStride == 4) {
       hwy::Prefetch(next + i * 4 * kStride);
       hwy::Prefetch(next + i * 4 * kStride + 2 * kVectorBytes);
     }
-    StorePixels(group(from + i * 4 * kStride), Pixels(), dest + i * 4);
+    StorePixels(EveryPixel<kStride>(from + i * 4 * kStride), Pixels(), dest + i * 4);
   };
   if (count < kVectorPixels) return PointStride<4>(from, 4 * kStride, dest, count);
   for (size_t i = 0; i + kVectorPixels <= count; i += kVectorPixels) make(i);
   if (count % kVectorPixels != 0) make(count - kVectorPixels);
+}
+
+/// A whole row and the next one.
+template <size_t kStride>
+void PointEveryOfTwo(const uint8_t* from, const uint8_t* next_from, uint8_t* dest,
+                     uint8_t* next_dest, size_t count) {
+  if (count < kVectorPixels) {
+    PointStride<4>(from, 4 * kStride, dest, count);
+    return PointStride<4>(next_from, 4 * kStride, next_dest, count);
+  }
+  for (size_t i = 0; i < count; i += kVectorPixels) {
+    const size_t at = std::min(i, count - kVectorPixels) * 4;
+    StorePixels(EveryPixel<kStride>(from + at * kStride), Pixels(), dest + at);
+    StorePixels(EveryPixel<kStride>(next_from + at * kStride), Pixels(), next_dest + at);
+  }
 }
 
 /// How a vector of pixels is taken from two neighbouring ones of a row.
@@ -278,16 +295,23 @@ class PointColumns {
     }
   }
 
-  /// Whether two rows at once are faster: where reading the tables is much of the work.
+  /// Whether two rows at once are faster: where what they share is much of the work.
   bool TakesTwo() const {
-    return kBytes == 4 && (fetch_ == Fetch::kPixel || fetch_ == Fetch::kLanes);
+    return kBytes == 4 && (fetch_ == Fetch::kSecond || fetch_ == Fetch::kFourth ||
+                           fetch_ == Fetch::kLanes || fetch_ == Fetch::kPixel);
   }
-  HWY_INLINE void MakeTwo(const uint8_t* row, const uint8_t* next_row, size_t count, uint8_t* dest,
-                          uint8_t* next_dest) const {
-    if (fetch_ == Fetch::kLanes) {
-      PointLanesOfTwo(table_, row, next_row, dest, next_dest, count);
-    } else {
-      PointPixelsOfTwo(table_.pairs(), row, next_row, dest, next_dest, count);
+
+  void MakeTwo(const uint8_t* row, const uint8_t* next_row, size_t count, uint8_t* dest,
+               uint8_t* next_dest) const {
+    switch (fetch_) {
+      case Fetch::kSecond:
+        return PointEveryOfTwo<2>(From(row, 0), From(next_row, 0), dest, next_dest, count);
+      case Fetch::kFourth:
+        return PointEveryOfTwo<4>(From(row, 0), From(next_row, 0), dest, next_dest, count);
+      case Fetch::kLanes:
+        return PointLanesOfTwo(table_, row, next_row, dest, next_dest, count);
+      default:
+        return PointPixelsOfTwo(table_.pairs(), row, next_row, dest, next_dest, count);
     }
   }
 
