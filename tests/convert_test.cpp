@@ -13,6 +13,7 @@
 #include "convert/pipeline.h"
 #include "convert/stream_copy.h"
 #include "convert/surface.h"
+#include "convert/true_color_rows.h"
 #include "encodings/hicolor.h"
 #include "kinds/mip_level.h"
 #include "support/conversion_check.h"
@@ -60,6 +61,10 @@ void ForEachPair(Body&& body) {
 TEST(Convert, EveryPairAtEqualSize) {
   ForEachVectorTarget([](const VectorTarget& target) {
     SCOPED_TRACE(target.name);
+    const bool shuffles = std::string("SSE4 AVX2").find(target.name) != std::string::npos;
+    EXPECT_TRUE(!shuffles || SelectedTrueColorRows().target == std::string(target.name));
+    const TrueColorRows* streamed = StreamingTrueColorRows();
+    EXPECT_TRUE(streamed == nullptr || streamed->target == std::string(target.name));
     ForEachPair([](int from, int to, int width) {
       const auto shift = static_cast<size_t>(width * 5 % 64);
       for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {
@@ -70,6 +75,25 @@ TEST(Convert, EveryPairAtEqualSize) {
     });
   });
   SetStreamFrom(0);
+}
+
+// A host may give the same buffer twice where no pixel is written before it is read.
+TEST(Convert, SwapsAndNarrowsInPlace) {
+  ForEachVectorTarget([](const VectorTarget& target) {
+    for (int32_t width = 1; width <= 200; ++width) {
+      for (const int to : {ZAV_FMT_RGBA32, ZAV_FMT_RGB24, ZAV_FMT_BGR24}) {
+        Picture picture = NoisePicture(ZAV_FMT_BGRA32, width, 2, 0, 8);
+        Image apart, image;
+        image.source = apart.source = picture.definition;
+        image.dest.format = apart.dest.format = to;
+        ASSERT_EQ(ZAV_CONVERT_RAW(&apart), 1);
+        image.dest.pixels = image.source.pixels;
+        image.dest.pitch = width * BytesPerPixel(to);
+        ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
+        EXPECT_TRUE(SamePicture(image.dest, apart.dest)) << target.name << ", " << width << to;
+      }
+    }
+  });
 }
 
 TEST(Convert, EveryPairScaled) {
