@@ -90,7 +90,8 @@ TEST(Convert, SwapsAndNarrowsInPlace) {
         image.dest.pixels = image.source.pixels;
         image.dest.pitch = width * BytesPerPixel(to);
         ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
-        EXPECT_TRUE(SamePicture(image.dest, apart.dest)) << target.name << ", " << width << to;
+        EXPECT_TRUE(SamePicture(image.dest, apart.dest))
+            << target.name << ", " << width << " to " << to;
       }
     }
   });

@@ -76,6 +76,14 @@ HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
 
 HWY_INLINE uint32_t FractionOf(int64_t y) { return static_cast<uint32_t>(y & (kOne - 1)); }
 
+/// From 0x8000 on the lower row is the base of a row at `y`.
+HWY_INLINE bool LowerIsBase(int64_t y) { return FractionOf(y) >= 0x8000; }
+
+/// The weight of lower - upper: the fraction, or with the lower row as base fraction - 65536.
+HWY_INLINE hn::Vec<Words> DownWeight(int64_t y) {
+  return hn::Set(Words(), static_cast<int16_t>(FractionOf(y)));
+}
+
 /// Blends source rows across once and keeps them while destination rows lie between them.
 template <size_t kBytes, Reach kReach>
 class KeptRows {
@@ -119,8 +127,7 @@ class KeptRows {
   /// A destination row between two rows of the source.
   struct Between {
     HWY_INLINE Between(int64_t y, const uint8_t* upper, const uint8_t* lower)
-        : base(FractionOf(y) < 0x8000 ? upper : lower),
-          weight(hn::Set(Words(), static_cast<int16_t>(FractionOf(y)))) {}
+        : base(LowerIsBase(y) ? lower : upper), weight(DownWeight(y)) {}
 
     HWY_INLINE hn::Vec<Bytes> Blend(Lanes difference, size_t at) const {
       const Lanes change = {hn::MulHigh(difference.first, weight),
@@ -129,7 +136,6 @@ class KeptRows {
     }
 
     const uint8_t* base;
-    // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
     hn::Vec<Words> weight;
   };
 
@@ -187,27 +193,33 @@ class KeptRows {
   int64_t kept_[2] = {-1, -1};
 };
 
-/// A destination row that lies between two of the source, which are blended across and down at
-/// once.
+/// Where a destination row lies between two rows of the source that have been blended across.
+struct Place {
+  HWY_INLINE explicit Place(int64_t y)
+      : lower_is_base(hn::Set(Words(), LowerIsBase(y) ? -1 : 0)), weight(DownWeight(y)) {}
+
+  HWY_INLINE hn::Vec<Words> Blend(hn::Vec<Words> upper, hn::Vec<Words> lower) const {
+    const auto base = hn::IfVecThenElse(lower_is_base, lower, upper);
+    return hn::Add(base, hn::MulHigh(hn::Sub(lower, upper), weight));
+  }
+
+  hn::Vec<Words> lower_is_base;
+  hn::Vec<Words> weight;
+};
+
+/// A destination row between two rows of the source.
 template <Reach kReach>
 struct RowBetween {
-  HWY_INLINE RowBetween(int64_t y, const uint8_t* upper, const uint8_t* lower) {
-    const uint32_t fraction = FractionOf(y);
-    const bool lower_is_base = fraction > 0x8000;
-    base = lower_is_base ? lower : upper;
-    other = lower_is_base ? upper : lower;
-    weight =
-        hn::Set(Words(), static_cast<int16_t>(lower_is_base ? fraction - 0x10000 : 0 - fraction));
-  }
+  HWY_INLINE RowBetween(int64_t y, const uint8_t* upper_row, const uint8_t* lower_row)
+      : upper(upper_row), lower(lower_row), place(y) {}
 
   HWY_INLINE hn::Vec<Words> Blend(const Columns<kReach>& columns) const {
-    const auto base_words = columns.Blend(base);
-    return hn::Add(base_words, hn::MulHigh(hn::Sub(base_words, columns.Blend(other)), weight));
+    return place.Blend(columns.Blend(upper), columns.Blend(lower));
   }
 
-  const uint8_t* base;
-  const uint8_t* other;
-  hn::Vec<Words> weight;  // of base - other
+  const uint8_t* upper;
+  const uint8_t* lower;
+  Place place;
 };
 
 struct TwoRows {
@@ -235,22 +247,6 @@ struct TwoAmongThree {
     return {row.Blend(columns.Blend(rows[0]), middle),
             next_row.Blend(middle, columns.Blend(rows[2]))};
   }
-
-  /// Which row is the base cannot be told by the order of the loads here.
-  struct Place {
-    HWY_INLINE explicit Place(int64_t y)
-        : lower_is_base(hn::Set(Words(), FractionOf(y) < 0x8000 ? 0 : -1)),
-          weight(hn::Set(Words(), static_cast<int16_t>(FractionOf(y)))) {}
-
-    HWY_INLINE hn::Vec<Words> Blend(hn::Vec<Words> upper, hn::Vec<Words> lower) const {
-      const auto base = hn::IfVecThenElse(lower_is_base, lower, upper);
-      return hn::Add(base, hn::MulHigh(hn::Sub(lower, upper), weight));
-    }
-
-    hn::Vec<Words> lower_is_base;
-    // Of lower - upper: the fraction, or with the lower row as base fraction - 65536.
-    hn::Vec<Words> weight;
-  };
 
   const uint8_t* rows[3];
   Place row, next_row;

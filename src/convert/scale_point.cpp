@@ -91,6 +91,13 @@ HWY_INLINE hn::Vec<Pixels> EvenPixels(const uint8_t* from) {
                         LoadPixels(Bytes(), from));
 }
 
+/// Rows that are made together: where each is read, and where it goes.
+template <size_t kRows>
+struct RowSet {
+  const uint8_t* from[kRows];
+  uint8_t* dest[kRows];
+};
+
 /// Every second or fourth 4-byte pixel. The row holds that many for each, also for the last.
 template <size_t kStride>
 HWY_INLINE hn::Vec<Pixels> EveryPixel(const uint8_t* from) {
@@ -98,32 +105,25 @@ HWY_INLINE hn::Vec<Pixels> EveryPixel(const uint8_t* from) {
   return hn::ConcatEven(Pixels(), EvenPixels(from + 2 * kVectorBytes), EvenPixels(from));
 }
 
-template <size_t kStride>
-void PointEvery(const uint8_t* from, const uint8_t* next, uint8_t* dest, size_t count) {
-  const auto make = [&](size_t i) HWY_ATTR {
-    if constexpr (kStride == 4) {
-      hwy::Prefetch(next + i * 4 * kStride);
-      hwy::Prefetch(next + i * 4 * kStride + 2 * kVectorBytes);
-    }
-    StorePixels(EveryPixel<kStride>(from + i * 4 * kStride), Pixels(), dest + i * 4);
-  };
-  if (count < kVectorPixels) return PointStride<4>(from, 4 * kStride, dest, count);
-  for (size_t i = 0; i + kVectorPixels <= count; i += kVectorPixels) make(i);
-  if (count % kVectorPixels != 0) make(count - kVectorPixels);
-}
-
-/// A whole row and the next one.
-template <size_t kStride>
-void PointEveryOfTwo(const uint8_t* from, const uint8_t* next_from, uint8_t* dest,
-                     uint8_t* next_dest, size_t count) {
+/// `next` is where a row made alone asks for the next one.
+template <size_t kStride, size_t kRows>
+void PointEvery(const RowSet<kRows>& given, const uint8_t* next, size_t count) {
+  const RowSet<kRows> rows = given;
   if (count < kVectorPixels) {
-    PointStride<4>(from, 4 * kStride, dest, count);
-    return PointStride<4>(next_from, 4 * kStride, next_dest, count);
+    for (size_t r = 0; r < kRows; ++r) {
+      PointStride<4>(rows.from[r], 4 * kStride, rows.dest[r], count);
+    }
+    return;
   }
   for (size_t i = 0; i < count; i += kVectorPixels) {
     const size_t at = std::min(i, count - kVectorPixels) * 4;
-    StorePixels(EveryPixel<kStride>(from + at * kStride), Pixels(), dest + at);
-    StorePixels(EveryPixel<kStride>(next_from + at * kStride), Pixels(), next_dest + at);
+    if constexpr (kStride == 4 && kRows == 1) {
+      hwy::Prefetch(next + at * kStride);
+      hwy::Prefetch(next + at * kStride + 2 * kVectorBytes);
+    }
+    for (size_t r = 0; r < kRows; ++r) {
+      StorePixels(EveryPixel<kStride>(rows.from[r] + at * kStride), Pixels(), rows.dest[r] + at);
+    }
   }
 }
 
@@ -151,24 +151,15 @@ class TwoVectors {
   hn::Vec<Pixels> lanes_;
 };
 
-void PointLanes(const PointTable& table, const uint8_t* row, size_t first, uint8_t* dest,
-                size_t count) {
-  const auto make = [=](size_t at, size_t to) HWY_ATTR {
-    StorePixels(TwoVectors(table, first + at).Take(row), Pixels(), dest + to * 4);
-  };
-  size_t at = 0;
-  for (; at + kVectorPixels <= count; at += kVectorPixels) make(at, at);
-  if (at != count) make(at, count - kVectorPixels);
-}
-
-/// A whole row and the next one.
-void PointLanesOfTwo(const PointTable& table, const uint8_t* row, const uint8_t* next_row,
-                     uint8_t* dest, uint8_t* next_dest, size_t count) {
+template <size_t kRows>
+void PointLanes(const PointTable& table, const RowSet<kRows>& given, size_t first, size_t count) {
+  const RowSet<kRows> rows = given;
   for (size_t at = 0; at < count; at += kVectorPixels) {
     const size_t to = std::min(at, count - kVectorPixels) * 4;
-    const TwoVectors vectors(table, at);
-    StorePixels(vectors.Take(row), Pixels(), dest + to);
-    StorePixels(vectors.Take(next_row), Pixels(), next_dest + to);
+    const TwoVectors vectors(table, first + at);
+    for (size_t r = 0; r < kRows; ++r) {
+      StorePixels(vectors.Take(rows.from[r]), Pixels(), rows.dest[r] + to);
+    }
   }
 }
 
@@ -208,40 +199,32 @@ HWY_INLINE void CopyFour(const uint64_t* pairs, const uint8_t* row, uint8_t* des
   StorePixels(hn::Combine(d, LoadPair(pairs[1], row), LoadPair(pairs[0], row)), d, dest);
 }
 
-template <size_t kBytes>
-void PointPixels(const uint64_t* pairs, const uint8_t* row, const uint8_t* next, uint8_t* dest,
+/// `next` is the row that a row made alone asks for.
+template <size_t kBytes, size_t kRows>
+void PointPixels(const uint64_t* pairs, const RowSet<kRows>& given, const uint8_t* next,
                  size_t count) {
-  size_t i = 0;
-  for (; i + 8 <= count; i += 8, pairs += 4, dest += 8 * kBytes) {
-    if constexpr (kBytes == 4) {
-      hwy::Prefetch(next + static_cast<uint32_t>(pairs[0]));
-      hwy::Prefetch(next + (pairs[2] >> 32));
-      CopyFour(pairs, row, dest);
-      CopyFour(pairs + 2, row, dest + kBlock);
-    } else {
-      for (size_t k = 0; k < 4; ++k) PointPair<kBytes>(pairs[k], row, dest + k * 2 * kBytes);
-    }
-  }
-  for (; i + 2 <= count; i += 2, ++pairs, dest += 2 * kBytes) PointPair<kBytes>(*pairs, row, dest);
-  if (i < count) std::memcpy(dest, row + static_cast<uint32_t>(*pairs), kBytes);
-}
-
-/// A whole row of 4-byte pixels and the next one.
-void PointPixelsOfTwo(const uint64_t* pairs, const uint8_t* row, const uint8_t* next_row,
-                      uint8_t* dest, uint8_t* next_dest, size_t count) {
+  const RowSet<kRows> rows = given;
   size_t i = 0;
   for (; i + 4 <= count; i += 4, pairs += 2) {
     const uint64_t both[] = {pairs[0], pairs[1]};  // not to be fetched again after a store
-    CopyFour(both, row, dest + i * 4);
-    CopyFour(both, next_row, next_dest + i * 4);
+    if constexpr (kBytes == 4 && kRows == 1) hwy::Prefetch(next + static_cast<uint32_t>(both[0]));
+    for (size_t r = 0; r < kRows; ++r) {
+      uint8_t* dest = rows.dest[r] + i * kBytes;
+      if constexpr (kBytes == 4) {
+        CopyFour(both, rows.from[r], dest);
+      } else {
+        PointPair<kBytes>(both[0], rows.from[r], dest);
+        PointPair<kBytes>(both[1], rows.from[r], dest + 2 * kBytes);
+      }
+    }
   }
   for (; i + 2 <= count; i += 2, ++pairs) {
-    PointPair<4>(*pairs, row, dest + i * 4);
-    PointPair<4>(*pairs, next_row, next_dest + i * 4);
+    for (size_t r = 0; r < kRows; ++r) {
+      PointPair<kBytes>(*pairs, rows.from[r], rows.dest[r] + i * kBytes);
+    }
   }
-  if (i < count) {
-    std::memcpy(dest + i * 4, row + static_cast<uint32_t>(*pairs), 4);
-    std::memcpy(next_dest + i * 4, next_row + static_cast<uint32_t>(*pairs), 4);
+  for (size_t r = 0; r < kRows && i < count; ++r) {
+    std::memcpy(rows.dest[r] + i * kBytes, rows.from[r] + static_cast<uint32_t>(*pairs), kBytes);
   }
 }
 
@@ -261,7 +244,7 @@ class PointColumns {
   }
 
   /// Makes `count` pixels from the column `at` of the tile on: all that are left, or both multiples
-  /// of kPiece. `next` is the source row that will be needed next.
+  /// of kPiecePixels. `next` is the source row that will be needed next.
   HWY_INLINE void Make(const uint8_t* row, const uint8_t* next, size_t at, size_t count,
                        uint8_t* dest) const {
     switch (fetch_) {
@@ -272,10 +255,10 @@ class PointColumns {
         PointTwice(From(row, at), dest, count);
         break;
       case Fetch::kSecond:
-        PointEvery<2>(From(row, at), From(next, at), dest, count);
+        PointEvery<2, 1>({{From(row, at)}, {dest}}, From(next, at), count);
         break;
       case Fetch::kFourth:
-        PointEvery<4>(From(row, at), From(next, at), dest, count);
+        PointEvery<4, 1>({{From(row, at)}, {dest}}, From(next, at), count);
         break;
       case Fetch::kStride:
         PointStride<kBytes>(From(row, at), stride_, dest, count);
@@ -287,10 +270,10 @@ class PointColumns {
         PointBlocks<Fetch::kHalfBlock>(table_, row, at * kBytes, dest, count * kBytes);
         break;
       case Fetch::kLanes:
-        PointLanes(table_, row, at, dest, count);
+        PointLanes<1>(table_, {{row}, {dest}}, at, count);
         break;
       case Fetch::kPixel:
-        PointPixels<kBytes>(table_.pairs() + at / 2, row, next, dest, count);
+        PointPixels<kBytes, 1>(table_.pairs() + at / 2, {{row}, {dest}}, next, count);
         break;
     }
   }
@@ -301,17 +284,19 @@ class PointColumns {
                            fetch_ == Fetch::kLanes || fetch_ == Fetch::kPixel);
   }
 
-  void MakeTwo(const uint8_t* row, const uint8_t* next_row, size_t count, uint8_t* dest,
-               uint8_t* next_dest) const {
+  /// Makes two whole rows.
+  void MakeTwo(const RowSet<2>& rows, size_t count) const {
+    const RowSet<2> begun = {{From(rows.from[0], 0), From(rows.from[1], 0)},
+                             {rows.dest[0], rows.dest[1]}};
     switch (fetch_) {
       case Fetch::kSecond:
-        return PointEveryOfTwo<2>(From(row, 0), From(next_row, 0), dest, next_dest, count);
+        return PointEvery<2>(begun, nullptr, count);
       case Fetch::kFourth:
-        return PointEveryOfTwo<4>(From(row, 0), From(next_row, 0), dest, next_dest, count);
+        return PointEvery<4>(begun, nullptr, count);
       case Fetch::kLanes:
-        return PointLanesOfTwo(table_, row, next_row, dest, next_dest, count);
+        return PointLanes(table_, rows, 0, count);
       default:
-        return PointPixelsOfTwo(table_.pairs(), row, next_row, dest, next_dest, count);
+        return PointPixels<4>(table_.pairs(), rows, nullptr, count);
     }
   }
 
@@ -335,25 +320,25 @@ void PointTile(const ScaleJob& job, const PointTable& table, int64_t first, size
   const bool streams = job.step_x < kOne && StreamsRows(job, count);
   // Where the source is far, the next row is asked for instead.
   const bool two = columns.TakesTwo() && job.step_y >= kOne && !ReachesFar(job);
+  const auto row_of = [&job](int64_t j) {
+    return std::min(j, job.dest_height - 1) * job.step_y >> 16;
+  };
   SourceRow source;
   uint8_t* dest = job.dest + first * int64_t{kBytes};
   int64_t made = -1;  // the source row of the destination row above
-  int64_t y = 0;
-  int64_t next_y;
-  for (int64_t j = 0; j < job.dest_height; ++j, dest += job.dest_pitch, y = next_y) {
-    next_y = std::min(j + 1, job.dest_height - 1) * job.step_y >> 16;
+  for (int64_t j = 0; j < job.dest_height; ++j, dest += job.dest_pitch) {
+    const int64_t y = row_of(j);
     if (y == made && !streams) {
       std::memcpy(dest, dest - job.dest_pitch, count * kBytes);
       continue;
     }
     made = y;
     const uint8_t* row = source.Get(job, y);
-    const uint8_t* next = job.source + next_y * job.source_pitch;
+    const uint8_t* next = job.source + row_of(j + 1) * job.source_pitch;
     if (two && j + 1 < job.dest_height) {
-      columns.MakeTwo(row, next, count, dest, dest + job.dest_pitch);
+      columns.MakeTwo({{row, next}, {dest, dest + job.dest_pitch}}, count);
       ++j;
       dest += job.dest_pitch;
-      next_y = std::min(j + 1, job.dest_height - 1) * job.step_y >> 16;
       continue;
     }
     if (!streams) {
