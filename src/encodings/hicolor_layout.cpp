@@ -12,25 +12,30 @@ namespace {
 
 using Channels = std::array<HicolorChannel, 4>;
 
-HicolorChannel Channel(uint32_t mask, int32_t shift) {
+constexpr int32_t Shift(uint32_t mask) {
+  const auto low = static_cast<uint16_t>(mask);
+  return low == 0 ? 0 : std::countl_zero(low);
+}
+
+constexpr HicolorChannel Channel(uint32_t mask) {
   // The masks are 32-bit fields of which a 16-bit pixel has the low half.
+  const int32_t shift = Shift(mask);
   return {static_cast<uint16_t>(mask), static_cast<uint16_t>(mask & (0xFF00u >> shift)), shift};
 }
 
-/// Blue first, as 32-bit BGRA has them.
-Channels SurfaceChannels(const ZAV_SURFACE& surface) {
-  return {Channel(surface.blue_mask, surface.blue_shift),
-          Channel(surface.green_mask, surface.green_shift),
-          Channel(surface.red_mask, surface.red_shift),
-          Channel(surface.alpha_mask, surface.alpha_shift)};
+/// Of a surface or a format. Blue first, as 32-bit BGRA has them.
+template <class Masks>
+constexpr Channels ChannelsOf(const Masks& masks) {
+  return {Channel(masks.blue_mask), Channel(masks.green_mask), Channel(masks.red_mask),
+          Channel(masks.alpha_mask)};
 }
 
 /// The channel's bits as they stand in a byte.
-uint32_t TopByte(const HicolorChannel& channel) {
+constexpr uint32_t TopByte(const HicolorChannel& channel) {
   return uint32_t{channel.reach} << channel.shift >> 8;
 }
 
-bool FieldsAreApart(const Channels& channels) {
+constexpr bool FieldsAreApart(const Channels& channels) {
   uint32_t taken = 0;
   for (const HicolorChannel& channel : channels) {
     if ((taken & channel.reach) != 0) return false;
@@ -42,7 +47,7 @@ bool FieldsAreApart(const Channels& channels) {
 /// A channel's byte is wanted 2^(8 - shift) times; all are made whole by 2^places, and split into
 /// the weight of the byte and that of the sum of its pair. Byte weights up to 2^6 keep a pair's sum
 /// within 15 bits; sum weights up to 2^14 have a sign bit to spare.
-HicolorProducts Products(const Channels& channels) {
+constexpr HicolorProducts Products(const Channels& channels) {
   HicolorProducts products{FieldsAreApart(channels), 0, 0, 0, 0};
   for (const HicolorChannel& c : channels) {
     if (c.reach != 0) products.places = std::max(products.places, c.shift - 8);
@@ -68,11 +73,62 @@ HicolorProducts Products(const Channels& channels) {
   return products;
 }
 
-HicolorPair Pair(const HicolorChannel& low, const HicolorChannel& high) {
+constexpr HicolorPair Pair(const HicolorChannel& low, const HicolorChannel& high) {
   return {static_cast<uint16_t>(TopByte(low) | TopByte(high) << 8),
           static_cast<uint16_t>(low.shift >= 8 ? 1 << (low.shift - 8) : 0),
           static_cast<uint16_t>(low.shift < 8 ? 1 << (low.shift + 8) : 0),
           static_cast<uint16_t>(1 << high.shift)};
+}
+
+constexpr HicolorLayout Narrowing(Channels channels, ChannelOrder order, int32_t true_color_bytes) {
+  if (order == ChannelOrder::kRedFirst) std::swap(channels[0], channels[2]);
+  if (true_color_bytes == 3) channels[3].reach = 0;
+  HicolorLayout layout{};
+  layout.channels = channels;
+  layout.products = Products(channels);
+  return layout;
+}
+
+constexpr HicolorLayout Widening(const Channels& channels) {
+  HicolorLayout layout{};
+  layout.channels = channels;
+  const auto& [first, second, third, alpha] = channels;
+  if (alpha.mask == 0) {
+    layout.opaque = 255;
+  } else {
+    layout.fill = static_cast<uint8_t>(255 - TopByte(alpha));
+  }
+  layout.pairs = {Pair(first, third), Pair(second, alpha)};
+  return layout;
+}
+
+/// All that conversions to or from one format want.
+struct FormatLayouts {
+  explicit constexpr FormatLayouts(const FormatRow& row) : widening(Widening(ChannelsOf(row))) {
+    for (const ChannelOrder order : {ChannelOrder::kRedFirst, ChannelOrder::kBlueFirst}) {
+      for (const int32_t bytes : {3, 4}) {
+        narrowing[Order(order)][bytes == 4] = Narrowing(ChannelsOf(row), order, bytes);
+      }
+    }
+  }
+  static constexpr size_t Order(ChannelOrder order) { return static_cast<size_t>(order); }
+
+  HicolorLayout widening;
+  HicolorLayout narrowing[2][2];
+};
+
+// The formats whose masks are fixed. What they want is worked out beforehand: for small pictures it
+// would take a tenth of the time.
+constexpr FormatLayouts kFixed[] = {
+    FormatLayouts(Format(ZAV_FMT_RGB565)), FormatLayouts(Format(ZAV_FMT_RGB555)),
+    FormatLayouts(Format(ZAV_FMT_ARGB4444)), FormatLayouts(Format(ZAV_FMT_ARGB1555))};
+static_assert(ZAV_FMT_RGB555 == ZAV_FMT_RGB565 + 1 && ZAV_FMT_ARGB4444 == ZAV_FMT_RGB565 + 2 &&
+              ZAV_FMT_ARGB1555 == ZAV_FMT_RGB565 + 3);
+
+/// Null where the surface has masks of its own.
+const FormatLayouts* FixedLayouts(const ZAV_SURFACE& surface) {
+  const bool fixed = surface.format >= ZAV_FMT_RGB565 && surface.format <= ZAV_FMT_ARGB1555;
+  return fixed ? &kFixed[surface.format - ZAV_FMT_RGB565] : nullptr;
 }
 
 }  // namespace
@@ -91,33 +147,18 @@ void PrepareHicolorMasks(ZAV_SURFACE& surface) {
   surface.blue_shift = DeriveShift(surface.blue_mask);
 }
 
-int32_t DeriveShift(uint32_t mask) {
-  const auto low = static_cast<uint16_t>(mask);
-  return low == 0 ? 0 : std::countl_zero(low);
-}
+int32_t DeriveShift(uint32_t mask) { return Shift(mask); }
 
 HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,
                               int32_t true_color_bytes) {
-  HicolorLayout layout{};
-  Channels& channels = layout.channels;
-  channels = SurfaceChannels(surface);
-  if (order == ChannelOrder::kRedFirst) std::swap(channels[0], channels[2]);
-  if (true_color_bytes == 3) channels[3].reach = 0;
-  layout.products = Products(channels);
-  return layout;
+  const FormatLayouts* fixed = FixedLayouts(surface);
+  if (fixed != nullptr) return fixed->narrowing[fixed->Order(order)][true_color_bytes == 4];
+  return Narrowing(ChannelsOf(surface), order, true_color_bytes);
 }
 
 HicolorLayout WideningLayout(const ZAV_SURFACE& surface) {
-  HicolorLayout layout{};
-  layout.channels = SurfaceChannels(surface);
-  const auto& [first, second, third, alpha] = layout.channels;
-  if (alpha.mask == 0) {
-    layout.opaque = 255;
-  } else {
-    layout.fill = static_cast<uint8_t>(255 - TopByte(alpha));
-  }
-  layout.pairs = {Pair(first, third), Pair(second, alpha)};
-  return layout;
+  const FormatLayouts* fixed = FixedLayouts(surface);
+  return fixed != nullptr ? fixed->widening : Widening(ChannelsOf(surface));
 }
 
 }  // namespace zav
