@@ -74,7 +74,7 @@ HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
   }
 }
 
-HWY_INLINE uint32_t FractionOf(int64_t y) { return static_cast<uint32_t>(y & (kOne - 1)); }
+HWY_INLINE uint32_t FractionOf(int64_t y) { return static_cast<uint32_t>(y & (kOnePixel - 1)); }
 
 /// From 0x8000 on the lower row is the base of a row at `y`.
 HWY_INLINE bool LowerIsBase(int64_t y) { return FractionOf(y) >= 0x8000; }
@@ -210,16 +210,20 @@ struct Place {
 /// A destination row between two rows of the source.
 template <Reach kReach>
 struct RowBetween {
-  HWY_INLINE RowBetween(int64_t y, const uint8_t* upper_row, const uint8_t* lower_row)
-      : upper(upper_row), lower(lower_row), place(y) {}
+  HWY_INLINE RowBetween(int64_t y, const uint8_t* upper, const uint8_t* lower)
+      : base(LowerIsBase(y) ? lower : upper),
+        other(LowerIsBase(y) ? upper : lower),
+        weight(hn::Set(Words(),
+                       static_cast<int16_t>(LowerIsBase(y) ? FractionOf(y) : 0 - FractionOf(y)))) {}
 
   HWY_INLINE hn::Vec<Words> Blend(const Columns<kReach>& columns) const {
-    return place.Blend(columns.Blend(upper), columns.Blend(lower));
+    const auto nearer = columns.Blend(base);
+    return hn::Add(nearer, hn::MulHigh(hn::Sub(nearer, columns.Blend(other)), weight));
   }
 
-  const uint8_t* upper;
-  const uint8_t* lower;
-  Place place;
+  const uint8_t* base;
+  const uint8_t* other;
+  hn::Vec<Words> weight;  ///< of base - other, as between columns
 };
 
 struct TwoRows {
@@ -360,7 +364,7 @@ template <size_t kBytes, Reach kReach>
 void FilterTile(const ScaleJob& job, const FilterTable& table, int64_t first, size_t count) {
   FillFilterTable<kBytes, kReach>(job, first, count, table);
   uint8_t* dest = job.dest + first * int64_t{kBytes};
-  if (job.step_y <= kOne * 5 / 4) {
+  if (job.step_y <= kOnePixel * 5 / 4) {
     FilterRows<kBytes>(job, KeptRows<kBytes, kReach>(job, table, count), dest, count);
   } else {
     FilterRows<kBytes>(job, BothRows<kBytes, kReach>(job, table, count), dest, count);

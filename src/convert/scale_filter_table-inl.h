@@ -31,7 +31,7 @@ constexpr size_t kPixelsOfLoad = kReach == Reach::kFour  ? 4
 
 Reach ReachFor(const ScaleJob& job) {
   const auto within = [&](int64_t pixels) {
-    const int64_t apart = ((pixels - 1) * job.step_x + kOne - 1) >> 16;
+    const int64_t apart = ((pixels - 1) * job.step_x + kOnePixel - 1) >> 16;
     return (apart + 2) * job.bytes <= int64_t{kBlock};
   };
   return within(4) ? Reach::kFour : within(2) ? Reach::kTwo : Reach::kOne;
@@ -69,18 +69,30 @@ struct FourColumns {
   VectorOfFour fraction;  ///< how far beyond it, in 65536ths
 };
 
-/// The columns at `x` and at the next three steps.
-HWY_INLINE FourColumns TakeColumns(int64_t x, int64_t step) {
-  const hn::FixedTag<int64_t, 2> d64;
-  const Four d;
-  const auto low = hn::OddEven(hn::Set(d64, x + step), hn::Set(d64, x));
-  const auto high = hn::Add(low, hn::Set(d64, 2 * step));
-  const auto lanes = [=](auto first, auto second) HWY_ATTR {
-    return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
-  };
-  return {lanes(hn::ShiftRight<16>(low), hn::ShiftRight<16>(high)),
-          hn::And(lanes(low, high), hn::Set(d, 0xFFFF))};
-}
+/// Walks over the columns, four at a time.
+class ColumnWalk {
+ public:
+  /// The first column lies at `x`.
+  HWY_INLINE ColumnWalk(int64_t x, int64_t step)
+      : low_(hn::OddEven(hn::Set(Wide(), x + step), hn::Set(Wide(), x))),
+        two_steps_(hn::Set(Wide(), 2 * step)) {}
+
+  HWY_INLINE FourColumns Next() {
+    const Four d;
+    const auto lanes = [=](auto first, auto second) HWY_ATTR {
+      return hn::ConcatEven(d, hn::BitCast(d, second), hn::BitCast(d, first));
+    };
+    const auto high = hn::Add(low_, two_steps_);
+    const FourColumns columns = {lanes(hn::ShiftRight<16>(low_), hn::ShiftRight<16>(high)),
+                                 hn::And(lanes(low_, high), hn::Set(d, 0xFFFF))};
+    low_ = hn::Add(high, two_steps_);
+    return columns;
+  }
+
+ private:
+  using Wide = hn::FixedTag<int64_t, 2>;
+  hn::Vec<Wide> low_, two_steps_;
+};
 
 /// What each lane's load starts at, where the load starts with the first pixel that it serves.
 template <Reach kReach>
@@ -93,18 +105,20 @@ HWY_INLINE VectorOfFour FirstOfLoad(VectorOfFour bytes) {
 /// Stores the offsets of the loads, one to a lane.
 template <Reach kReach>
 HWY_INLINE void SetLoads(const FilterTable& table, size_t i, VectorOfFour loads) {
-  alignas(16) uint32_t lanes[4];
-  hn::Store(loads, Four(), lanes);
   if constexpr (kReach == Reach::kFour) {
-    table.load[i / 4] = lanes[0];
+    table.load[i / 4] = hn::GetLane(loads);
   } else {
-    for (size_t k = 0; k < 4; k += 2) {
-      const size_t block = AlternatingSlot((i + k) / 2);
-      if constexpr (kReach == Reach::kTwo) {
-        table.load[block] = lanes[k];
-      } else {
-        std::memcpy(table.load + 2 * block, lanes + k, 8);
-      }
+    const hn::Half<Four> pair;
+    const auto first = hn::LowerHalf(pair, loads);
+    const auto second = hn::UpperHalf(pair, loads);
+    const size_t first_slot = AlternatingSlot(i / 2);
+    const size_t second_slot = AlternatingSlot(i / 2 + 1);
+    if constexpr (kReach == Reach::kTwo) {
+      table.load[first_slot] = hn::GetLane(first);
+      table.load[second_slot] = hn::GetLane(second);
+    } else {
+      hn::StoreU(first, pair, table.load + 2 * first_slot);
+      hn::StoreU(second, pair, table.load + 2 * second_slot);
     }
   }
 }
@@ -142,6 +156,11 @@ HWY_INLINE void SetColumns(const FilterTable& table, size_t i, VectorOfFour pair
   }
 }
 
+/// The lower half of each lane in both.
+HWY_INLINE VectorOfFour Twice(VectorOfFour halves) {
+  return hn::Or(halves, hn::ShiftLeft<16>(halves));
+}
+
 /// Fills the table's columns from `begin` to `end`, the first of which lies at `x`. Some may lie
 /// beyond the row: their loads do not.
 template <size_t kBytes, Reach kReach>
@@ -151,28 +170,30 @@ HWY_INLINE void FillColumns(const ScaleJob& job, const FilterTable& table, int64
   constexpr size_t kLoadBytes = kReach == Reach::kOne ? kBlock / 2 : kBlock;
   const auto last_load = hn::Set(d, static_cast<uint32_t>(RowBytes(job) - kLoadBytes));
   const auto pixel_bytes = hn::Set(d, uint32_t{kBytes});
-  const auto twice = hn::Set(d, 0x10001);
   // Where a load's pixel stands in a block of two loads.
   alignas(16) static constexpr uint32_t kStarts[] = {0, 8, 0, 8};
   const auto starts = kReach == Reach::kOne ? hn::Load(d, kStarts) : hn::Zero(d);
-  for (size_t i = begin; i < end; i += 4, x += 4 * job.step_x) {
-    const FourColumns columns = TakeColumns(x, job.step_x);
-    const auto bytes = hn::Mul(columns.pixel, pixel_bytes);
+  ColumnWalk walk(x, job.step_x);
+  for (size_t i = begin; i < end; i += 4) {
+    const FourColumns columns = walk.Next();
+    const auto bytes = kBytes == 4 ? hn::ShiftLeft<2>(columns.pixel)
+                                   : hn::Add(columns.pixel, hn::Add(columns.pixel, columns.pixel));
     const auto loads = hn::Min(FirstOfLoad<kReach>(bytes), last_load);
     SetLoads<kReach>(table, i, loads);
     const auto left = hn::Add(hn::Sub(bytes, loads), starts);
     const auto right = hn::Add(left, pixel_bytes);
     // Without branches: the nearer neighbour, which is the base, changes all the time. The weight
     // of base - other is -fraction, or with the right pixel as base fraction - 65536.
-    const auto to_right = hn::Gt(columns.fraction, hn::Set(d, 0x8000));
+    const hn::RebindToSigned<Four> di;
+    const auto to_right =
+        hn::RebindMask(d, hn::Gt(hn::BitCast(di, columns.fraction), hn::Set(di, 0x8000)));
     const auto base = hn::IfThenElse(to_right, right, left);
     const auto other = hn::IfThenElse(to_right, left, right);
     const auto pair = hn::Or(base, hn::ShiftLeft<8>(other));
     const auto weight =
         hn::IfThenElse(to_right, columns.fraction, hn::Sub(hn::Zero(d), columns.fraction));
     const auto weight_word = hn::And(weight, hn::Set(d, 0xFFFF));
-    SetColumns<kReach>(table, i, hn::Mul(pair, twice),
-                       hn::Or(weight_word, hn::ShiftLeft<16>(weight_word)));
+    SetColumns<kReach>(table, i, Twice(pair), Twice(weight_word));
   }
 }
 

@@ -28,7 +28,7 @@ namespace {
 template <Fetch kFetch>
 HWY_INLINE hn::Vec<Bytes> PointVector(const PointTable& table, const uint8_t* row, size_t at) {
   const Bytes d;
-  if constexpr (kFetch == Fetch::kBlock) {
+  if constexpr (kFetch == Fetch::kWholeBlock) {
     return hn::TableLookupBytes(LoadBlocks(d, row, table.load + at / kBlock),
                                 hn::Load(d, table.shuffle + at));
   } else {
@@ -238,7 +238,7 @@ class PointColumns {
         stride_(static_cast<size_t>(job.step_x >> 16) * kBytes),
         start_(first * job.step_x >> 16),
         step_(job.step_x) {
-    const bool by_table = fetch_ == Fetch::kBlock || fetch_ == Fetch::kHalfBlock ||
+    const bool by_table = fetch_ == Fetch::kWholeBlock || fetch_ == Fetch::kHalfBlock ||
                           fetch_ == Fetch::kLanes || fetch_ == Fetch::kPixel;
     if (by_table) FillPointTable<kBytes>(job, fetch_, first, count, table);
   }
@@ -263,8 +263,8 @@ class PointColumns {
       case Fetch::kStride:
         PointStride<kBytes>(From(row, at), stride_, dest, count);
         break;
-      case Fetch::kBlock:
-        PointBlocks<Fetch::kBlock>(table_, row, at * kBytes, dest, count * kBytes);
+      case Fetch::kWholeBlock:
+        PointBlocks<Fetch::kWholeBlock>(table_, row, at * kBytes, dest, count * kBytes);
         break;
       case Fetch::kHalfBlock:
         PointBlocks<Fetch::kHalfBlock>(table_, row, at * kBytes, dest, count * kBytes);
@@ -317,9 +317,9 @@ template <size_t kBytes>
 void PointTile(const ScaleJob& job, const PointTable& table, int64_t first, size_t count) {
   const PointColumns<kBytes> columns(job, table, first, count);
   // Where the source is the larger one, reading it is what takes the time.
-  const bool streams = job.step_x < kOne && StreamsRows(job, count);
+  const bool streams = job.step_x < kOnePixel && StreamsRows(job, count);
   // Where the source is far, the next row is asked for instead.
-  const bool two = columns.TakesTwo() && job.step_y >= kOne && !ReachesFar(job);
+  const bool two = columns.TakesTwo() && job.step_y >= kOnePixel && !ReachesFar(job);
   const auto row_of = [&job](int64_t j) {
     return std::min(j, job.dest_height - 1) * job.step_y >> 16;
   };

@@ -26,11 +26,11 @@ enum class Fetch {
   kTwice,   // every one twice
   kSecond,  // every second one
   kFourth,
-  kStride,     // every n-th one
-  kBlock,      // 16 destination bytes from 16 source bytes
-  kHalfBlock,  // 8 from 16
-  kLanes,      // a vector of 4-byte pixels from two
-  kPixel       // singly
+  kStride,      // every n-th one
+  kWholeBlock,  // 16 destination bytes from 16 source bytes
+  kHalfBlock,   // 8 from 16
+  kLanes,       // a vector of 4-byte pixels from two
+  kPixel        // singly
 };
 
 constexpr size_t kVectorPixels = kVectorBytes / 4;
@@ -38,7 +38,7 @@ constexpr size_t kVectorPixels = kVectorBytes / 4;
 /// Whether vectors of 4-byte pixels come from two neighbouring ones of the source. Smaller vectors
 /// have too few pixels for that to pay.
 bool FitsLanes(const ScaleJob& job, size_t count) {
-  const int64_t apart = (int64_t{kVectorPixels - 1} * job.step_x + kOne - 1) >> 16;
+  const int64_t apart = (int64_t{kVectorPixels - 1} * job.step_x + kOnePixel - 1) >> 16;
   return kVectorBytes > kBlock && apart < int64_t{2 * kVectorPixels} && count >= kVectorPixels &&
          job.source_row_bytes >= int64_t{2 * kVectorBytes};
 }
@@ -46,17 +46,17 @@ bool FitsLanes(const ScaleJob& job, size_t count) {
 template <size_t kBytes>
 Fetch FetchFor(const ScaleJob& job, size_t count) {
   const int64_t step = job.step_x;
-  if (step == kOne) return Fetch::kRow;
-  if (kBytes == 4 && step == kOne / 2) return Fetch::kTwice;
-  if (kBytes == 4 && step == 2 * kOne) return Fetch::kSecond;
-  if (kBytes == 4 && step == 4 * kOne) return Fetch::kFourth;
-  if (step < kOne) return Fetch::kBlock;
+  if (step == kOnePixel) return Fetch::kRow;
+  if (kBytes == 4 && step == kOnePixel / 2) return Fetch::kTwice;
+  if (kBytes == 4 && step == 2 * kOnePixel) return Fetch::kSecond;
+  if (kBytes == 4 && step == 4 * kOnePixel) return Fetch::kFourth;
+  if (step < kOnePixel) return Fetch::kWholeBlock;
   if (kBytes == 4) return FitsLanes(job, count) ? Fetch::kLanes : Fetch::kPixel;
   // The first and the last pixel of 8 destination bytes are at most this far apart.
   constexpr int64_t kApart = kBytes == 3 ? 3 : 8 / int64_t{kBytes} - 1;
-  const int64_t source_apart = (kApart * step + kOne - 1) >> 16;
+  const int64_t source_apart = (kApart * step + kOnePixel - 1) >> 16;
   if ((source_apart - kApart) * int64_t{kBytes} <= 8) return Fetch::kHalfBlock;
-  return step % kOne == 0 ? Fetch::kStride : Fetch::kPixel;
+  return step % kOnePixel == 0 ? Fetch::kStride : Fetch::kPixel;
 }
 
 // In bytes per column: at most a 16-byte shuffle and a 4-byte offset for two pixels.
@@ -117,11 +117,13 @@ void FillShuffles(const PointTable& table, size_t count, uint32_t last_load) {
   }
 }
 
-/// Two offsets in one number, the first in its low half: one load then brings both.
-void FillPairs(const PointTable& table, size_t count) {
-  table.pixel[count] = 0;
-  for (size_t i = 0; i < count; i += 2) {
-    table.pairs()[i / 2] = table.pixel[i] | uint64_t{table.pixel[i + 1]} << 32;
+/// Two offsets in one number, the first in its low half: one load then brings both. The last one of
+/// an odd number of columns is not used.
+template <size_t kBytes>
+void FillPairs(const PointTable& table, uint64_t x, uint64_t step, size_t count) {
+  uint64_t* pairs = table.pairs();
+  for (size_t i = 0; i < count; i += 2, x += 2 * step) {
+    pairs[i / 2] = ((x >> 16) | (x + step) >> 16 << 32) * kBytes;
   }
 }
 
@@ -138,7 +140,8 @@ void FillLanes(const ScaleJob& job, const PointTable& table, size_t count) {
     table.load[at / kVectorPixels] = load;
     for (size_t i = 0; i < kVectorPixels; ++i) {
       const uint32_t lane = (pixel[i] - load) / 4;
-      table.lanes()[at + i] = lane < kVectorPixels ? lane : (lane - kVectorPixels) | kSecondVector;
+      table.lanes()[at + i] =
+          lane < kVectorPixels ? lane : (lane - uint32_t{kVectorPixels}) | kSecondVector;
     }
   }
 }
@@ -147,16 +150,19 @@ template <size_t kBytes>
 void FillPointTable(const ScaleJob& job, Fetch fetch, int64_t first, size_t count,
                     const PointTable& table) {
   int64_t x = first * job.step_x;
+  if (fetch == Fetch::kPixel) {
+    return FillPairs<kBytes>(table, static_cast<uint64_t>(x), static_cast<uint64_t>(job.step_x),
+                             count);
+  }
   for (size_t i = 0; i < count; ++i, x += job.step_x) {
     table.pixel[i] = static_cast<uint32_t>(x >> 16) * uint32_t{kBytes};
   }
-  if (fetch == Fetch::kPixel) return FillPairs(table, count);
   if (fetch == Fetch::kLanes) return FillLanes(job, table, count);
   // A row of less than a vector is filled up with its last pixel.
   std::fill(table.pixel + count, table.pixel + std::max(count, kVectorBytes),
             table.pixel[count - 1]);
   const auto last_load = static_cast<uint32_t>(RowBytes(job) - kBlock);
-  if (fetch == Fetch::kBlock) {
+  if (fetch == Fetch::kWholeBlock) {
     FillShuffles<kBytes, kBlock>(table, count, last_load);
   } else {
     FillShuffles<kBytes, kBlock / 2>(table, count, last_load);

@@ -47,7 +47,7 @@ using Words = hn::ScalableTag<int16_t>;
 constexpr size_t kVectorBytes = HWY_LANES(uint8_t);
 constexpr size_t kBlock = 16;  // bytes of a load
 constexpr size_t kVectorBlocks = kVectorBytes / kBlock;
-constexpr int64_t kOne = 0x10000;
+constexpr int64_t kOnePixel = 0x10000;
 
 /// A row of at least kBlock readable bytes.
 class SourceRow {
@@ -157,10 +157,15 @@ HWY_INLINE hn::Vec<D> LoadBlocks(D d, const uint8_t* row, const uint32_t* offset
 
 /// The same, each block from two loads of 8 bytes.
 template <class D>
-HWY_INLINE hn::Vec<D> LoadHalfBlocks(D d, const uint8_t* row, const uint32_t* offsets) {
-  const hn::Half<D> half;
+HWY_INLINE hn::Vec<D> LoadHalfBlocks([[maybe_unused]] D d, const uint8_t* row,
+                                     const uint32_t* offsets) {
+  [[maybe_unused]] const hn::Half<D> half;
   if constexpr (hn::MaxLanes(D()) == kBlock) {
+#if HWY_ARCH_X86
     return LoadTwo(row + offsets[0], row + offsets[1]);
+#else
+    return hn::Combine(d, hn::LoadU(half, row + offsets[1]), hn::LoadU(half, row + offsets[0]));
+#endif
   } else {
     return CombineBlocks(LoadHalfBlocks(half, row, offsets + hn::MaxLanes(half) / kBlock * 2),
                          LoadHalfBlocks(half, row, offsets));
