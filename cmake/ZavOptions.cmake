@@ -15,7 +15,8 @@ if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
 endif()
 
 # Highway's targets: the plain code serves machines below SSE4, and the AVX-512 variants that only
-# add instructions which no kernel uses are left out.
+# add instructions which no kernel uses are left out. So are vectors whose size is not known when
+# compiling: the kernels keep vectors in structures. ARM machines that have them have NEON too.
 add_library(zav_vector INTERFACE)
 set(ZAV_PRIVATE_LIBRARIES "")
 set(ZAV_HAVE_HIGHWAY FALSE)
@@ -26,7 +27,7 @@ if(ZAV_VECTOR)
     list(APPEND ZAV_PRIVATE_LIBRARIES hwy::hwy)
     target_link_libraries(zav_vector INTERFACE hwy::hwy)
     target_compile_definitions(zav_vector INTERFACE ZAV_HAVE_HIGHWAY
-      HWY_DISABLED_TARGETS=HWY_SSSE3|HWY_AVX3_DL)
+      HWY_DISABLED_TARGETS=HWY_SSSE3|HWY_AVX3_DL|HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128|HWY_RVV)
   endif()
 endif()
 if(ZAV_HAVE_HIGHWAY)

@@ -24,11 +24,11 @@ class AlphaFit {
   using M = typename L::M;
 
  public:
-  explicit AlphaFit(const V* pairs) : pairs_(pairs) {}
+  explicit AlphaFit(const V* pairs)
+      : pairs_(pairs), best_{L::Set(0), L::Set(0), L::Set(0), L::Set(0), L::Set(0x7FFFFFFF)} {}
 
   AlphaBlock<L> Run() {
     FindExtent();
-    best_ = AlphaBlock<L>{L::Set(0), L::Set(0), L::Set(0), L::Set(0), L::Set(0x7FFFFFFF)};
     V low = low_, high = high_;
     Assign(low, high);
     if (L::AllZero(best_.error)) return best_;

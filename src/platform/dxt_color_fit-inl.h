@@ -19,10 +19,13 @@
 //   Quotient(a, b) = a / b for 0 <= a and 0 < b as single precision floats, truncated: conversion
 //   and division are correctly rounded everywhere, and so as repeatable as the integers.
 
+// GCC compiles implicit constructors outside of the instruction set, so these have their own.
+
 /// The 16 pixels of each lane's block, row by row.
 template <typename L>
 struct BlockPixels {
   using V = typename L::V;
+  BlockPixels() {}
   V green_blue[16];  ///< green | blue << 16
   V red[16];
   V alpha[16];
@@ -33,6 +36,7 @@ struct BlockPixels {
 template <typename L>
 struct ColorEnds {
   using V = typename L::V;
+  ColorEnds() {}
   V red[2], green[2], blue[2];
 };
 
@@ -260,16 +264,14 @@ class ColorFit {
       sum = L::Add(sum, line.beyond[2]);
       squares = L::Add(squares, L::Mul(L::Set(5), line.beyond[2]));
     }
-    Equations e;
-    e.b = squares;
-    e.c = L::Sub(L::Mul(steps, sum), squares);
-    e.a = L::Sub(L::Sub(L::Mul(L::Set(kSteps * kSteps), colors_.count), L::Mul(steps, sum)), e.c);
-    e.determinant = L::Sub(L::Mul(e.a, e.b), L::Mul(e.c, e.c));
-    e.singular = L::Eq(e.determinant, L::Set(0));
+    const V c = L::Sub(L::Mul(steps, sum), squares);
+    const V a =
+        L::Sub(L::Sub(L::Mul(L::Set(kSteps * kSteps), colors_.count), L::Mul(steps, sum)), c);
+    const V determinant = L::Sub(L::Mul(a, squares), L::Mul(c, c));
+    const M singular = L::Eq(determinant, L::Set(0));
     // All pixels at one step: both ends become their mean.
     const V mean = L::Max(L::Mul(steps, colors_.count), L::Set(1));
-    e.determinant = L::Select(e.singular, mean, e.determinant);
-    return e;
+    return {a, squares, c, L::Select(singular, mean, determinant), singular};
   }
 
   /// The ends that suit the assignment best; kept when they are the best so far.
