@@ -73,6 +73,7 @@ function(zav_target_defaults target)
   target_compile_features(${target} PRIVATE cxx_std_20)
   set_target_properties(${target} PROPERTIES CXX_EXTENSIONS OFF
     CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
+  target_compile_definitions(${target} PRIVATE _FILE_OFFSET_BITS=64)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wconversion)
   if(ZAV_TRACE)
     target_compile_definitions(${target} PRIVATE ZAV_TRACE)

@@ -90,7 +90,7 @@ inline void Repeat32(uint8_t* out, uint64_t distance, uint32_t length) {
     for (int32_t i = 0; i < 32; i += 8) StoreLe64(out + i, word);
     return;
   }
-  const Period& period = kPeriods[std::min<uint64_t>(distance, 8)];
+  const Period& period = kPeriods[static_cast<size_t>(std::min<uint64_t>(distance, 8))];
   StoreLe64(out, (LoadLe64(out - distance) & period.mask) * period.factor);
   const uint64_t back = distance < 8 ? period.multiple : distance;
   StoreLe64(out + 8, LoadLe64(out + 8 - back));
@@ -171,7 +171,7 @@ class Decoder {
 
 /// Repeats what lies `distance` bytes back.
 bool Decoder::Copy(uint32_t distance, int64_t length) {
-  if (length > end_ - out_ || distance > out_ - dest_) return false;
+  if (length > end_ - out_ || int64_t{distance} > out_ - dest_) return false;
   uint8_t* const stop = out_ + length;
   if (distance == 1) {
     std::memset(out_, out_[-1], static_cast<size_t>(length));
