@@ -115,8 +115,9 @@ TEST(PictureFiles, FailedSavesKeepTheFile) {
   const Picture wide = NoisePicture(ZAV_FMT_BGR24, 65536, 1, 0, 1);
   EXPECT_TRUE(refused(wide.definition, ZAV_SAVE_TGA24));
   EXPECT_TRUE(refused(NoisePicture(ZAV_FMT_BGR24, 1, 65536, 0, 1).definition, ZAV_SAVE_TGA24));
+  EXPECT_TRUE(refused(wide.definition, ZAV_SAVE_JPEG + 80));
   TakeTraces();
-  for (long type : {0L, 7L, 99L, 201L, -1L, LONG_MAX, LONG_MIN, (1L << 32) + 2}) {
+  for (long type : {0L, 7L, 99L, 201L, -1L, LONG_MAX, LONG_MIN, LONG_MAX / 2 + 3}) {
     EXPECT_TRUE(refused(wide.definition, type)) << type;
     EXPECT_EQ(TakeTraces(), std::vector<std::string>{"ZAV_ERR: Unsupported SaveType\n"});
   }

@@ -29,8 +29,16 @@ const DecodedForm& FormFor(int32_t format) {
   return *form;
 }
 
+/// Made with its first bytes: what cannot be encoded must not cost an existing file its own.
+struct LateFile {
+  const char* path;
+  OutputFile file{};
+};
+
 bool WriteToFile(void* context, const uint8_t* bytes, int64_t count) {
-  return static_cast<OutputFile*>(context)->Write(bytes, count);
+  auto* late = static_cast<LateFile*>(context);
+  if (!late->file.is_open() && !late->file.Open(late->path)) return false;
+  return late->file.Write(bytes, count);
 }
 
 }  // namespace
@@ -60,8 +68,6 @@ bool JpegRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
 }
 
 bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality, bool half_width_color) {
-  // Converted before the file is made: a picture that cannot be must not cost an existing file its
-  // bytes.
   ScopedConverter picture;
   picture.source = Borrow(converter.source);
   ZAV_SURFACE& dest = picture.dest;
@@ -69,9 +75,8 @@ bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality, bool
   dest.width = converter.source.width;
   dest.height = converter.source.height;
   if (!ConvertSurface(picture)) return false;
-  OutputFile file(path);
-  return file.is_open() &&
-         EncodeJpeg({dest.pixels, dest.width, dest.height, dest.pitch, JpegOrder::kBgr},
+  LateFile file{path};
+  return EncodeJpeg({dest.pixels, dest.width, dest.height, dest.pitch, JpegOrder::kBgr},
                     half_width_color ? JpegSampling::k2x1 : JpegSampling::k2x2, quality,
                     {WriteToFile, &file});
 }
