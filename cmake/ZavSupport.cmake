@@ -14,4 +14,4 @@ set_source_files_properties(${PROJECT_SOURCE_DIR}/tests/support/plain_packer.cpp
 add_library(zav_support STATIC ${ZAV_SUPPORT_SOURCES})
 zav_target_defaults(zav_support)
 target_include_directories(zav_support PUBLIC ${PROJECT_SOURCE_DIR}/tests ${PROJECT_SOURCE_DIR}/src)
-target_link_libraries(zav_support PUBLIC zav_static zav_vector)
+target_link_libraries(zav_support PUBLIC zav_static zav_vector zav_jpeg)

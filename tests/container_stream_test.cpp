@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "base/endian.h"
 #include "container/layer_dispatch.h"
 #include "support/container_files.h"
 #include "support/page_end_buffer.h"
@@ -22,7 +23,7 @@ Bytes Join(std::initializer_list<Bytes> parts) {
 Bytes Record(uint8_t kind, uint32_t size) {
   Bytes record(size, 0);
   record[0] = kind;
-  std::memcpy(&record[1], &size, 4);
+  StoreLe32(&record[1], size);
   return record;
 }
 
@@ -96,7 +97,7 @@ TEST(ContainerStream, ReadsHeadersOfTheKindThatIsExpected) {
 TEST(ContainerStream, FailedSkipsMoveOn) {
   for (const uint32_t size : {0u, 4u, 24u, 0x80000000u, 0xFFFFFFFFu}) {
     Bytes record = Record(3, 23);
-    std::memcpy(&record[1], &size, 4);
+    StoreLe32(&record[1], size);
     record[5] = 9;
     Reader stream(Join({record}));
     EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1) << size;

@@ -101,19 +101,17 @@ TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
   ForEachVectorTarget([&](const VectorTarget& target) {
     SCOPED_TRACE(target.name);
     plain_ran |= target.bit == 0;
-    // Highway's baseline, which has no vectors, is served by the plain code.
-    const std::string name = target.name;
-    const bool vectors = target.bit != 0 && name != "SCALAR" && name != "EMU128";
-    const int64_t bit = vectors ? target.bit : 0;
+    const int64_t bit = HasVectors(target) ? target.bit : 0;
     for (const uint32_t processor : {0u, +kProcessorMmx, kProcessorMmx | kProcessorSse}) {
       SelectHicolorVariant(processor);
       SetStreamFrom(1);
+      const bool streams = bit != 0 && StreamingPays(262, 5);
       // All but the last are those that variants are for.
       for (const int32_t format :
            {ZAV_FMT_RGB565, ZAV_FMT_RGB555, ZAV_FMT_CUSTOM16_2, ZAV_FMT_ARGB4444}) {
         CheckConversion(picture, Wanted(picture.definition, format, 1));
         const bool fastest = format == ZAV_FMT_ARGB4444 || (processor & kProcessorSse) != 0;
-        expect_run(fastest || processor != 0 ? bit : 0, fastest && vectors);
+        expect_run(fastest || processor != 0 ? bit : 0, fastest && streams);
       }
       SetStreamFrom(INT64_MAX);
       CheckConversion(words, Wanted(words.definition, ZAV_FMT_BGRA32, 0));

@@ -148,9 +148,11 @@ std::vector<std::pair<int, ZAV_LAYER>> EveryKindAndLayer() {
   for (const int kind : {ZAV_LAYER_DXT1, ZAV_LAYER_DXT4, ZAV_LAYER_DXT5}) {
     for (const int packed : {0, 1}) all.emplace_back(ZAV_REC_IMAGE, Layer(kind, {packed}));
   }
+#ifdef ZAV_HAVE_JPEG
   for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
     all.emplace_back(ZAV_REC_IMAGE, Layer(kind, {0, 20}));
   }
+#endif
   for (const int kind : {ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP}) {
     for (const ZAV_LAYER& layer : kLayers) all.emplace_back(kind, layer);
   }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <string>
 
 #include "convert/surface.h"
@@ -50,7 +51,7 @@ Bytes PlainLevel(const ZAV_GFXDEF& source, int32_t width, int32_t height) {
       for (size_t c = 0; c < 4; ++c)
         made[c] = static_cast<uint8_t>(2 * (made[c] / 4 + other[c] / 4));
     }
-    level.insert(level.end(), made.begin(), made.end());
+    std::copy(made.begin(), made.end(), std::back_inserter(level));
   }
   return level;
 }

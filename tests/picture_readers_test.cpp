@@ -261,8 +261,7 @@ std::vector<std::pair<Reader, Bytes>> Files(std::initializer_list<int32_t> width
 
 TEST(PictureReaders, WholeFiles) {
   ForEachVectorTarget([](const VectorTarget& target) {
-    const bool shuffles = std::string("SSE4 AVX2 AVX3").find(target.name) != std::string::npos;
-    EXPECT_STREQ(SelectedPlaneRows().target, shuffles ? target.name : "plain");
+    EXPECT_STREQ(SelectedPlaneRows().target, HasVectors(target) ? target.name : "plain");
     for (const auto& [reader, file] :
          Files({1, 2, 3, 4, 5, 6, 8, 9, 15, 16, 17, 31, 32, 33, 47, 63, 64, 65, 96, 129, 200})) {
       ASSERT_TRUE(reader.plain(file, 0).read);
@@ -319,6 +318,7 @@ TEST(PictureReaders, FailedAllocationsFailTheRead) {
 // A header, or rows that share a terminator, may announce two gigabytes. That is a picture of
 // zeros, but not one that is paid for before somebody looks at it.
 TEST(PictureReaders, AnnouncedPixelsCostNothing) {
+  if (sizeof(void*) < 8) GTEST_SKIP() << "no room for two such pictures";
   Image tga, sgi;
   ASSERT_TRUE(tga.Read("x.tga", TgaStart(10, 32, 32767, 16384, 0)));
   EXPECT_EQ(tga.source.pixels[int64_t{32767} * 16384 * 4 - 1], 0);

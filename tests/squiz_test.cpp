@@ -184,7 +184,7 @@ TEST(Squiz, RecordsAreThoseOfHand) {
   int written_ones = 0;
   Random random(1);
   for (uint64_t seed = 1; seed < 700; ++seed) {
-    const int size = std::array{8, 8, 1, 3, 16, 255}[seed % 6];
+    const int size = std::array{8, 8, 1, 3, 16, 255}[static_cast<size_t>(seed % 6)];
     const int32_t width = 1 + static_cast<int32_t>(random.Below(seed % 7 == 0 ? 500 : 90));
     const int32_t height = 1 + static_cast<int32_t>(random.Below(40));
     const bool palettized = seed % 2 == 0;
@@ -193,7 +193,7 @@ TEST(Squiz, RecordsAreThoseOfHand) {
     const PlainSquiz plain(picture.definition, size);
     // The last layer takes whole blocks of 4 x 4 pixels only.
     const size_t usable = layers.size() - (size % 4 == 0 ? 0 : 1);
-    const ZAV_LAYER& layer = seed % 5 == 0 ? layers[seed / 5 % usable]
+    const ZAV_LAYER& layer = seed % 5 == 0 ? layers[static_cast<size_t>(seed / 5) % usable]
                              : palettized  ? kPal8
                                            : kTrue32;
     SCOPED_TRACE(testing::Message() << width << " x " << height << " in " << size);
