@@ -61,10 +61,9 @@ void ForEachPair(Body&& body) {
 TEST(Convert, EveryPairAtEqualSize) {
   ForEachVectorTarget([](const VectorTarget& target) {
     SCOPED_TRACE(target.name);
-    const bool shuffles = std::string("SSE4 AVX2").find(target.name) != std::string::npos;
-    EXPECT_TRUE(!shuffles || SelectedTrueColorRows().target == std::string(target.name));
-    const TrueColorRows* streamed = StreamingTrueColorRows();
-    EXPECT_TRUE(streamed == nullptr || streamed->target == std::string(target.name));
+    const char* expected = HasVectors(target) ? target.name : "plain";
+    EXPECT_STREQ(SelectedTrueColor().rows.target, expected);
+    EXPECT_STREQ(SelectedTrueColor().streaming.target, expected);
     ForEachPair([](int from, int to, int width) {
       const auto shift = static_cast<size_t>(width * 5 % 64);
       for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {

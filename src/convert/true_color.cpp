@@ -14,9 +14,8 @@ using PixelRowOf = PixelRow TrueColorRows::*;
 using PaletteRowOf = PaletteRow TrueColorRows::*;
 
 void Shuffle(const Rows& rows, PixelRowOf row) {
-  const PixelRow any = SelectedTrueColorRows().*row;
-  const TrueColorRows* streaming = StreamingTrueColorRows();
-  WalkRows(rows, any, streaming != nullptr ? streaming->*row : any);
+  const TrueColorTables& tables = SelectedTrueColor();
+  WalkRows(rows, tables.rows.*row, tables.streaming.*row);
 }
 
 bool Shuffle(const ZAV_CONVERTER& converter, PixelRowOf row) {
@@ -26,15 +25,13 @@ bool Shuffle(const ZAV_CONVERTER& converter, PixelRowOf row) {
 
 bool Lookup(const ZAV_CONVERTER& converter, const uint8_t* palette, PaletteRowOf row) {
   if (palette == nullptr) return false;
-  const PaletteRow any = SelectedTrueColorRows().*row;
-  const TrueColorRows* streaming = StreamingTrueColorRows();
+  const TrueColorTables& tables = SelectedTrueColor();
   const auto with_palette = [palette](PaletteRow lookup) {
     return [=](const uint8_t* source, uint8_t* dest, size_t count) {
       lookup(source, palette, dest, count);
     };
   };
-  WalkRows(Rows(converter), with_palette(any),
-           with_palette(streaming != nullptr ? streaming->*row : any));
+  WalkRows(Rows(converter), with_palette(tables.rows.*row), with_palette(tables.streaming.*row));
   return true;
 }
 
@@ -42,8 +39,8 @@ bool Lookup(const ZAV_CONVERTER& converter, const uint8_t* palette, PaletteRowOf
 bool SwappedLookup(const ZAV_CONVERTER& converter, PaletteRowOf row) {
   if (converter.source.palette == nullptr) return false;
   std::array<uint8_t, ZAV_PALETTE_BYTES> swapped;
-  SelectedTrueColorRows().swap_red_blue_32(converter.source.palette, swapped.data(),
-                                           swapped.size() / 4);
+  SelectedTrueColor().rows.swap_red_blue_32(converter.source.palette, swapped.data(),
+                                            swapped.size() / 4);
   return Lookup(converter, swapped.data(), row);
 }
 

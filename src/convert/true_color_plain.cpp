@@ -49,6 +49,9 @@ constexpr TrueColorRows kPlain = {
 
 }  // namespace
 
-const TrueColorRows& PlainTrueColorRows() { return kPlain; }
+const TrueColorTables& PlainTrueColor() {
+  static constexpr TrueColorTables kTables = {kPlain, kPlain};
+  return kTables;
+}
 
 }  // namespace zav

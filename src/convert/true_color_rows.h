@@ -26,20 +26,17 @@ struct TrueColorRows {
   PaletteRow lookup_24;  ///< entry bytes 0 to 2
 };
 
-/// What a vector target has: rows for any picture, and streaming ones (see below).
+/// Rows for any picture, and streaming ones (convert/stream_copy.h). Those take what StreamRow
+/// gives them: a destination that starts a cache line, a multiple of 64 pixels, not in place, and
+/// at least one more source pixel on both sides.
 struct TrueColorTables {
   TrueColorRows rows, streaming;
 };
 
-/// The reference: one pixel at a time.
-const TrueColorRows& PlainTrueColorRows();
+/// The reference: one pixel at a time, ordinary stores.
+const TrueColorTables& PlainTrueColor();
 
-/// The fastest for this processor, or the one that a test forced (platform/vector_target.h).
-const TrueColorRows& SelectedTrueColorRows();
-
-/// The selected target's streaming row functions (convert/stream_copy.h), or null. They take what
-/// StreamRow gives them: a destination that starts a cache line, a multiple of 64 pixels, not in
-/// place, and at least one more source pixel on both sides.
-const TrueColorRows* StreamingTrueColorRows();
+/// The fastest for this processor, or the ones that a test forced (platform/vector_target.h).
+const TrueColorTables& SelectedTrueColor();
 
 }  // namespace zav

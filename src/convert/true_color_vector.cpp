@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include "convert/true_color_rows.h"
+#include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
@@ -10,7 +11,6 @@
 #include <hwy/highway.h>
 
 #include "convert/true_color_blocks-inl.h"
-#include "platform/vector_target.h"
 
 HWY_BEFORE_NAMESPACE();
 namespace zav {
@@ -19,7 +19,7 @@ namespace HWY_NAMESPACE {
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
 // Without an instruction that shuffles bytes there is nothing to gain.
-const TrueColorTables* Tables() { return nullptr; }
+const TrueColorTables& TrueColorTable() { return PlainTrueColor(); }
 
 #else
 
@@ -39,7 +39,7 @@ size_t SwapVectors32(const uint8_t* source, uint8_t* dest, size_t first, size_t 
 void SwapRow32(const uint8_t* source, uint8_t* dest, size_t count) {
   size_t done = SwapVectors32<kVectorBytes>(source, dest, 0, count);
   done = SwapVectors32<16>(source, dest, done, count);
-  PlainTrueColorRows().swap_red_blue_32(source + done * 4, dest + done * 4, count - done);
+  PlainTrueColor().rows.swap_red_blue_32(source + done * 4, dest + done * 4, count - done);
 }
 
 // --- 24-bit swap ---------------------------------------------------------------------------------
@@ -87,7 +87,7 @@ size_t SwapVectors24(const uint8_t* source, uint8_t* dest, size_t first, size_t 
 }
 
 void SwapRow24(const uint8_t* source, uint8_t* dest, size_t count) {
-  const auto plain = PlainTrueColorRows().swap_red_blue_24;
+  const auto plain = PlainTrueColor().rows.swap_red_blue_24;
   if (count < 2) return plain(source, dest, count);
   plain(source, dest, 1);  // the loads begin two bytes early, and end two late
   size_t done = SwapVectors24<kVectorBytes>(source, dest, 1, count - 1);
@@ -115,8 +115,8 @@ void Row(const uint8_t* source, uint8_t* dest, size_t count) {
                                             : RunBlocks(Wide(), source, dest, count);
   if (left == 0) return;
   const size_t done = count - left;
-  (PlainTrueColorRows().*kPlain)(source + done * Wide::kSourceBytes, dest + done * Wide::kDestBytes,
-                                 left);
+  (PlainTrueColor().rows.*kPlain)(source + done * Wide::kSourceBytes,
+                                  dest + done * Wide::kDestBytes, left);
 }
 
 template <typename Block, PaletteRow TrueColorRows::*kPlain>
@@ -124,7 +124,7 @@ void LookupRow(const uint8_t* source, const uint8_t* palette, uint8_t* dest, siz
   const size_t left = RunBlocks(Block(palette), source, dest, count);
   if (left == 0) return;
   const size_t done = count - left;
-  (PlainTrueColorRows().*kPlain)(source + done, palette, dest + done * Block::kDestBytes, left);
+  (PlainTrueColor().rows.*kPlain)(source + done, palette, dest + done * Block::kDestBytes, left);
 }
 
 // Streamed rows consist of whole blocks.
@@ -147,7 +147,7 @@ void StreamLookup(const uint8_t* source, const uint8_t* palette, uint8_t* dest, 
   RunBlocks(Block(palette), source, dest, count);
 }
 
-const TrueColorTables* Tables() {
+const TrueColorTables& TrueColorTable() {
   static const TrueColorTables tables = {
       {
           hwy::TargetName(HWY_TARGET),
@@ -172,7 +172,7 @@ const TrueColorTables* Tables() {
           StreamLookup<LookupBlock24<true> >,
       },
   };
-  return &tables;
+  return tables;
 }
 
 #endif
@@ -181,31 +181,12 @@ const TrueColorTables* Tables() {
 }  // namespace zav
 HWY_AFTER_NAMESPACE();
 
-#if HWY_ONCE
+#endif  // ZAV_HAVE_HIGHWAY
+
+#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
 namespace zav {
 
-HWY_EXPORT(Tables);
-
-const TrueColorRows& SelectedTrueColorRows() {
-  const TrueColorTables* tables = PlainForced() ? nullptr : HWY_DYNAMIC_DISPATCH(Tables)();
-  return tables != nullptr ? tables->rows : PlainTrueColorRows();
-}
-
-const TrueColorRows* StreamingTrueColorRows() {
-  const TrueColorTables* tables = PlainForced() ? nullptr : HWY_DYNAMIC_DISPATCH(Tables)();
-  return tables != nullptr ? &tables->streaming : nullptr;
-}
+ZAV_SELECT_TABLE(TrueColorTables, SelectedTrueColor, TrueColorTable, PlainTrueColor)
 
 }  // namespace zav
-#endif
-
-#else
-
-namespace zav {
-
-const TrueColorRows& SelectedTrueColorRows() { return PlainTrueColorRows(); }
-const TrueColorRows* StreamingTrueColorRows() { return nullptr; }
-
-}  // namespace zav
-
 #endif

@@ -33,11 +33,13 @@ void ForceVectorTarget(const VectorTarget& target) {
   hwy::SetSupportedTargetsForTest(target.bit);
   hwy::GetChosenTarget().Update(hwy::SupportedTargets());
 #endif
+  g_vector_target_generation.fetch_add(1, std::memory_order_release);
 }
 
 void RestoreVectorTarget() {
   ForceVectorTarget({0, "plain"});  // bit 0 lifts the restriction of the vector targets
   g_plain_forced.store(false, std::memory_order_relaxed);
+  g_vector_target_generation.fetch_add(1, std::memory_order_release);
 }
 
 bool PlainForced() { return g_plain_forced.load(std::memory_order_relaxed); }

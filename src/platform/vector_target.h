@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -27,5 +28,11 @@ void RestoreVectorTarget();
 
 /// Whether the plain code has been forced.
 bool PlainForced();
+
+/// Another number, never 0, after each of these changes.
+inline constinit std::atomic<uint32_t> g_vector_target_generation{1};
+inline uint32_t VectorTargetGeneration() {
+  return g_vector_target_generation.load(std::memory_order_acquire);
+}
 
 }  // namespace zav
