@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <bit>
 #include <cstdint>
 
 #include "frame/records.h"
@@ -13,7 +14,10 @@ namespace zav {
 void PrepareHicolorMasks(ZAV_SURFACE& surface);
 
 /// The left shift that brings the highest set bit of a 16-bit mask to bit 15; 0 for an empty mask.
-int32_t DeriveShift(uint32_t mask);
+constexpr int32_t DeriveShift(uint32_t mask) {
+  const auto low = static_cast<uint16_t>(mask);
+  return low == 0 ? 0 : std::countl_zero(low);
+}
 
 // Kernels between true colour and the 16-bit layouts. Narrowing keeps a channel's top bits;
 // widening puts the stored bits at the top of the byte. They always return true.

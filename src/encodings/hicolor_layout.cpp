@@ -1,7 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include <algorithm>
-#include <bit>
 #include <utility>
 
 #include "convert/format_table.h"
@@ -12,14 +11,9 @@ namespace {
 
 using Channels = std::array<HicolorChannel, 4>;
 
-constexpr int32_t Shift(uint32_t mask) {
-  const auto low = static_cast<uint16_t>(mask);
-  return low == 0 ? 0 : std::countl_zero(low);
-}
-
 constexpr HicolorChannel Channel(uint32_t mask) {
   // The masks are 32-bit fields of which a 16-bit pixel has the low half.
-  const int32_t shift = Shift(mask);
+  const int32_t shift = DeriveShift(mask);
   return {static_cast<uint16_t>(mask), static_cast<uint16_t>(mask & (0xFF00u >> shift)), shift};
 }
 
@@ -146,8 +140,6 @@ void PrepareHicolorMasks(ZAV_SURFACE& surface) {
   surface.green_shift = DeriveShift(surface.green_mask);
   surface.blue_shift = DeriveShift(surface.blue_mask);
 }
-
-int32_t DeriveShift(uint32_t mask) { return Shift(mask); }
 
 HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,
                               int32_t true_color_bytes) {
