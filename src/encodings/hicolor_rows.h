@@ -47,8 +47,8 @@ struct HicolorLayout {
 
 enum class ChannelOrder : uint8_t { kRedFirst, kBlueFirst };
 
-/// The layout of a surface whose masks are set, for narrowing pixels of 3 or 4 bytes to
-/// it. Without an alpha byte, alpha has a mask and no reach.
+/// The layout of a surface whose masks are set, for narrowing pixels of 3 or 4 bytes to it. Without
+/// an alpha byte, alpha has a mask and no reach.
 HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,
                               int32_t true_color_bytes);
 /// The same, for widening to 32-bit BGRA.
