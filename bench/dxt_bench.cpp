@@ -8,8 +8,8 @@
 
 #include <vector>
 
+#include "codecs/dxt_encoder.h"
 #include "encodings/dxt.h"
-#include "platform/dxt_encoder.h"
 #include "platform/vector_target.h"
 #include "support/pictures.h"
 

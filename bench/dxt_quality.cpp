@@ -21,8 +21,8 @@
 #include <vector>
 
 #include "base/endian.h"
+#include "codecs/dxt_encoder.h"
 #include "encodings/dxt.h"
-#include "platform/dxt_encoder.h"
 
 #ifdef ZAV_PEER_STB_DXT
 #define STB_DXT_IMPLEMENTATION

@@ -10,11 +10,11 @@
 #include <vector>
 
 #include "convert/pipeline.h"
-#include "convert/surface.h"
 #include "encodings/hicolor.h"
 #include "platform/processor.h"
 #include "platform/vector_target.h"
 #include "support/pictures.h"
+#include "surface/surface.h"
 
 #ifdef ZAV_PEER_LIBYUV
 #include <libyuv.h>

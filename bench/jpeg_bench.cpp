@@ -19,7 +19,7 @@
 
 #include "base/byte_buffer.h"
 #include "base/heap.h"
-#include "platform/jpeg_codec.h"
+#include "codecs/jpeg_codec.h"
 #include "support/pictures.h"
 #include "zav.h"
 

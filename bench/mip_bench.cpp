@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "convert/surface.h"
-#include "kinds/mip_filter.h"
+#include "scaling/mip_filter.h"
 #include "support/pictures.h"
+#include "surface/surface.h"
 
 #ifdef ZAV_PEER_LIBYUV
 #include <libyuv/scale_argb.h>

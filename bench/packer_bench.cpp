@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "kinds/packer.h"
+#include "codecs/packer.h"
 #include "packer_content.h"
 #include "support/plain_packer.h"
 #ifdef ZAV_PEER_ZLIB

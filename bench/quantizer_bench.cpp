@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "kinds/quantizer.h"
+#include "encodings/quantizer.h"
 #include "support/plain_quantizer.h"
 
 namespace zav::test {

@@ -10,10 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "convert/format_table.h"
-#include "convert/scale.h"
+#include "scaling/scale.h"
 #include "support/pictures.h"
 #include "support/vector_targets.h"
+#include "surface/format_table.h"
 
 #ifdef ZAV_PEER_LIBYUV
 #include <libyuv.h>

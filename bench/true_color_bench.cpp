@@ -7,12 +7,12 @@
 #include <string>
 
 #include "base/heap.h"
-#include "convert/copy.h"
-#include "convert/stream_copy.h"
-#include "convert/surface.h"
-#include "convert/true_color.h"
+#include "encodings/true_color.h"
+#include "platform/stream_copy.h"
 #include "platform/vector_target.h"
 #include "support/pictures.h"
+#include "surface/copy.h"
+#include "surface/surface.h"
 
 #ifdef ZAV_PEER_LIBYUV
 #include <libyuv.h>

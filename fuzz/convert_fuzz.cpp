@@ -8,9 +8,9 @@
 #include <cstring>
 #include <vector>
 
-#include "convert/format_table.h"
 #include "platform/vector_target.h"
 #include "support/page_end_buffer.h"
+#include "surface/format_table.h"
 #include "zav.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <memory>
 
-#include "kinds/packer.h"
+#include "codecs/packer.h"
 #include "support/plain_packer.h"
 
 namespace {

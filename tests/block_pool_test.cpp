@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
-#include "frame/block_pool.h"
+#include "base/block_pool.h"
 
 #include <gtest/gtest.h>
 

@@ -4,10 +4,10 @@
 
 #include <string>
 
-#include "convert/format_table.h"
-#include "frame/records.h"
 #include "support/container_files.h"
 #include "support/pictures.h"
+#include "surface/format_table.h"
+#include "surface/records.h"
 
 namespace zav::test {
 namespace {

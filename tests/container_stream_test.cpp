@@ -5,7 +5,7 @@
 #include <algorithm>
 
 #include "base/endian.h"
-#include "container/layer_dispatch.h"
+#include "layers/layer_dispatch.h"
 #include "support/container_files.h"
 #include "support/page_end_buffer.h"
 #include "support/pictures.h"

@@ -10,16 +10,16 @@
 #include <tuple>
 #include <vector>
 
+#include "convert/mip_level.h"
 #include "convert/pipeline.h"
-#include "convert/stream_copy.h"
-#include "convert/surface.h"
-#include "convert/true_color_rows.h"
 #include "encodings/hicolor.h"
-#include "kinds/mip_level.h"
+#include "encodings/true_color_rows.h"
+#include "platform/stream_copy.h"
 #include "support/conversion_check.h"
 #include "support/failing_heap.h"
 #include "support/trace_recorder.h"
 #include "support/vector_targets.h"
+#include "surface/surface.h"
 
 namespace zav::test {
 namespace {

@@ -1,13 +1,13 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
-#include "convert/copy.h"
+#include "surface/copy.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <vector>
 
-#include "convert/stream_copy.h"
+#include "platform/stream_copy.h"
 #include "support/pictures.h"
 
 namespace zav::test {

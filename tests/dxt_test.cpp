@@ -14,10 +14,10 @@
 #include <vector>
 
 #include "base/endian.h"
+#include "codecs/dxt_block_encoder.h"
+#include "codecs/dxt_decoder.h"
+#include "codecs/dxt_encoder.h"
 #include "encodings/dxt.h"
-#include "encodings/dxt_rows.h"
-#include "platform/dxt_block_encoder.h"
-#include "platform/dxt_encoder.h"
 #include "support/container_files.h"
 #include "support/page_end_buffer.h"
 #include "support/pictures.h"

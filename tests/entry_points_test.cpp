@@ -14,11 +14,11 @@
 #include <thread>
 #include <vector>
 
-#include "frame/records.h"
 #include "platform/temporary_name.h"
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
+#include "surface/records.h"
 
 namespace zav::test {
 namespace {

@@ -7,9 +7,9 @@
 #include <string>
 
 #include "base/endian.h"
-#include "convert/stream_copy.h"
 #include "frame/startup.h"
 #include "platform/processor.h"
+#include "platform/stream_copy.h"
 #include "support/conversion_check.h"
 #include "support/trace_recorder.h"
 #include "support/vector_targets.h"

@@ -9,13 +9,13 @@
 #include <array>
 
 #include "base/endian.h"
-#include "container/container_reader.h"
-#include "convert/surface.h"
-#include "frame/environment.h"
+#include "convert/environment.h"
+#include "kinds/container_reader.h"
 #include "support/container_files.h"
 #include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/pictures.h"
+#include "surface/surface.h"
 
 namespace zav::test {
 namespace {

@@ -8,13 +8,13 @@
 
 #include "base/byte_buffer.h"
 #include "base/endian.h"
-#include "frame/environment.h"
-#include "frame/records.h"
-#include "platform/jpeg_codec.h"
+#include "codecs/jpeg_codec.h"
+#include "convert/environment.h"
 #include "support/container_files.h"
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
+#include "surface/records.h"
 
 namespace zav::test {
 namespace {

@@ -8,13 +8,13 @@
 #include <iterator>
 #include <string>
 
-#include "convert/surface.h"
-#include "kinds/mip_filter.h"
-#include "kinds/mip_level.h"
+#include "convert/mip_level.h"
+#include "scaling/mip_filter.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
 #include "support/vector_targets.h"
+#include "surface/surface.h"
 
 namespace zav::test {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
-#include "kinds/packer.h"
+#include "codecs/packer.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 #include <string>
 
 #include "base/endian.h"
-#include "formats/sgi_planes.h"
+#include "encodings/planes.h"
 #include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"

@@ -7,11 +7,11 @@
 #include <cstring>
 
 #include "convert/pipeline.h"
-#include "convert/surface.h"
-#include "kinds/quantizer_rows.h"
+#include "encodings/quantizer_rows.h"
 #include "support/page_end_buffer.h"
 #include "support/plain_quantizer.h"
 #include "support/vector_targets.h"
+#include "surface/surface.h"
 
 namespace zav::test {
 namespace {

@@ -1,6 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
-#include "convert/scale.h"
+#include "scaling/scale.h"
 
 #include <gtest/gtest.h>
 
@@ -10,15 +10,15 @@
 #include <string>
 #include <utility>
 
-#include "convert/scale_kernels.h"
-#include "convert/stream_copy.h"
-#include "convert/surface.h"
+#include "platform/stream_copy.h"
+#include "scaling/scale_kernels.h"
 #include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
 #include "support/reference.h"
 #include "support/vector_targets.h"
+#include "surface/surface.h"
 
 namespace zav::test {
 namespace {

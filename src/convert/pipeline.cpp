@@ -7,14 +7,14 @@
 #include <cstring>
 
 #include "base/checked.h"
-#include "convert/copy.h"
+#include "base/trace.h"
 #include "convert/resize.h"
-#include "convert/surface.h"
-#include "convert/true_color.h"
 #include "encodings/dxt.h"
 #include "encodings/hicolor.h"
-#include "frame/trace.h"
-#include "kinds/quantizer.h"
+#include "encodings/quantizer.h"
+#include "encodings/true_color.h"
+#include "surface/copy.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "frame/records.h"
+#include "surface/records.h"
 
 namespace zav {
 

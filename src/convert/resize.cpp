@@ -3,11 +3,11 @@
 #include "convert/resize.h"
 
 #include "base/checked.h"
-#include "convert/copy.h"
+#include "convert/environment.h"
 #include "convert/pipeline.h"
-#include "convert/scale.h"
-#include "convert/surface.h"
-#include "frame/environment.h"
+#include "scaling/scale.h"
+#include "surface/copy.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "base/checked.h"
 #include "base/heap.h"
-#include "encodings/dxt_rows.h"
-#include "platform/dxt_encoder.h"
+#include "codecs/dxt_decoder.h"
+#include "codecs/dxt_encoder.h"
 
 namespace zav {
 namespace {

@@ -4,10 +4,10 @@
 
 #include <atomic>
 
-#include "convert/row_walker.h"
+#include "base/trace.h"
 #include "encodings/hicolor_rows.h"
-#include "frame/trace.h"
 #include "platform/processor.h"
+#include "surface/row_walker.h"
 
 namespace zav {
 namespace {

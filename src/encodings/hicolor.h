@@ -5,7 +5,7 @@
 #include <bit>
 #include <cstdint>
 
-#include "frame/records.h"
+#include "surface/records.h"
 
 namespace zav {
 

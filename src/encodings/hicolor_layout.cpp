@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "convert/format_table.h"
 #include "encodings/hicolor_rows.h"
+#include "surface/format_table.h"
 
 namespace zav {
 namespace {

@@ -7,11 +7,11 @@
 #include "base/byte_reader.h"
 #include "base/byte_writer.h"
 #include "base/endian.h"
-#include "convert/copy.h"
 #include "convert/pipeline.h"
-#include "convert/surface.h"
-#include "convert/true_color.h"
-#include "formats/picture_writer.h"
+#include "encodings/true_color.h"
+#include "formats/file_picture.h"
+#include "surface/copy.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

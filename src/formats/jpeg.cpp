@@ -2,10 +2,10 @@
 // SPDX-License-Identifier: MIT
 #include "formats/jpeg.h"
 
+#include "codecs/jpeg_codec.h"
 #include "convert/pipeline.h"
-#include "convert/surface.h"
-#include "platform/jpeg_codec.h"
 #include "platform/output_file.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "frame/records.h"
+#include "surface/records.h"
 
 namespace zav {
 

@@ -2,11 +2,11 @@
 // SPDX-License-Identifier: MIT
 #include "formats/save.h"
 
-#include "convert/surface.h"
+#include "base/trace.h"
 #include "formats/bmp.h"
 #include "formats/jpeg.h"
 #include "formats/targa.h"
-#include "frame/trace.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

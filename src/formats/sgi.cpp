@@ -10,8 +10,8 @@
 #include "base/endian.h"
 #include "base/heap.h"
 #include "convert/pipeline.h"
-#include "convert/surface.h"
-#include "formats/sgi_planes.h"
+#include "encodings/planes.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

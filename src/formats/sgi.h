@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "base/byte_reader.h"
-#include "frame/records.h"
+#include "surface/records.h"
 
 namespace zav {
 

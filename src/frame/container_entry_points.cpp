@@ -4,11 +4,11 @@
 
 #include <new>
 
-#include "container/layer_dispatch.h"
 #include "convert/pipeline.h"
-#include "convert/surface.h"
 #include "frame/image_operation.h"
 #include "kinds/squiz_image.h"
+#include "layers/layer_dispatch.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdint>
 
 #include "container/stream.h"
-#include "frame/records.h"
+#include "surface/records.h"
 
 namespace zav {
 

@@ -6,14 +6,14 @@
 #include <functional>
 
 #include "base/heap.h"
+#include "convert/environment.h"
+#include "convert/mip_level.h"
 #include "convert/pipeline.h"
-#include "convert/surface.h"
 #include "formats/save.h"
-#include "frame/environment.h"
 #include "frame/file_formats.h"
 #include "frame/image_operation.h"
-#include "kinds/mip_level.h"
 #include "platform/mapped_file.h"
+#include "surface/surface.h"
 
 namespace zav {
 namespace {

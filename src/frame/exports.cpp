@@ -5,12 +5,12 @@
 // in frame/container_entry_points.cpp and container/.
 
 #include "base/heap.h"
-#include "container/plain_image.h"
 #include "container/record.h"
 #include "frame/container_entry_points.h"
 #include "frame/entry_points.h"
 #include "frame/startup.h"
 #include "kinds/mipmap_image.h"
+#include "kinds/plain_image.h"
 #include "kinds/tiled_image.h"
 #include "zav.h"
 

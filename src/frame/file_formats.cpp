@@ -4,11 +4,11 @@
 
 #include <cstring>
 
-#include "container/container_reader.h"
 #include "formats/bmp.h"
 #include "formats/jpeg.h"
 #include "formats/sgi.h"
 #include "formats/targa.h"
+#include "kinds/container_reader.h"
 
 namespace zav {
 namespace {

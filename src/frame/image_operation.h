@@ -2,8 +2,8 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "convert/surface.h"
-#include "frame/records.h"
+#include "surface/records.h"
+#include "surface/surface.h"
 
 namespace zav {
 

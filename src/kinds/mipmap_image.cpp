@@ -4,9 +4,9 @@
 
 #include <algorithm>
 
-#include "container/layer_dispatch.h"
+#include "convert/mip_level.h"
 #include "convert/pipeline.h"
-#include "kinds/mip_level.h"
+#include "layers/layer_dispatch.h"
 
 namespace zav {
 namespace {

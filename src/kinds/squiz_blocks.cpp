@@ -8,7 +8,7 @@
 #include "base/checked.h"
 #include "base/endian.h"
 #include "base/heap.h"
-#include "convert/copy.h"
+#include "surface/copy.h"
 
 namespace zav {
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "convert/surface.h"
+#include "surface/surface.h"
 
 namespace zav {
 

@@ -4,9 +4,9 @@
 
 #include "base/checked.h"
 #include "base/endian.h"
-#include "container/layer_dispatch.h"
 #include "convert/pipeline.h"
 #include "kinds/squiz_blocks.h"
+#include "layers/layer_dispatch.h"
 
 namespace zav {
 namespace {

@@ -8,10 +8,10 @@
 #include "base/checked.h"
 #include "base/endian.h"
 #include "base/heap.h"
-#include "container/layer_dispatch.h"
-#include "convert/copy.h"
 #include "convert/pipeline.h"
 #include "kinds/tile_layout.h"
+#include "layers/layer_dispatch.h"
+#include "surface/copy.h"
 
 namespace zav {
 namespace {

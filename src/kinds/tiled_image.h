@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include "container/layer_codec.h"
+#include "layers/layer_codec.h"
 
 namespace zav {
 

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "convert/format_table.h"
+#include "surface/format_table.h"
 
 namespace zav::test {
 

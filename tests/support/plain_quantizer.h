@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "base/block_pool.h"
 #include "base/endian.h"
-#include "frame/block_pool.h"
 #include "support/pictures.h"
 
 namespace zav::test {

@@ -4,7 +4,7 @@
 
 #include <utility>
 
-#include "frame/trace.h"
+#include "base/trace.h"
 
 namespace {
 

@@ -1,0 +1,33 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "surface/records.h"
+
+namespace zav {
+
+// Kernels among 24- and 32-bit true colour and from 8-bit palettized pixels. Each converts every
+// pixel of a prepared conversion; "Swap" exchanges red and blue. Symmetric pairs of formats share a
+// kernel, since the bytes move alike. They return false only where a palette is missing.
+
+bool Pal8ToBgra32(ZAV_CONVERTER& converter);
+bool Pal8ToRgba32(ZAV_CONVERTER& converter);
+bool Pal8ToBgr24(ZAV_CONVERTER& converter);
+bool Pal8ToRgb24(ZAV_CONVERTER& converter);
+bool SwapRedBlue32(ZAV_CONVERTER& converter);
+bool Narrow32To24(ZAV_CONVERTER& converter);
+bool Narrow32To24Swap(ZAV_CONVERTER& converter);
+bool Widen24To32(ZAV_CONVERTER& converter);
+bool Widen24To32Swap(ZAV_CONVERTER& converter);
+
+/// Exchange bytes 0 and 2 of every 4- or 3-byte pixel; source and destination may be one buffer
+/// with one pitch.
+void SwapRedBlue32(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
+                   int32_t source_pitch, int32_t dest_pitch);
+void SwapRedBlue24(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
+                   int32_t source_pitch, int32_t dest_pitch);
+
+}  // namespace zav

@@ -1,0 +1,219 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "layers/jpeg_layers.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/byte_buffer.h"
+#include "base/endian.h"
+#include "base/heap.h"
+#include "codecs/jpeg_codec.h"
+#include "convert/pipeline.h"
+#include "layers/packed_chunks.h"
+
+namespace zav {
+namespace {
+
+constexpr int32_t kFlagsOffset = 5;
+constexpr uint8_t kStoredRgb = 1;
+constexpr uint8_t kHalfWidthColor = 2;  // else half width and height; kind 29 has its own sampling
+constexpr int32_t kQualityOffset = 6;
+constexpr int32_t kCutOffset = 7;  // four levels, by pixel byte
+constexpr int32_t kWidthOffset = 11;
+constexpr int32_t kHeightOffset = 15;
+constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_JPEG32);
+static_assert(kHeightOffset + 4 == kHeaderBytes);
+
+/// How a kind is coded. The codec is told the kind's order whatever the stored one is: of the two
+/// stored orders, one is coded with red and blue exchanged, and the reader changes them back by the
+/// same flag.
+struct Coding {
+  uint8_t kind;
+  int32_t channels;
+  int32_t stored_rgb;
+  int32_t stored_bgr;
+  JpegOrder told;
+};
+
+constexpr Coding kCodings[] = {
+    {ZAV_LAYER_JPEG32, 4, ZAV_FMT_RGBA32, ZAV_FMT_BGRA32, JpegOrder::kRgba},
+    {ZAV_LAYER_JPEG24, 3, ZAV_FMT_RGB24, ZAV_FMT_BGR24, JpegOrder::kBgr},
+    {ZAV_LAYER_JPEGMASK, 3, ZAV_FMT_RGB24, ZAV_FMT_BGR24, JpegOrder::kBgr},
+};
+
+const Coding& CodingOf(uint8_t kind) { return kCodings[kind - kCodings[0].kind]; }
+
+int32_t StoredFormat(const uint8_t* header) {
+  const Coding& coding = CodingOf(header[0]);
+  return (header[kFlagsOffset] & kStoredRgb) != 0 ? coding.stored_rgb : coding.stored_bgr;
+}
+
+/// The order in which the coded channels come out as B, G, R, A.
+JpegOrder DecodedOrder(const uint8_t* header) {
+  const bool stored_rgb = (header[kFlagsOffset] & kStoredRgb) != 0;
+  const bool told_rgb = CodingOf(header[0]).told == JpegOrder::kRgba;
+  return stored_rgb == told_rgb ? JpegOrder::kBgra : JpegOrder::kRgba;
+}
+
+bool WriteToBuffer(void* context, const uint8_t* bytes, int64_t count) {
+  return static_cast<ByteBuffer*>(context)->Append(bytes, count);
+}
+
+/// Codes the picture into memory: nothing of a layer is written before it is known to succeed.
+/// Fills the picture's size into the header.
+bool Encode(ByteBuffer& file, uint8_t* header, const ZAV_SURFACE& picture) {
+  StoreLe32(header + kWidthOffset, static_cast<uint32_t>(picture.width));
+  StoreLe32(header + kHeightOffset, static_cast<uint32_t>(picture.height));
+  const bool half_width = (header[kFlagsOffset] & kHalfWidthColor) != 0;
+  return EncodeJpeg(
+      {picture.pixels, picture.width, picture.height, picture.pitch, CodingOf(header[0]).told},
+      half_width ? JpegSampling::k2x1 : JpegSampling::k2x2, header[kQualityOffset],
+      {WriteToBuffer, &file});
+}
+
+/// Takes the header and starts the surface anew with its definition.
+const uint8_t* TakeHeader(ZAV_STREAM& stream, ZAV_SURFACE& surface) {
+  const uint8_t* header = stream.block().Take(kHeaderBytes);
+  if (header == nullptr) return nullptr;
+  const auto width = static_cast<int32_t>(LoadLe32(header + kWidthOffset));
+  const auto height = static_cast<int32_t>(LoadLe32(header + kHeightOffset));
+  ReleaseSurface(surface);
+  surface = ZAV_SURFACE{};
+  return SetDefinition(surface, width, height, ZAV_FMT_BGRA32) ? header : nullptr;
+}
+
+/// Sets channel values below their levels to 0.
+void CutLow(ZAV_SURFACE& surface, const uint8_t* header) {
+  uint8_t levels[4];
+  std::memcpy(levels, header + kCutOffset, sizeof(levels));
+  if (LoadLe32(levels) == 0) return;
+  if (CodingOf(header[0]).channels == 3) levels[3] = 0;
+  const int64_t bytes = ImageBytes(surface);
+  for (int64_t i = 0; i < bytes; i += 4) {
+    uint8_t* pixel = surface.pixels + i;
+    for (int k = 0; k < 4; ++k) pixel[k] = pixel[k] < levels[k] ? uint8_t{0} : pixel[k];
+  }
+}
+
+/// Decodes into a buffer that the surface owns; it has none after a failure.
+bool Decode(ZAV_SURFACE& surface, const uint8_t* header, const uint8_t* file, int64_t size) {
+  JpegHeader found;
+  if (!ReadJpegHeader(file, size, found) || !found.plausible || found.width != surface.width ||
+      found.height != surface.height || found.channels != CodingOf(header[0]).channels) {
+    return false;
+  }
+  surface.pixels = AllocateBytes(ImageBytes(surface));
+  if (surface.pixels == nullptr) return false;
+  surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  if (!DecodeJpeg(
+          file, size,
+          {surface.pixels, surface.width, surface.height, surface.pitch, DecodedOrder(header)})) {
+    ReleaseSurface(surface);
+    return false;
+  }
+  CutLow(surface, header);
+  return true;
+}
+
+// The mask has a bit for each pixel, the most significant one first, without padding between rows.
+
+int64_t MaskBytes(const ZAV_GFXDEF& picture) {
+  return (int64_t{picture.width} * picture.height + 7) / 8;
+}
+
+void GatherMask(uint8_t* mask, const ZAV_SURFACE& picture) {
+  uint32_t bits = 1;  // a guard that reaches bit 8 when eight are gathered
+  for (int64_t y = 0; y < picture.height; ++y) {
+    const uint8_t* alpha = picture.pixels + y * picture.pitch + 3;
+    for (int64_t x = 0; x < picture.width; ++x) {
+      bits = bits << 1 | alpha[x * 4] >> 7;
+      if (bits < 256) continue;
+      *mask++ = static_cast<uint8_t>(bits);
+      bits = 1;
+    }
+  }
+  if (bits == 1) return;
+  while (bits < 256) bits <<= 1;
+  *mask = static_cast<uint8_t>(bits);
+}
+
+/// Sets the alpha bytes of pixels that lie without padding between rows, as a reader's do.
+bool ApplyMask(ByteReader& chunks, ZAV_SURFACE& surface) {
+  const Scratch scratch(kChunkBytes);
+  if (scratch.get() == nullptr) return false;
+  uint8_t* alpha = surface.pixels + 3;
+  int64_t pixels = int64_t{surface.width} * surface.height;
+  while (pixels > 0) {
+    const int64_t covered = std::min(pixels, kChunkBytes * 8);
+    if (!ReadChunk(chunks, scratch.get(), (covered + 7) / 8)) return false;
+    for (int64_t i = 0; i < covered; ++i, alpha += 4) {
+      *alpha = (scratch.get()[i / 8] << i % 8 & 0x80) != 0 ? 0xFF : 0x00;
+    }
+    pixels -= covered;
+  }
+  return true;
+}
+
+}  // namespace
+
+bool WriteJpegLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
+  uint8_t* header = HeaderBytes(layer);
+  ScopedConverter conversion;
+  const ZAV_SURFACE* picture = InFormat(conversion, definition, StoredFormat(header));
+  ByteBuffer file;
+  if (picture == nullptr || !Encode(file, header, *picture)) return false;
+  WriteLayerHeader(stream, layer);
+  return stream.file().Write(file.data(), file.size());
+}
+
+bool ReadJpegLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
+  const uint8_t* header = TakeHeader(stream, surface);
+  if (header == nullptr || wanted == Wanted::kDefinition) return header != nullptr;
+  const int64_t size = int64_t{LoadLe32(header + 1)} - kHeaderBytes;
+  const uint8_t* file = stream.block().Take(size);
+  return file != nullptr && Decode(surface, header, file, size);
+}
+
+bool WriteJpegMaskLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
+  uint8_t* header = HeaderBytes(layer);
+  // Unlike the other writers' conversions this one leaves the published environment value alone.
+  ScopedConverter conversion;
+  conversion.source.definition() = definition;
+  conversion.dest.format = ZAV_FMT_BGRA32;
+  if (!ConvertSurface(conversion)) return false;
+  const int64_t mask_bytes = MaskBytes(conversion.dest);
+  const Scratch mask(mask_bytes);
+  ChunkWriter chunks(stream);
+  if (mask.get() == nullptr || !chunks.is_ready()) return false;
+  GatherMask(mask.get(), conversion.dest);
+
+  MoveDestToSource(conversion, conversion);
+  conversion.dest.format = StoredFormat(header);
+  ByteBuffer file;
+  if (!ConvertSurface(conversion) || !Encode(file, header, conversion.dest)) return false;
+  WriteLayerHeader(stream, layer);
+  uint8_t length[4];
+  StoreLe32(length, static_cast<uint32_t>(file.size()));
+  stream.file().Write(length, sizeof(length));
+  stream.file().Write(file.data(), file.size());
+  return chunks.Write(mask.get(), mask_bytes);
+}
+
+bool ReadJpegMaskLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
+  const uint8_t* header = TakeHeader(stream, surface);
+  if (header == nullptr || wanted == Wanted::kDefinition) return header != nullptr;
+  ByteReader& block = stream.block();
+  const int64_t size = block.Le32();
+  const uint8_t* file = block.Take(size);
+  ByteReader chunks = block;
+  if (file == nullptr || !SkipChunks(block, MaskBytes(surface)) ||
+      !Decode(surface, header, file, size)) {
+    return false;
+  }
+  if (ApplyMask(chunks, surface)) return true;
+  ReleaseSurface(surface);
+  return false;
+}
+
+}  // namespace zav

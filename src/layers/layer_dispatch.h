@@ -1,0 +1,16 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "layers/layer_codec.h"
+
+namespace zav {
+
+/// Writes one whole layer of the record's kind, size included. When it fails the file's offset is
+/// back where it was. The stream's state is the caller's concern.
+bool WriteLayer(ZAV_STREAM& stream, ZAV_LAYER* layer, const ZAV_GFXDEF* definition);
+
+/// Reads the layer that stands at the stream's position. A failure does not fail the stream.
+bool ReadLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
+
+}  // namespace zav

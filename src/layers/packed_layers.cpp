@@ -1,0 +1,187 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#include "layers/packed_layers.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/endian.h"
+#include "base/heap.h"
+#include "layers/channel_bits.h"
+#include "layers/packed_chunks.h"
+
+namespace zav {
+namespace {
+
+constexpr int32_t kFlagsOffset = 5;
+constexpr uint8_t kStoredRgba = 1;
+constexpr uint8_t kStoredBgra = 2;
+constexpr uint8_t kInterleaved = 4;
+constexpr int32_t kBitsOffset = 6;
+constexpr int32_t kExtentOffset = 10;
+constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_PACKED32);
+static_assert(kExtentOffset + kExtentBytes == kHeaderBytes);
+
+constexpr int32_t kPalBitsOffset = 5;
+constexpr int32_t kPalExtentOffset = 9;
+constexpr int32_t kPalHeaderBytes = HeaderLength(ZAV_LAYER_PACKEDPAL8);
+static_assert(kPalExtentOffset + kExtentBytes == kPalHeaderBytes);
+
+constexpr int kPlanes = 4;
+
+/// One plane after the other, each a run of its own.
+bool WritePlanes(ChunkWriter& chunks, const uint8_t* pixels, int64_t groups) {
+  const Scratch plane(kChunkBytes);
+  if (plane.get() == nullptr) return false;
+  for (int k = 0; k < kPlanes; ++k) {
+    const uint8_t* next = pixels + k;
+    for (int64_t left = groups; left > 0;) {
+      const int64_t share = std::min(left, kChunkBytes);
+      uint8_t* gathered = plane.get();
+      for (int64_t i = 0; i < share; ++i) gathered[i] = next[i * kPlanes];
+      if (!chunks.Write(gathered, share)) return false;
+      next += share * kPlanes;
+      left -= share;
+    }
+  }
+  return true;
+}
+
+/// Where the four planes of a picture start. The reader moves behind the last.
+bool FindPlanes(ByteReader& reader, int64_t groups, ByteReader* planes) {
+  for (int k = 0; k < kPlanes; ++k) {
+    planes[k] = reader;
+    if (!SkipChunks(reader, groups)) return false;
+  }
+  return true;
+}
+
+/// Takes the chunks of the four planes side by side, so that the pixels are written once.
+bool ReadPlanes(ByteReader* planes, uint8_t* pixels, int64_t groups) {
+  const Scratch scratch(kPlanes * kChunkBytes);
+  if (scratch.get() == nullptr) return false;
+  const uint8_t* plane0 = scratch.get();
+  const uint8_t* plane1 = plane0 + kChunkBytes;
+  const uint8_t* plane2 = plane1 + kChunkBytes;
+  const uint8_t* plane3 = plane2 + kChunkBytes;
+  for (int64_t left = groups; left > 0;) {
+    const int64_t share = std::min(left, kChunkBytes);
+    for (int k = 0; k < kPlanes; ++k) {
+      if (!ReadChunk(planes[k], scratch.get() + k * kChunkBytes, share)) return false;
+    }
+    for (int64_t i = 0; i < share; ++i) {
+      pixels[i * kPlanes] = plane0[i];
+      pixels[i * kPlanes + 1] = plane1[i];
+      pixels[i * kPlanes + 2] = plane2[i];
+      pixels[i * kPlanes + 3] = plane3[i];
+    }
+    pixels += share * kPlanes;
+    left -= share;
+  }
+  return true;
+}
+
+/// Fetches the pixels of a surface whose definition is set; the surface takes the buffer over only
+/// when all went well.
+bool ReadPixels(ByteReader& block, ZAV_SURFACE& surface, bool interleaved) {
+  const int64_t bytes = ImageBytes(surface);
+  const int64_t groups = bytes / kPlanes;
+  ByteReader start = block;
+  ByteReader planes[kPlanes] = {start, start, start, start};
+  if (interleaved ? !SkipChunks(block, bytes) : !FindPlanes(block, groups, planes)) return false;
+  uint8_t* pixels = AllocateBytes(bytes);
+  if (pixels == nullptr) return false;
+  // What planes leave over where the pitch is no multiple of 4.
+  if (!interleaved) std::memset(pixels + groups * kPlanes, 0, static_cast<size_t>(bytes % kPlanes));
+  if (interleaved ? !ReadChunks(start, pixels, bytes) : !ReadPlanes(planes, pixels, groups)) {
+    FreeBytes(pixels);
+    return false;
+  }
+  surface.pixels = pixels;
+  surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  return true;
+}
+
+/// The picture that kind ZAV_LAYER_PACKEDPAL8 stores; null when there is none. Lives in the two
+/// conversions.
+const ZAV_SURFACE* CutAndQuantize(ScopedConverter& cut, ScopedConverter& quantized,
+                                  const ZAV_GFXDEF& definition, uint32_t mask) {
+  if (definition.palette != nullptr && definition.format == ZAV_FMT_PAL8 && mask == UINT32_MAX) {
+    return InFormat(quantized, definition, ZAV_FMT_PAL8);
+  }
+  if (!ConvertForLayer(cut, definition, ZAV_FMT_BGRA32)) return nullptr;
+  MaskPixels(cut.dest.pixels, ImageBytes(cut.dest) / 4, mask);
+  return ConvertForLayer(quantized, cut.dest, ZAV_FMT_PAL8) ? &quantized.dest : nullptr;
+}
+
+}  // namespace
+
+bool WritePacked32Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
+  const uint8_t* header = HeaderBytes(layer);
+  const uint8_t flags = header[kFlagsOffset];
+  if ((flags & (kStoredRgba | kStoredBgra)) == 0) return false;
+  // Always a copy: its bits are cut, and its padding is zero.
+  ScopedConverter copy;
+  if (!ConvertForLayer(copy, definition,
+                       (flags & kStoredRgba) != 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32)) {
+    return false;
+  }
+  const ZAV_SURFACE& picture = copy.dest;
+  const int64_t bytes = ImageBytes(picture);
+  const int64_t groups = bytes / kPlanes;
+  CutChannels(picture.pixels, groups, ChannelBits(header + kBitsOffset));
+  ChunkWriter chunks(stream);
+  if (!chunks.is_ready()) return false;
+  StoreExtent(layer, kExtentOffset, picture);
+  WriteLayerHeader(stream, layer);
+  return (flags & kInterleaved) != 0 ? chunks.Write(picture.pixels, bytes)
+                                     : WritePlanes(chunks, picture.pixels, groups);
+}
+
+bool ReadPacked32Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
+  const uint8_t* header = stream.block().Take(kHeaderBytes);
+  if (header == nullptr) return false;
+  const uint8_t flags = header[kFlagsOffset];
+  const int32_t format = (flags & kStoredRgba) != 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
+  if (!LoadExtent(surface, format, header + kExtentOffset)) return false;
+  if (wanted == Wanted::kDefinition) return true;
+  if (!ReadPixels(stream.block(), surface, (flags & kInterleaved) != 0)) return false;
+  WidenChannels(surface.pixels, ImageBytes(surface) / kPlanes, ChannelBits(header + kBitsOffset));
+  return true;
+}
+
+bool WritePackedPal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
+  const uint32_t mask = BitMask(HeaderBytes(layer) + kPalBitsOffset);
+  ScopedConverter cut;
+  ScopedConverter quantized;
+  const ZAV_SURFACE* picture = CutAndQuantize(cut, quantized, definition, mask);
+  if (picture == nullptr) return false;
+  ChunkWriter chunks(stream);
+  if (!chunks.is_ready()) return false;
+  StoreExtent(layer, kPalExtentOffset, *picture);
+  WriteLayerHeader(stream, layer);
+  return chunks.Write(picture->palette, ZAV_PALETTE_BYTES) &&
+         chunks.Write(picture->pixels, ImageBytes(*picture));
+}
+
+bool ReadPackedPal8Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
+  ByteReader& block = stream.block();
+  const uint8_t* header = block.Take(kPalHeaderBytes);
+  if (header == nullptr) return false;
+  if (!LoadExtent(surface, ZAV_FMT_PAL8, header + kPalExtentOffset)) return false;
+  if (wanted == Wanted::kDefinition) return true;
+  uint8_t palette[ZAV_PALETTE_BYTES];
+  if (!ReadChunk(block, palette, ZAV_PALETTE_BYTES) || !ReadPixels(block, surface, true)) {
+    return false;
+  }
+  surface.palette = AllocateBytes(ZAV_PALETTE_BYTES);
+  if (surface.palette == nullptr) {
+    ReleaseSurface(surface);
+    return false;
+  }
+  surface.flags |= ZAV_SURF_OWNS_PALETTE;
+  std::memcpy(surface.palette, palette, ZAV_PALETTE_BYTES);
+  return true;
+}
+
+}  // namespace zav

@@ -1,0 +1,21 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include "layers/layer_codec.h"
+
+namespace zav {
+
+// Packed layers hold a picture without further loss once its channels are cut to the bits that the
+// record keeps of them. Their readers allocate.
+
+/// 32-bit pixels, interleaved or as four planes.
+bool WritePacked32Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition);
+bool ReadPacked32Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
+
+/// A palette and indices. A palettized picture of which all bits are kept is stored as it is;
+/// anything else is cut, then quantized.
+bool WritePackedPal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition);
+bool ReadPackedPal8Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
+
+}  // namespace zav

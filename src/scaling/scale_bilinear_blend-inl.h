@@ -1,0 +1,147 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+
+// The bilinear filter's blends across a row. Included once per target, after hwy/highway.h.
+
+#if defined(ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_
+#undef ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_
+#else
+#define ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_
+#endif
+
+#include <type_traits>
+
+#include "platform/byte_pairs-inl.h"
+#include "scaling/scale_bilinear_table-inl.h"
+
+#if !ZAV_SCALE_PLAIN
+
+HWY_BEFORE_NAMESPACE();
+namespace zav {
+namespace HWY_NAMESPACE {
+namespace {
+
+// Blends work on 16-bit lanes, one to a channel. Four pixels of a 16-byte block of results are held
+// as two vectors. Where both come from one load these are the even bytes and the odd ones, which
+// take the same weights and join with one shift; otherwise they are the first two pixels and the
+// last two, each from loads of their own. 3-byte pixels are blended as if they had a fourth byte.
+//
+// p + floor((q - p) * f / 65536) equals q + floor((p - q) * (65536 - f) / 65536): with the nearer
+// of the two as base the factor fits 16 signed bits, and the blend is the base plus the high half
+// of a product.
+
+/// Of pairs of bytes the first ones.
+HWY_INLINE hn::Vec<Words> FirstOfPairs(hn::Vec<Bytes> pairs) {
+  return hn::And(hn::BitCast(Words(), pairs), hn::Set(Words(), 255));
+}
+
+/// Of pairs of bytes the first - the second.
+HWY_INLINE hn::Vec<Words> Difference(hn::Vec<Bytes> pairs) {
+#if HWY_ARCH_X86
+  const auto signs = hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(0xFF01)));
+  return SumBytePairs(pairs, signs);
+#else
+  const hn::RebindToUnsigned<Words> d;
+  const auto second = hn::BitCast(Words(), hn::ShiftRight<8>(hn::BitCast(d, pairs)));
+  return hn::Sub(FirstOfPairs(pairs), second);
+#endif
+}
+
+/// A vector of results, in two with 16 bits to a byte.
+struct Lanes {
+  hn::Vec<Words> first, second;
+};
+
+/// Even and odd bytes.
+struct EvenOdd {
+  static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
+    return hn::BitCast(Bytes(), hn::Or(lanes.first, hn::ShiftLeft<8>(lanes.second)));
+  }
+};
+
+/// The lower and the upper half of each block.
+struct Halves {
+  static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
+#if HWY_ARCH_X86
+    return PackBlocks(lanes.first, lanes.second);
+#else
+    return JoinLowBytes(lanes);
+#endif
+  }
+  /// From lanes of -128 to 127.
+  static HWY_INLINE hn::Vec<Bytes> JoinSigned(Lanes lanes) {
+#if HWY_ARCH_X86
+    return PackSignedBlocks(lanes.first, lanes.second);
+#else
+    return JoinLowBytes(lanes);
+#endif
+  }
+  static HWY_INLINE hn::Vec<Bytes> JoinLowBytes(Lanes lanes) {
+    return hn::ConcatEven(Bytes(), hn::BitCast(Bytes(), lanes.second),
+                          hn::BitCast(Bytes(), lanes.first));
+  }
+  /// first - second.
+  static HWY_INLINE Lanes Subtract(hn::Vec<Bytes> first, hn::Vec<Bytes> second) {
+    const auto low = hn::InterleaveLower(Bytes(), first, second);
+    const auto high = hn::InterleaveUpper(Bytes(), first, second);
+    return {Difference(low), Difference(high)};
+  }
+};
+
+template <Reach kReach>
+using LayoutOf = std::conditional_t<kReach == Reach::kFour, EvenOdd, Halves>;
+
+/// Pairs of base and other, blended.
+HWY_INLINE hn::Vec<Words> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Words> weight) {
+  return hn::Add(FirstOfPairs(pairs), hn::MulHigh(Difference(pairs), weight));
+}
+
+/// Offsets that one vector of results takes.
+template <Reach kReach>
+constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
+
+/// What half of a vector of results takes from a row.
+template <Reach kReach>
+struct Columns {
+  hn::Vec<Bytes> shuffle;
+  hn::Vec<Words> weight;
+  const uint32_t* load;
+
+  /// `half` 0 or 1 of the vector at `at`.
+  HWY_INLINE Columns(const FilterTable& table, size_t at, size_t half)
+      : shuffle(hn::Load(Bytes(), table.shuffle + at * 2 + half * kVectorBytes)),
+        load(table.load + at / kVectorBytes * kVectorLoads<kReach>) {
+    if constexpr (kReach == Reach::kFour) {
+      weight = hn::Load(Words(), table.weight + at / 2);
+    } else {
+      weight = hn::Load(Words(), table.weight + at + half * (kVectorBytes / 2));
+      load += half * (kVectorLoads<kReach> / 2);
+    }
+  }
+
+  /// Half a vector of a row, blended across.
+  HWY_INLINE hn::Vec<Words> Blend(const uint8_t* row) const {
+    const Bytes d8;
+    if constexpr (kReach == Reach::kOne) {
+      return BlendPairs(hn::TableLookupBytes(LoadHalfBlocks(d8, row, load), shuffle), weight);
+    } else {
+      return BlendPairs(hn::TableLookupBytes(LoadBlocks(d8, row, load), shuffle), weight);
+    }
+  }
+};
+
+/// A vector of a row, blended across.
+template <Reach kReach>
+HWY_INLINE Lanes BlendAcross(const FilterTable& table, const uint8_t* row, size_t at) {
+  return {Columns<kReach>(table, at, 0).Blend(row), Columns<kReach>(table, at, 1).Blend(row)};
+}
+
+}  // namespace
+}  // namespace HWY_NAMESPACE
+}  // namespace zav
+HWY_AFTER_NAMESPACE();
+
+#endif  // !ZAV_SCALE_PLAIN
+
+#endif  // per target

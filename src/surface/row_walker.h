@@ -1,0 +1,132 @@
+// SPDX-FileCopyrightText: 2026 the ZAV authors
+// SPDX-License-Identifier: MIT
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/stream_copy.h"
+#include "surface/surface.h"
+
+namespace zav {
+
+/// A picture's rows on both sides as row functions see them. Where neither side has padding the
+/// whole picture is one long row, which spares narrow pictures the per-row start and tail.
+struct Rows {
+  Rows(const uint8_t* source_pixels, uint8_t* dest_pixels, int32_t columns, int32_t rows,
+       int32_t source_step, int32_t dest_step, int32_t source_pixel, int32_t dest_pixel)
+      : source(source_pixels),
+        dest(dest_pixels),
+        source_pitch(source_step),
+        dest_pitch(dest_step),
+        source_bytes(static_cast<size_t>(source_pixel)),
+        dest_bytes(static_cast<size_t>(dest_pixel)) {
+    if (columns < 1 || rows < 1) return;
+    width = static_cast<size_t>(columns);
+    height = static_cast<size_t>(rows);
+    if (source_pitch == int64_t{columns} * source_pixel &&
+        dest_pitch == int64_t{columns} * dest_pixel) {
+      width *= height;
+      height = 1;
+    }
+  }
+  explicit Rows(const ZAV_CONVERTER& converter)
+      : Rows(converter.source.pixels, converter.dest.pixels, converter.source.width,
+             converter.source.height, converter.source.pitch, converter.dest.pitch,
+             BytesPerPixel(converter.source.format), BytesPerPixel(converter.dest.format)) {}
+
+  /// Whether to stream: large destinations with rows of many cache lines; not in place, where every
+  /// line that is written has just been read.
+  bool Stream() const {
+    return source != dest &&
+           StreamingPays(static_cast<int64_t>(width * dest_bytes), static_cast<int64_t>(height));
+  }
+
+  const uint8_t* source;
+  uint8_t* dest;
+  int64_t source_pitch, dest_pitch;
+  size_t source_bytes, dest_bytes;  ///< per pixel
+  size_t width = 0, height = 0;
+};
+
+/// Calls `row(source, dest, pixels)` for every row.
+template <typename RowFunction>
+void ForEachRow(const Rows& rows, RowFunction&& row) {
+  const uint8_t* source = rows.source;
+  uint8_t* dest = rows.dest;
+  for (size_t y = 0; y < rows.height; ++y) {
+    row(source + static_cast<int64_t>(y) * rows.source_pitch,
+        dest + static_cast<int64_t>(y) * rows.dest_pitch, rows.width);
+  }
+}
+
+/// Calls `row(source, pixels)` for a walk that only reads.
+template <typename RowFunction>
+void ReadRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
+  ForEachRow(Rows(converter),
+             [&](const uint8_t* source, uint8_t*, size_t count) { row(source, count); });
+}
+
+/// Converts a row through a block in the first-level cache, from which it is streamed. While a
+/// block is streamed nothing would be read, so the next one's source is asked for before. Blocks
+/// are small enough for reads and writes to overlap (at 4 KiB a quarter of the speed is lost) and
+/// whole cache lines, whatever a pixel's bytes.
+template <typename RowFunction>
+void StreamThroughBlocks(const Rows& rows, const uint8_t* source, uint8_t* dest, size_t width,
+                         RowFunction& row) {
+  constexpr size_t kPixels = 256;
+  constexpr size_t kMaxPixelBytes = 4;
+  alignas(64) uint8_t block[kPixels * kMaxPixelBytes];
+  for (size_t left = width; left != 0;) {
+    const size_t count = std::min(left, kPixels);
+    left -= count;
+    const uint8_t* next = source + count * rows.source_bytes;
+    PrefetchLines(next, std::min(left, kPixels) * rows.source_bytes);
+    row(source, block, count);
+    StreamCopy(dest, block, count * rows.dest_bytes);
+    source = next;
+    dest += count * rows.dest_bytes;
+  }
+}
+
+/// Calls `row(source, dest, pixels)` for the whole picture, not necessarily row by row. This is the
+/// one place that knows pitches, and that large pictures are streamed: a row function sees
+/// consecutive pixels, and a destination that need not be the picture itself.
+template <typename RowFunction>
+void WalkRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
+  const Rows rows(converter);
+  if (!rows.Stream()) return ForEachRow(rows, row);
+  ForEachRow(rows, [&](const uint8_t* source, uint8_t* dest, size_t width) {
+    StreamThroughBlocks(rows, source, dest, width, row);
+  });
+  StreamFence();
+}
+
+/// Converts a row with a row function and its twin that streams by itself. The twin gets whole
+/// cache lines of the destination, 64 pixels or a multiple at a time, with at least one pixel of
+/// the row before and after them.
+template <typename RowFunction, typename StreamedRowFunction>
+void StreamRow(const Rows& rows, const uint8_t* source, uint8_t* dest, size_t width,
+               RowFunction& row, StreamedRowFunction& streamed) {
+  constexpr size_t kStep = 64;
+  const size_t head = PixelsToLine(dest, rows.dest_bytes);
+  if (head >= width || width - head <= kStep) return row(source, dest, width);
+  const size_t lines = (width - head - 1) / kStep * kStep;
+  const size_t done = head + lines;
+  row(source, dest, head);
+  streamed(source + head * rows.source_bytes, dest + head * rows.dest_bytes, lines);
+  row(source + done * rows.source_bytes, dest + done * rows.dest_bytes, width - done);
+}
+
+/// Walks with such a pair of row functions.
+template <typename RowFunction, typename StreamedRowFunction>
+void WalkRows(const Rows& rows, RowFunction&& row, StreamedRowFunction&& streamed) {
+  if (!rows.Stream()) return ForEachRow(rows, row);
+  ForEachRow(rows, [&](const uint8_t* source, uint8_t* dest, size_t width) {
+    StreamRow(rows, source, dest, width, row, streamed);
+  });
+  StreamFence();
+}
+
+}  // namespace zav
