@@ -1,6 +1,6 @@
 # SPDX-FileCopyrightText: 2026 the ZAV authors
 # SPDX-License-Identifier: MIT
-"""Shows that check_layers.py refuses what it is there to refuse."""
+"""Checks that check_layers.py refuses what it should."""
 
 import pathlib
 import subprocess
@@ -9,8 +9,9 @@ import tempfile
 
 CASES = {
     "upward": ({"base/a.h": '#include "convert/b.h"\n', "convert/b.h": ""}, "includes convert/b.h"),
-    "circle": ({"base/a.h": '#include "base/b.h"\n', "base/b.h": '#include "base/a.h"\n'}, "circle"),
-    "homeless": ({"attic/a.h": ""}, "has no level"),
+    "missing": ({"base/a.h": '#include "base/b.h"\n'}, "not in src/"),
+    "homeless": ({"attic/a.h": ""}, "no known room"),
+    "empty": ({}, "no source files"),
     "fine": ({"base/a.h": "", "convert/b.h": '#include "base/a.h"\n'}, None),
 }
 
