@@ -78,11 +78,10 @@ constexpr KernelTable MakeKernelTable() {
 
 constexpr KernelTable kKernels = MakeKernelTable();
 
-/// Destination and source share one buffer afterwards, which the destination owns.
+/// Makes the destination the owner of the source's buffer, which both then share.
 void HandOver(ZAV_CONVERTER& converter) {
-  converter.dest.pixels = converter.source.pixels;
-  converter.dest.flags |= converter.source.flags & ZAV_SURF_OWNS_PIXELS;
-  converter.source.flags &= ~ZAV_SURF_OWNS_PIXELS;
+  DisownPixels(converter.source);
+  OwnPixels(converter.dest, converter.source.pixels);
 }
 
 bool ConvertSameFormat(ZAV_CONVERTER& converter) {

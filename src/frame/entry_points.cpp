@@ -58,7 +58,8 @@ void FreeImage(ZAV_IMAGE* image) {
 
 void DetachDest(ZAV_IMAGE* image) {
   if (IsReady(image)) {
-    image->converter->dest.flags &= ~(ZAV_SURF_OWNS_PIXELS | ZAV_SURF_OWNS_PALETTE);
+    DisownPixels(image->converter->dest);
+    DisownPalette(image->converter->dest);
   }
 }
 
@@ -130,19 +131,12 @@ bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path) {
 }
 
 bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end) {
-  if (LiesIn(surface.pixels, start, end)) {
-    uint8_t* copy = CopyOut(surface.pixels, end, ImageBytes(surface));
-    if (copy == nullptr) return false;
-    surface.pixels = copy;
-    surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  if (LiesIn(surface.pixels, start, end) &&
+      !OwnPixels(surface, CopyOut(surface.pixels, end, ImageBytes(surface)))) {
+    return false;
   }
-  if (LiesIn(surface.palette, start, end)) {
-    uint8_t* copy = CopyOut(surface.palette, end, ZAV_PALETTE_BYTES);
-    if (copy == nullptr) return false;
-    surface.palette = copy;
-    surface.flags |= ZAV_SURF_OWNS_PALETTE;
-  }
-  return true;
+  return !LiesIn(surface.palette, start, end) ||
+         OwnPalette(surface, CopyOut(surface.palette, end, ZAV_PALETTE_BYTES));
 }
 
 }  // namespace zav

@@ -29,9 +29,7 @@ ImageOperation::ImageOperation(ZAV_IMAGE& image) : image_(image), converter_(*im
 ImageOperation::~ImageOperation() {
   if (succeeded_) return;
   // A buffer that was handed over goes back, instead of being freed as new.
-  if (converter_.dest.pixels == loaded_source_.pixels) {
-    converter_.dest.flags &= ~ZAV_SURF_OWNS_PIXELS;
-  }
+  if (converter_.dest.pixels == loaded_source_.pixels) DisownPixels(converter_.dest);
   RestoreSurface(converter_.dest, loaded_dest_);
   RestoreSurface(converter_.source, found_source_);
   if (aside_.source.flags != 0 || aside_.source.pixels != nullptr ||
@@ -43,19 +41,17 @@ ImageOperation::~ImageOperation() {
 
 void ImageOperation::MakeRoomForReader() {
   ZAV_SURFACE& source = converter_.source;
-  const bool placed_pixels = source.pixels == converter_.placed_pixels;
-  if (source.pixels != nullptr && (placed_pixels || source.owns_pixels())) {
-    aside_.source.pixels = source.pixels;
-    aside_.source.flags |= source.flags & ZAV_SURF_OWNS_PIXELS;
-    if (placed_pixels) source.pixels = nullptr;
+  ZAV_SURFACE& aside = aside_.source;
+  if (DisownPixels(source)) OwnPixels(aside, source.pixels);
+  if (source.pixels == converter_.placed_pixels) {
+    aside.pixels = source.pixels;
+    source.pixels = nullptr;
   }
-  const bool placed_palette = source.palette == converter_.placed_palette;
-  if (source.palette != nullptr && (placed_palette || source.owns_palette())) {
-    aside_.source.palette = source.palette;
-    aside_.source.flags |= source.flags & ZAV_SURF_OWNS_PALETTE;
-    if (placed_palette) source.palette = nullptr;
+  if (DisownPalette(source)) OwnPalette(aside, source.palette);
+  if (source.palette == converter_.placed_palette) {
+    aside.palette = source.palette;
+    source.palette = nullptr;
   }
-  source.flags &= ~(ZAV_SURF_OWNS_PIXELS | ZAV_SURF_OWNS_PALETTE);
   found_source_ = source;
 }
 
@@ -64,14 +60,8 @@ void ImageOperation::Succeed() {
   ZAV_SURFACE& source = converter_.source;
   // What was taken aside and is in use again, filled in place, is owned again.
   ZAV_SURFACE& aside = aside_.source;
-  if (source.pixels == aside.pixels) {
-    source.flags |= aside.flags & ZAV_SURF_OWNS_PIXELS;
-    aside.flags &= ~ZAV_SURF_OWNS_PIXELS;
-  }
-  if (source.palette == aside.palette) {
-    source.flags |= aside.flags & ZAV_SURF_OWNS_PALETTE;
-    aside.flags &= ~ZAV_SURF_OWNS_PALETTE;
-  }
+  if (source.pixels == aside.pixels && DisownPixels(aside)) OwnPixels(source, source.pixels);
+  if (source.palette == aside.palette && DisownPalette(aside)) OwnPalette(source, source.palette);
   if (source.pixels != found_source_.pixels) converter_.placed_pixels = source.pixels;
   if (source.palette != found_source_.palette) converter_.placed_palette = source.palette;
   StoreRecords(image_);

@@ -165,10 +165,7 @@ bool PrepareStrip(const ZAV_SURFACE& picture, int64_t width, int64_t height, ZAV
   strip.palette = picture.palette;
   if (width == 0) return true;
   if (!SetDefinition(strip, width, height, picture.format)) return false;
-  strip.pixels = AllocateZeroed(ImageBytes(strip));
-  if (strip.pixels == nullptr) return false;
-  strip.flags |= ZAV_SURF_OWNS_PIXELS;
-  return true;
+  return OwnPixels(strip, AllocateZeroed(ImageBytes(strip)));
 }
 
 /// The lowest index with the key; without one, the lowest of those whose channels are nearest to

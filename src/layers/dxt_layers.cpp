@@ -67,22 +67,19 @@ bool ReadPackedBlocks(ByteReader& block, ZAV_SURFACE& surface, int64_t needed) {
   const int64_t total = block.Le32();
   ByteReader chunks = block;
   if (!IsBufferSize(total) || total < needed || !SkipBlockChunks(block, total)) return false;
-  uint8_t* blocks = AllocateBytes(total);
-  if (blocks == nullptr) return false;
+  if (!OwnPixels(surface, AllocateBytes(total))) return false;
   int64_t done = 0;
   while (done < total) {
     ByteReader chunk = chunks;
     chunk.Skip(4);
     const int64_t word = static_cast<int32_t>(chunk.Le32());
     const int64_t share = word < 0 ? -word : word;
-    if (!ReadChunk(chunks, blocks + done, share)) {
-      FreeBytes(blocks);
+    if (!ReadChunk(chunks, surface.pixels + done, share)) {
+      ReleaseSurface(surface);
       return false;
     }
     done += share;
   }
-  surface.pixels = blocks;
-  surface.flags |= ZAV_SURF_OWNS_PIXELS;
   return true;
 }
 

@@ -103,9 +103,7 @@ bool Decode(ZAV_SURFACE& surface, const uint8_t* header, const uint8_t* file, in
       found.height != surface.height || found.channels != CodingOf(header[0]).channels) {
     return false;
   }
-  surface.pixels = AllocateBytes(ImageBytes(surface));
-  if (surface.pixels == nullptr) return false;
-  surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  if (!OwnPixels(surface, AllocateBytes(ImageBytes(surface)))) return false;
   if (!DecodeJpeg(
           file, size,
           {surface.pixels, surface.width, surface.height, surface.pitch, DecodedOrder(header)})) {

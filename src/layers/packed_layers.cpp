@@ -89,16 +89,14 @@ bool ReadPixels(ByteReader& block, ZAV_SURFACE& surface, bool interleaved) {
   ByteReader start = block;
   ByteReader planes[kPlanes] = {start, start, start, start};
   if (interleaved ? !SkipChunks(block, bytes) : !FindPlanes(block, groups, planes)) return false;
-  uint8_t* pixels = AllocateBytes(bytes);
-  if (pixels == nullptr) return false;
+  if (!OwnPixels(surface, AllocateBytes(bytes))) return false;
+  uint8_t* pixels = surface.pixels;
   // What planes leave over where the pitch is no multiple of 4.
   if (!interleaved) std::memset(pixels + groups * kPlanes, 0, static_cast<size_t>(bytes % kPlanes));
   if (interleaved ? !ReadChunks(start, pixels, bytes) : !ReadPlanes(planes, pixels, groups)) {
-    FreeBytes(pixels);
+    ReleaseSurface(surface);
     return false;
   }
-  surface.pixels = pixels;
-  surface.flags |= ZAV_SURF_OWNS_PIXELS;
   return true;
 }
 
@@ -174,12 +172,10 @@ bool ReadPackedPal8Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted
   if (!ReadChunk(block, palette, ZAV_PALETTE_BYTES) || !ReadPixels(block, surface, true)) {
     return false;
   }
-  surface.palette = AllocateBytes(ZAV_PALETTE_BYTES);
-  if (surface.palette == nullptr) {
+  if (!OwnPalette(surface, AllocateBytes(ZAV_PALETTE_BYTES))) {
     ReleaseSurface(surface);
     return false;
   }
-  surface.flags |= ZAV_SURF_OWNS_PALETTE;
   std::memcpy(surface.palette, palette, ZAV_PALETTE_BYTES);
   return true;
 }

@@ -61,9 +61,7 @@ bool TakePalette(ZAV_STREAM& stream, ZAV_SURFACE& surface, int32_t entries) {
     surface.palette = const_cast<uint8_t*>(stored);
     return true;
   }
-  surface.palette = AllocateBytes(ZAV_PALETTE_BYTES);
-  if (surface.palette == nullptr) return false;
-  surface.flags |= ZAV_SURF_OWNS_PALETTE;
+  if (!OwnPalette(surface, AllocateBytes(ZAV_PALETTE_BYTES))) return false;
   std::memset(surface.palette, 0xFF, ZAV_PALETTE_BYTES);
   std::memcpy(surface.palette, stored, static_cast<size_t>(entries) * 4);
   return true;

@@ -22,13 +22,6 @@ void ClearRowPadding(ZAV_SURFACE& surface) {
   }
 }
 
-bool OwnPixels(ZAV_SURFACE& surface, uint8_t* pixels) {
-  if (pixels == nullptr) return false;
-  surface.pixels = pixels;
-  surface.flags |= ZAV_SURF_OWNS_PIXELS;
-  return true;
-}
-
 bool AllocatePixels(ZAV_SURFACE& surface) {
   if (!OwnPixels(surface, AllocateBytes(ImageBytes(surface)))) return false;
   ClearRowPadding(surface);
@@ -36,14 +29,36 @@ bool AllocatePixels(ZAV_SURFACE& surface) {
 }
 
 bool AllocatePalette(ZAV_SURFACE& surface) {
-  uint8_t* palette = AllocateZeroed(ZAV_PALETTE_BYTES);
+  return OwnPalette(surface, AllocateZeroed(ZAV_PALETTE_BYTES));
+}
+
+}  // namespace
+
+bool OwnPixels(ZAV_SURFACE& surface, uint8_t* pixels) {
+  if (pixels == nullptr) return false;
+  surface.pixels = pixels;
+  surface.flags |= ZAV_SURF_OWNS_PIXELS;
+  return true;
+}
+
+bool OwnPalette(ZAV_SURFACE& surface, uint8_t* palette) {
   if (palette == nullptr) return false;
   surface.palette = palette;
   surface.flags |= ZAV_SURF_OWNS_PALETTE;
   return true;
 }
 
-}  // namespace
+bool DisownPixels(ZAV_SURFACE& surface) {
+  const bool owned = surface.owns_pixels();
+  surface.flags &= ~ZAV_SURF_OWNS_PIXELS;
+  return owned;
+}
+
+bool DisownPalette(ZAV_SURFACE& surface) {
+  const bool owned = surface.owns_palette();
+  surface.flags &= ~ZAV_SURF_OWNS_PALETTE;
+  return owned;
+}
 
 int64_t ImageBytes(const ZAV_GFXDEF& definition) {
   const FormatRow& row = Format(definition.format);
@@ -125,15 +140,14 @@ bool PrepareDestPalette(ZAV_CONVERTER& converter) {
 }
 
 void ReleaseSurface(ZAV_SURFACE& surface) {
-  if (surface.owns_pixels()) {
+  if (DisownPixels(surface)) {
     FreeBytes(surface.pixels);
     surface.pixels = nullptr;
   }
-  if (surface.owns_palette()) {
+  if (DisownPalette(surface)) {
     FreeBytes(surface.palette);
     surface.palette = nullptr;
   }
-  surface.flags &= ~(ZAV_SURF_OWNS_PIXELS | ZAV_SURF_OWNS_PALETTE);
 }
 
 void ReleaseSurfaces(ZAV_CONVERTER& converter, bool source, bool dest) {

@@ -9,8 +9,17 @@
 
 namespace zav {
 
-// A surface's buffers are absent (null), borrowed (ownership bit clear) or owned. The operations
-// here are the only ones that make a buffer owned, free it, or move it between surfaces.
+// A surface's buffers are absent (null), borrowed (ownership bit clear) or owned. Only the
+// operations here set and clear ownership bits, free buffers and move them between surfaces.
+
+/// Gives the surface a buffer that AllocateBytes returned, to be freed with the surface. False for
+/// null; the surface is then unchanged. A buffer that it owned before must be gone already.
+bool OwnPixels(ZAV_SURFACE& surface, uint8_t* pixels);
+bool OwnPalette(ZAV_SURFACE& surface, uint8_t* palette);
+
+/// Takes the ownership away; the pointer stays. Returns whether the buffer was owned.
+bool DisownPixels(ZAV_SURFACE& surface);
+bool DisownPalette(ZAV_SURFACE& surface);
 
 /// Bytes of the surface's pixels as pitch and height say; 0 for formats without a size rule.
 int64_t ImageBytes(const ZAV_GFXDEF& definition);
