@@ -39,6 +39,23 @@ uint8_t* CopyOut(const uint8_t* from, const uint8_t* end, int64_t count) {
   return copy;
 }
 
+/// What an operation does with the image: converts its source, reads a file into its source and
+/// converts that, or saves its source and leaves the image as it was.
+enum class Effect { kConvert, kRead, kSave };
+
+/// Runs `body(converter) -> bool` as one operation on a ready image, with the image's environment
+/// value published. A failed operation is undone.
+template <typename Body>
+bool Operate(ZAV_IMAGE* image, Effect effect, Body&& body) {
+  if (!IsReady(image)) return false;
+  ImageOperation operation(*image);
+  PublishEnv(*image->converter);
+  if (effect == Effect::kRead) operation.MakeRoomForReader();
+  if (!body(*image->converter)) return false;
+  if (effect != Effect::kSave) operation.Succeed();
+  return true;
+}
+
 }  // namespace
 
 void InitImage(ZAV_IMAGE* image) {
@@ -67,41 +84,24 @@ void SetEnv(ZAV_IMAGE* image, uint32_t value) {
   if (IsReady(image)) image->converter->env = value;
 }
 
-bool ConvertRaw(ZAV_IMAGE* image) {
-  if (!IsReady(image)) return false;
-  ImageOperation operation(*image);
-  PublishEnv(*image->converter);
-  if (!ConvertSurface(*image->converter)) return false;
-  operation.Succeed();
-  return true;
-}
+bool ConvertRaw(ZAV_IMAGE* image) { return Operate(image, Effect::kConvert, ConvertSurface); }
 
 bool ConvertFile(ZAV_IMAGE* image, const char* path) {
-  if (!IsReady(image)) return false;
   const MappedFile file(path);
   if (file.Data() == nullptr) return false;
-  ZAV_CONVERTER& converter = *image->converter;
-  ImageOperation operation(*image);
-  PublishEnv(converter);
-  operation.MakeRoomForReader();
-  if (!ReadByExtension(converter, path, file.Data(), file.Size())) return false;
-  const uint8_t* end = file.Data() + file.Size();
-  if (!DetachFromRange(converter.source, file.Data(), end) ||
-      !DetachFromRange(converter.dest, file.Data(), end)) {
-    return false;
-  }
-  operation.Succeed();
-  return true;
+  const uint8_t* const end = file.Data() + file.Size();
+  return Operate(image, Effect::kRead, [&](ZAV_CONVERTER& converter) {
+    return ReadByExtension(converter, path, file.Data(), file.Size()) &&
+           DetachFromRange(converter.source, file.Data(), end) &&
+           DetachFromRange(converter.dest, file.Data(), end);
+  });
 }
 
 bool ConvertMemoryFile(ZAV_IMAGE* image, const char* name, const uint8_t* data, int64_t size) {
-  if (!IsReady(image) || data == nullptr || size < kSmallestMemoryFile) return false;
-  ImageOperation operation(*image);
-  PublishEnv(*image->converter);
-  operation.MakeRoomForReader();
-  if (!ReadByExtension(*image->converter, name, data, size)) return false;
-  operation.Succeed();
-  return true;
+  if (data == nullptr || size < kSmallestMemoryFile) return false;
+  return Operate(image, Effect::kRead, [=](ZAV_CONVERTER& converter) {
+    return ReadByExtension(converter, name, data, size);
+  });
 }
 
 bool ProbeFile(ZAV_GFXDEF* definition, const char* path) {
@@ -114,20 +114,12 @@ bool ProbeMemoryFile(ZAV_GFXDEF* definition, const char* name, const uint8_t* da
 }
 
 bool GenerateMipLevelOf(ZAV_IMAGE* image) {
-  if (!IsReady(image)) return false;
-  ImageOperation operation(*image);
-  PublishEnv(*image->converter);
-  if (!GenerateMipLevel(*image->converter)) return false;
-  operation.Succeed();
-  return true;
+  return Operate(image, Effect::kConvert, GenerateMipLevel);
 }
 
 bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path) {
-  if (!IsReady(image)) return false;
-  // Nothing is stored back, so the operation is undone whatever its result.
-  ImageOperation operation(*image);
-  PublishEnv(*image->converter);
-  return SaveByType(*image->converter, save_type, path);
+  return Operate(image, Effect::kSave,
+                 [=](ZAV_CONVERTER& converter) { return SaveByType(converter, save_type, path); });
 }
 
 bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end) {
