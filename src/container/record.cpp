@@ -10,9 +10,55 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kSizeOffset = 1;
+HeaderLayout::Place PlaceOf(uint8_t kind, Field field) {
+  return kHeaderLayouts[kind].fields[static_cast<size_t>(field)];
+}
 
 }  // namespace
+
+const uint8_t* FieldBytes(const uint8_t* header, Field field) {
+  return header + PlaceOf(header[0], field).offset;
+}
+
+uint32_t LoadField(const uint8_t* header, Field field) {
+  const uint8_t* bytes = FieldBytes(header, field);
+  switch (PlaceOf(header[0], field).bytes) {
+    case 1:
+      return *bytes;
+    case 2:
+      return LoadLe16(bytes);
+    default:
+      return LoadLe32(bytes);
+  }
+}
+
+void StoreField(ZAV_LAYER& header, Field field, uint32_t value) {
+  const HeaderLayout::Place place = PlaceOf(header.kind, field);
+  uint8_t* bytes = HeaderBytes(header) + place.offset;
+  switch (place.bytes) {
+    case 1:
+      *bytes = static_cast<uint8_t>(value);
+      break;
+    case 2:
+      StoreLe16(bytes, value);
+      break;
+    default:
+      StoreLe32(bytes, value);
+  }
+}
+
+int64_t LoadRecordSize(const uint8_t* header) { return LoadLe32(header + kSizeOffset); }
+
+bool LoadSides(const uint8_t* header, int32_t& width, int32_t& height) {
+  width = static_cast<int32_t>(LoadField(header, Field::kWidth));
+  height = static_cast<int32_t>(LoadField(header, Field::kHeight));
+  return width >= 1 && height >= 1;
+}
+
+void StoreSides(ZAV_LAYER& header, const ZAV_GFXDEF& picture) {
+  StoreField(header, Field::kWidth, static_cast<uint32_t>(picture.width));
+  StoreField(header, Field::kHeight, static_cast<uint32_t>(picture.height));
+}
 
 bool WriteRecordHeader(ZAV_STREAM& stream, const ZAV_LAYER* header) {
   if (!stream.RequireWriting()) return false;
@@ -66,26 +112,27 @@ bool RecordFrame::Finish() {
   return true;
 }
 
+void RecordFrame::Patch(ZAV_LAYER& header, Field field, uint32_t value) {
+  StoreField(header, field, value);
+  const HeaderLayout::Place place = PlaceOf(header.kind, field);
+  stream_.file().WriteAt(start_ + place.offset, HeaderBytes(header) + place.offset, place.bytes);
+}
+
 ZAV_LAYER MakeImageHeader(uint8_t kind, const char* name) {
   ZAV_LAYER header{};
   header.kind = kind;
-  uint8_t* stored = HeaderBytes(header) + kNameOffset;
-  for (int32_t i = 0; name != nullptr && i < kNameLength && name[i] != '\0'; ++i) {
+  const HeaderLayout::Place place = PlaceOf(kind, Field::kName);
+  uint8_t* stored = HeaderBytes(header) + place.offset;
+  for (int32_t i = 0; name != nullptr && i < place.bytes && name[i] != '\0'; ++i) {
     stored[i] = static_cast<uint8_t>(name[i]);
   }
   return header;
 }
 
-bool ReadImageHeader(ZAV_STREAM& stream, uint8_t kind, char* name, ZAV_LAYER& header) {
-  if (name != nullptr) *name = '\0';
+bool ReadImageHeader(ZAV_STREAM& stream, uint8_t kind, ZAV_LAYER& header) {
   header = ZAV_LAYER{};
   header.kind = kind;
-  if (!ReadRecordHeader(stream, &header)) return false;
-  if (name != nullptr) {
-    std::memcpy(name, HeaderBytes(header) + kNameOffset, kNameLength);
-    name[kNameLength] = '\0';
-  }
-  return true;
+  return ReadRecordHeader(stream, &header);
 }
 
 }  // namespace zav

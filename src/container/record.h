@@ -2,6 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
@@ -12,51 +13,140 @@
 namespace zav {
 
 /// Every record starts with its kind and its size; the rest of the header depends on the kind.
+inline constexpr int32_t kSizeOffset = 1;
 inline constexpr int32_t kRecordStart = 5;
-/// Image records: where the name stands, and how long it may be without a terminator.
-inline constexpr int32_t kNameOffset = kRecordStart;
-inline constexpr int32_t kNameLength = 32;
 
-struct RecordRow {
-  uint8_t kind;
-  uint8_t header_length;
+/// Fields of record headers after the size. docs/container-format.md describes them under the same
+/// names, and a test compares the two.
+enum class Field : uint8_t {
+  kName,
+  kWidth,
+  kHeight,
+  kPitch,
+  kTileLog,
+  kTiles,
+  kBlockSize,
+  kLevels,
+  kEntries,
+  kVariant,
+  kFlags,
+  kQuality,
+  kCut,
+  kBits,
+};
+inline constexpr size_t kFieldCount = static_cast<size_t>(Field::kBits) + 1;
+
+/// A field in the headers of one or several consecutive kinds.
+struct FieldRow {
+  uint8_t first_kind;
+  uint8_t last_kind;
+  Field field;
+  uint8_t offset;
+  uint8_t bytes;
 };
 
-inline constexpr RecordRow kRecordRows[] = {
-    {ZAV_REC_TILED, 49},      {ZAV_REC_IMAGE, 37},      {ZAV_REC_SQUIZ, 46},
-    {ZAV_REC_MIPMAP, 38},     {ZAV_LAYER_PAL8, 18},     {ZAV_LAYER_HICOLOR, 18},
-    {ZAV_LAYER_TRUE24, 18},   {ZAV_LAYER_TRUE32, 18},   {ZAV_LAYER_DXT1, 14},
-    {ZAV_LAYER_DXT2, 14},     {ZAV_LAYER_DXT3, 14},     {ZAV_LAYER_DXT4, 14},
-    {ZAV_LAYER_DXT5, 14},     {ZAV_LAYER_JPEG32, 19},   {ZAV_LAYER_JPEG24, 19},
-    {ZAV_LAYER_JPEGMASK, 19}, {ZAV_LAYER_PACKED32, 22}, {ZAV_LAYER_PACKEDPAL8, 21},
+/// The only place that knows offsets in headers. Fields of 1, 2 and 4 bytes are little-endian
+/// integers, but for `cut` and `bits`: they are four bytes, one for each channel.
+inline constexpr FieldRow kFieldRows[] = {
+    {ZAV_REC_TILED, ZAV_REC_TILED, Field::kName, 5, 32},
+    {ZAV_REC_TILED, ZAV_REC_TILED, Field::kWidth, 37, 4},
+    {ZAV_REC_TILED, ZAV_REC_TILED, Field::kHeight, 41, 4},
+    {ZAV_REC_TILED, ZAV_REC_TILED, Field::kTileLog, 45, 2},
+    {ZAV_REC_TILED, ZAV_REC_TILED, Field::kTiles, 47, 2},
+
+    {ZAV_REC_IMAGE, ZAV_REC_IMAGE, Field::kName, 5, 32},
+
+    {ZAV_REC_SQUIZ, ZAV_REC_SQUIZ, Field::kName, 5, 32},
+    {ZAV_REC_SQUIZ, ZAV_REC_SQUIZ, Field::kWidth, 37, 4},
+    {ZAV_REC_SQUIZ, ZAV_REC_SQUIZ, Field::kHeight, 41, 4},
+    {ZAV_REC_SQUIZ, ZAV_REC_SQUIZ, Field::kBlockSize, 45, 1},
+
+    {ZAV_REC_MIPMAP, ZAV_REC_MIPMAP, Field::kName, 5, 32},
+    {ZAV_REC_MIPMAP, ZAV_REC_MIPMAP, Field::kLevels, 37, 1},
+
+    {ZAV_LAYER_PAL8, ZAV_LAYER_PAL8, Field::kEntries, 5, 1},
+    {ZAV_LAYER_HICOLOR, ZAV_LAYER_TRUE32, Field::kVariant, 5, 1},
+    {ZAV_LAYER_PAL8, ZAV_LAYER_TRUE32, Field::kWidth, 6, 4},
+    {ZAV_LAYER_PAL8, ZAV_LAYER_TRUE32, Field::kHeight, 10, 4},
+    {ZAV_LAYER_PAL8, ZAV_LAYER_TRUE32, Field::kPitch, 14, 4},
+
+    {ZAV_LAYER_DXT1, ZAV_LAYER_DXT5, Field::kFlags, 5, 1},
+    {ZAV_LAYER_DXT1, ZAV_LAYER_DXT5, Field::kWidth, 6, 4},
+    {ZAV_LAYER_DXT1, ZAV_LAYER_DXT5, Field::kHeight, 10, 4},
+
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEGMASK, Field::kFlags, 5, 1},
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEGMASK, Field::kQuality, 6, 1},
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEGMASK, Field::kCut, 7, 4},
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEGMASK, Field::kWidth, 11, 4},
+    {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEGMASK, Field::kHeight, 15, 4},
+
+    {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, Field::kFlags, 5, 1},
+    {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, Field::kBits, 6, 4},
+    {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, Field::kWidth, 10, 4},
+    {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, Field::kHeight, 14, 4},
+    {ZAV_LAYER_PACKED32, ZAV_LAYER_PACKED32, Field::kPitch, 18, 4},
+
+    {ZAV_LAYER_PACKEDPAL8, ZAV_LAYER_PACKEDPAL8, Field::kBits, 5, 4},
+    {ZAV_LAYER_PACKEDPAL8, ZAV_LAYER_PACKEDPAL8, Field::kWidth, 9, 4},
+    {ZAV_LAYER_PACKEDPAL8, ZAV_LAYER_PACKEDPAL8, Field::kHeight, 13, 4},
+    {ZAV_LAYER_PACKEDPAL8, ZAV_LAYER_PACKEDPAL8, Field::kPitch, 17, 4},
 };
 
-constexpr bool RecordRowsAreSound() {
-  int32_t last = 0;
-  for (const RecordRow& row : kRecordRows) {
-    if (row.kind <= last || row.kind == ZAV_KIND_END) return false;
-    if (row.header_length <= kRecordStart || row.header_length > sizeof(ZAV_LAYER)) return false;
-    last = row.kind;
+/// The header of one kind.
+struct HeaderLayout {
+  struct Place {
+    uint8_t offset;  ///< 0: the kind has no such field
+    uint8_t bytes;
+  };
+  std::array<Place, kFieldCount> fields;
+  uint8_t length;  ///< 0: there is no such kind
+};
+
+constexpr std::array<HeaderLayout, 256> MakeHeaderLayouts() {
+  std::array<HeaderLayout, 256> layouts{};
+  for (const FieldRow& row : kFieldRows) {
+    for (size_t kind = row.first_kind; kind <= row.last_kind; ++kind) {
+      HeaderLayout& layout = layouts[kind];
+      layout.fields[static_cast<size_t>(row.field)] = {row.offset, row.bytes};
+      layout.length = std::max(layout.length, static_cast<uint8_t>(row.offset + row.bytes));
+    }
   }
-  return true;
+  return layouts;
 }
-static_assert(RecordRowsAreSound(), "kinds ascend, and every header fits a layer record");
+inline constexpr std::array<HeaderLayout, 256> kHeaderLayouts = MakeHeaderLayouts();
 
-constexpr std::array<uint8_t, 256> MakeHeaderLengths() {
-  std::array<uint8_t, 256> lengths{};
-  for (const RecordRow& row : kRecordRows) lengths[row.kind] = row.header_length;
-  return lengths;
+constexpr bool HeaderLayoutsAreSound() {
+  for (const HeaderLayout& layout : kHeaderLayouts) {
+    if (layout.length > sizeof(ZAV_LAYER)) return false;
+    int32_t covered = layout.length == 0 ? 0 : kRecordStart;
+    for (const HeaderLayout::Place& place : layout.fields) covered += place.bytes;
+    if (covered != layout.length) return false;
+  }
+  return kHeaderLayouts[ZAV_KIND_END].length == 0;
 }
-inline constexpr std::array<uint8_t, 256> kHeaderLengths = MakeHeaderLengths();
+static_assert(HeaderLayoutsAreSound(), "fields leave no gap, and every header fits a layer record");
 
 /// Bytes of a kind's header; 0 where there is no such kind.
-constexpr int32_t HeaderLength(uint8_t kind) { return kHeaderLengths[kind]; }
+constexpr int32_t HeaderLength(uint8_t kind) { return kHeaderLayouts[kind].length; }
 
 /// A record's header as bytes. A caller's record need not be longer than its kind's header.
 inline uint8_t* HeaderBytes(ZAV_LAYER& header) { return reinterpret_cast<uint8_t*>(&header); }
 inline const uint8_t* HeaderBytes(const ZAV_LAYER& header) {
   return reinterpret_cast<const uint8_t*>(&header);
 }
+
+// Access to the fields of a header, which starts with its kind. The kind must have the field.
+
+const uint8_t* FieldBytes(const uint8_t* header, Field field);
+uint32_t LoadField(const uint8_t* header, Field field);
+void StoreField(ZAV_LAYER& header, Field field, uint32_t value);
+
+/// What the header gives as the record's size.
+int64_t LoadRecordSize(const uint8_t* header);
+
+/// Width and height. False unless both are in 1 to 2^31 - 1.
+bool LoadSides(const uint8_t* header, int32_t& width, int32_t& height);
+void StoreSides(ZAV_LAYER& header, const ZAV_GFXDEF& picture);
 
 /// Writes the header as it stands. A kind that does not exist fails the stream.
 bool WriteRecordHeader(ZAV_STREAM& stream, const ZAV_LAYER* header);
@@ -84,10 +174,8 @@ class RecordFrame {
     if (!finished_) stream_.file().Seek(start_);
   }
 
-  /// Overwrites bytes of the record's header.
-  void Patch(int64_t offset, const void* bytes, int64_t count) {
-    stream_.file().WriteAt(start_ + offset, bytes, count);
-  }
+  /// Overwrites a field of the header, which has been written.
+  void Patch(ZAV_LAYER& header, Field field, uint32_t value);
 
   /// Patches the size. False when the record is larger than a reader could take.
   bool Finish();
@@ -101,15 +189,15 @@ class RecordFrame {
 /// The header of an image record: kind and name, everything else zero. `name` may be null.
 ZAV_LAYER MakeImageHeader(uint8_t kind, const char* name);
 
-/// Reads the header of an image record of the kind. `name`, unless null, takes the stored name and
-/// a terminator, kNameLength + 1 characters at most; after a failure it is empty.
-bool ReadImageHeader(ZAV_STREAM& stream, uint8_t kind, char* name, ZAV_LAYER& header);
+/// Reads the header of an image record of the kind. Where the data ends inside it, the rest is
+/// zero.
+bool ReadImageHeader(ZAV_STREAM& stream, uint8_t kind, ZAV_LAYER& header);
 
 /// Writes one image record whose layers are of the kind of `layer`, which may be null:
 ///
 /// `prepare(ZAV_LAYER& header) -> bool` gets everything ready before a byte is written, and fills
-/// in what the kind's header has behind the name;
-/// `write_contents(RecordFrame& frame) -> bool` writes what follows the header.
+/// in the fields after the name;
+/// `write_contents(RecordFrame& frame, ZAV_LAYER& header) -> bool` writes what follows the header.
 ///
 /// A failure fails the stream.
 template <typename Prepare, typename WriteContents>
@@ -119,7 +207,7 @@ bool WriteImageRecord(ZAV_STREAM& stream, uint8_t kind, const char* name, const 
   RecordFrame frame(stream);
   ZAV_LAYER header = MakeImageHeader(kind, name);
   const bool written = layer != nullptr && HeaderLength(layer->kind) != 0 && prepare(header) &&
-                       WriteRecordHeader(stream, &header) && write_contents(frame) &&
+                       WriteRecordHeader(stream, &header) && write_contents(frame, header) &&
                        frame.Finish();
   if (!written) stream.Fail();
   return written;

@@ -6,7 +6,6 @@
 
 #include "convert/pipeline.h"
 #include "frame/image_operation.h"
-#include "kinds/squiz_image.h"
 #include "layers/layer_dispatch.h"
 #include "surface/surface.h"
 
@@ -21,8 +20,6 @@ ZAV_STREAM* OpenStream(Open&& open) {
   return nullptr;
 }
 
-constexpr int32_t kSquizBlockSize = 8;
-
 }  // namespace
 
 ZAV_STREAM* OpenWriteStream(const char* path) {
@@ -34,11 +31,6 @@ ZAV_STREAM* OpenReadStream(const uint8_t* data, int64_t size) {
 }
 
 void CloseStream(ZAV_STREAM* stream) { delete stream; }
-
-bool WriteSquiz(ZAV_STREAM* stream, const char* name, ZAV_LAYER* layer,
-                const ZAV_GFXDEF* definition) {
-  return stream != nullptr && WriteSquizImage(*stream, name, layer, definition, kSquizBlockSize);
-}
 
 bool DecodeBitmap(ZAV_STREAM* stream, ZAV_IMAGE* image) {
   if (stream == nullptr || image == nullptr || image->converter == nullptr) return false;

@@ -18,10 +18,6 @@ ZAV_STREAM* OpenReadStream(const uint8_t* data, int64_t size);
 /// Null is ignored.
 void CloseStream(ZAV_STREAM* stream);
 
-/// Writes a squiz image of the blocks that hosts get, 8 x 8 pixels.
-bool WriteSquiz(ZAV_STREAM* stream, const char* name, ZAV_LAYER* layer,
-                const ZAV_GFXDEF* definition);
-
 /// Reads the next layer into the image's source and converts it when a destination format is set.
 /// The result is the read's, and the definitions are stored back whatever it is. Nothing is
 /// published: scaling goes by the value last published.

@@ -11,6 +11,7 @@
 #include "frame/startup.h"
 #include "kinds/mipmap_image.h"
 #include "kinds/plain_image.h"
+#include "kinds/squiz_image.h"
 #include "kinds/tiled_image.h"
 #include "zav.h"
 
@@ -89,7 +90,8 @@ int ZAV_WRITE_TILEDIMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF*
                          zav::WriteTiledImage(*Stream(stream), name, layer, definition));
 }
 int ZAV_WRITE_SQUIZIMAGE(void* stream, char* name, ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
-  return ContainerResult(zav::WriteSquiz(Stream(stream), name, layer, definition));
+  return ContainerResult(stream != nullptr &&
+                         zav::WriteSquizImage(*Stream(stream), name, layer, definition));
 }
 int ZAV_WRITE_MIPMAPIMAGE(void* stream, char* name, int levels, ZAV_LAYER* layer,
                           ZAV_GFXDEF* definition) {

@@ -3,6 +3,7 @@
 #include "kinds/container_reader.h"
 
 #include "convert/pipeline.h"
+#include "kinds/mipmap_image.h"
 #include "kinds/plain_image.h"
 #include "kinds/squiz_image.h"
 #include "kinds/tiled_image.h"
@@ -10,11 +11,9 @@
 namespace zav {
 namespace {
 
-using ImageReader = bool (*)(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surface, Wanted wanted);
-
 struct ImageRow {
   int32_t kind;
-  ImageReader read;
+  bool (*read)(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
 };
 
 constexpr ImageRow kImageRows[] = {
@@ -37,7 +36,7 @@ bool ReadFirstImage(const uint8_t* data, int64_t size, ZAV_SURFACE& surface, Wan
   int32_t kind = ZAV_KIND_END;
   while (PeekKind(stream, kind) && kind != ZAV_KIND_END) {
     if (const ImageRow* row = FindImage(kind)) {
-      return row->read(stream, nullptr, surface, wanted);
+      return row->read(stream, surface, wanted);
     }
     // A skip that fails still moves on, so that damage in front of an image does not hide it.
     SkipRecord(stream);

@@ -11,9 +11,6 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kLevelsOffset = kNameOffset + kNameLength;
-static_assert(kLevelsOffset + 1 == HeaderLength(ZAV_REC_MIPMAP));
-
 bool IsPowerOfTwo(int32_t side) { return side > 0 && (side & (side - 1)) == 0; }
 
 /// Whether the source can be written at all, whatever the layer.
@@ -58,14 +55,20 @@ bool WriteMipmapImage(ZAV_STREAM& stream, const char* name, int64_t levels, ZAV_
   if (!IsUsable(level)) return false;
   const int64_t wanted = std::clamp<int64_t>(levels, 0, PossibleLevels(level.source, layer->kind));
   const auto prepare = [&](ZAV_LAYER& header) {
-    HeaderBytes(header)[kLevelsOffset] = static_cast<uint8_t>(wanted);
+    StoreField(header, Field::kLevels, static_cast<uint32_t>(wanted));
     return true;
   };
-  return WriteImageRecord(stream, ZAV_REC_MIPMAP, name, layer, prepare, [&](RecordFrame& frame) {
-    const auto written = static_cast<uint8_t>(WriteLevels(stream, *layer, level, wanted));
-    frame.Patch(kLevelsOffset, &written, 1);
+  const auto write_levels = [&](RecordFrame& frame, ZAV_LAYER& header) {
+    const int64_t written = WriteLevels(stream, *layer, level, wanted);
+    frame.Patch(header, Field::kLevels, static_cast<uint32_t>(written));
     return true;
-  });
+  };
+  return WriteImageRecord(stream, ZAV_REC_MIPMAP, name, layer, prepare, write_levels);
+}
+
+bool ReadMipmapImage(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
+  ZAV_LAYER header;
+  return ReadImageHeader(stream, ZAV_REC_MIPMAP, header) && ReadLayer(stream, surface, wanted);
 }
 
 }  // namespace zav

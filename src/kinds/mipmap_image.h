@@ -13,4 +13,7 @@ namespace zav {
 bool WriteMipmapImage(ZAV_STREAM& stream, const char* name, int64_t levels, ZAV_LAYER* layer,
                       const ZAV_GFXDEF* definition);
 
+/// Reads the record's header and its first level. A record of another kind fails the stream.
+bool ReadMipmapImage(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
+
 }  // namespace zav

@@ -2,8 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include "kinds/squiz_image.h"
 
-#include "base/checked.h"
-#include "base/endian.h"
 #include "convert/pipeline.h"
 #include "kinds/squiz_blocks.h"
 #include "layers/layer_dispatch.h"
@@ -11,10 +9,8 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kWidthOffset = kNameOffset + kNameLength;
-constexpr int32_t kHeightOffset = kWidthOffset + 4;
-constexpr int32_t kBlockSizeOffset = kHeightOffset + 4;
-static_assert(kBlockSizeOffset + 1 == HeaderLength(ZAV_REC_SQUIZ));
+/// What the writer uses; a reader takes any.
+constexpr int32_t kBlockSize = 8;
 
 /// The formats that blocks are taken from and put into.
 bool IsBlockFormat(int32_t format) { return format == ZAV_FMT_PAL8 || format == ZAV_FMT_BGRA32; }
@@ -27,7 +23,7 @@ bool HasCells(const ZAV_SURFACE& strip, const uint8_t* records, const SquizGrid&
 
 /// Replaces the strip, the converter's source, by the picture.
 bool DecodeStrip(ZAV_CONVERTER& reading, const uint8_t* records, const SquizGrid& grid,
-                 int64_t width, int64_t height) {
+                 int32_t width, int32_t height) {
   if (!IsBlockFormat(reading.source.format)) {
     reading.dest.format = ZAV_FMT_BGRA32;
     if (!ConvertSurface(reading)) return false;
@@ -45,7 +41,7 @@ bool DecodeStrip(ZAV_CONVERTER& reading, const uint8_t* records, const SquizGrid
 }  // namespace
 
 bool WriteSquizImage(ZAV_STREAM& stream, const char* name, ZAV_LAYER* layer,
-                     const ZAV_GFXDEF* definition, int32_t block_size) {
+                     const ZAV_GFXDEF* definition) {
   SquizParts parts;
   ScopedConverter conversion;
   int64_t record_bytes = 0;
@@ -55,37 +51,34 @@ bool WriteSquizImage(ZAV_STREAM& stream, const char* name, ZAV_LAYER* layer,
         InFormat(conversion, *definition,
                  definition->format == ZAV_FMT_PAL8 ? ZAV_FMT_PAL8 : ZAV_FMT_BGRA32);
     if (picture == nullptr) return false;
-    uint8_t* bytes = HeaderBytes(header);
-    StoreLe32(bytes + kWidthOffset, static_cast<uint32_t>(picture->width));
-    StoreLe32(bytes + kHeightOffset, static_cast<uint32_t>(picture->height));
-    bytes[kBlockSizeOffset] = static_cast<uint8_t>(block_size);
-    const SquizGrid grid(picture->width, picture->height, block_size);
+    StoreSides(header, *picture);
+    StoreField(header, Field::kBlockSize, kBlockSize);
+    const SquizGrid grid(picture->width, picture->height, kBlockSize);
     record_bytes = grid.record_bytes();
     return EncodeSquiz(*picture, grid, parts);
   };
-  return WriteImageRecord(stream, ZAV_REC_SQUIZ, name, layer, prepare, [&](RecordFrame&) {
+  const auto write_parts = [&](RecordFrame&, ZAV_LAYER&) {
     stream.file().Write(parts.records, record_bytes);
     return WriteLayer(stream, layer, &parts.strip);
-  });
+  };
+  return WriteImageRecord(stream, ZAV_REC_SQUIZ, name, layer, prepare, write_parts);
 }
 
-bool ReadSquizImage(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surface, Wanted wanted) {
+bool ReadSquizImage(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
   ZAV_LAYER header;
-  if (!ReadImageHeader(stream, ZAV_REC_SQUIZ, name, header)) return false;
-  const uint8_t* bytes = HeaderBytes(header);
-  const int64_t width = LoadLe32(bytes + kWidthOffset);
-  const int64_t height = LoadLe32(bytes + kHeightOffset);
-  const int32_t block_size = bytes[kBlockSizeOffset];
-  if (!IsBufferSize(width) || !IsBufferSize(height) || block_size == 0) return false;
-  const SquizGrid grid(static_cast<int32_t>(width), static_cast<int32_t>(height), block_size);
+  if (!ReadImageHeader(stream, ZAV_REC_SQUIZ, header)) return false;
+  int32_t width = 0, height = 0;
+  const auto block_size = static_cast<int32_t>(LoadField(HeaderBytes(header), Field::kBlockSize));
+  if (!LoadSides(HeaderBytes(header), width, height) || block_size == 0) return false;
+  const SquizGrid grid(width, height, block_size);
   const uint8_t* records = stream.block().Take(grid.record_bytes());
   ScopedConverter reading;
   if (records == nullptr || !ReadLayer(stream, reading.source, wanted)) return false;
   if (wanted == Wanted::kPicture) {
     if (!DecodeStrip(reading, records, grid, width, height)) return false;
   } else {
-    reading.source.width = static_cast<int32_t>(width);
-    reading.source.height = static_cast<int32_t>(height);
+    reading.source.width = width;
+    reading.source.height = height;
   }
   MoveSurface(surface, reading.source);
   return true;

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "base/checked.h"
-#include "base/endian.h"
 #include "base/heap.h"
 #include "convert/pipeline.h"
 #include "kinds/tile_layout.h"
@@ -16,20 +15,14 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kWidthOffset = kNameOffset + kNameLength;
-constexpr int32_t kHeightOffset = kWidthOffset + 4;
-constexpr int32_t kLogOffset = kHeightOffset + 4;
-constexpr int32_t kCountOffset = kLogOffset + 2;
-static_assert(kCountOffset + 2 == HeaderLength(ZAV_REC_TILED));
-
 constexpr int32_t kTileLog = 8;  ///< also the largest that a reader takes
 constexpr int32_t kTileSize = 1 << kTileLog;
 constexpr int64_t kPitchMultiple = 8;
 
 constexpr int64_t ShortestLayer() {
   int64_t shortest = sizeof(ZAV_LAYER);
-  for (const RecordRow& row : kRecordRows) {
-    if (row.kind >= ZAV_LAYER_PAL8) shortest = std::min<int64_t>(shortest, row.header_length);
+  for (uint8_t kind = ZAV_LAYER_PAL8; kind < ZAV_KIND_END; ++kind) {
+    if (HeaderLength(kind) != 0) shortest = std::min<int64_t>(shortest, HeaderLength(kind));
   }
   return shortest;
 }
@@ -89,9 +82,9 @@ bool DefineLikeFirstTile(ZAV_STREAM& stream, const ZAV_LAYER& header, ZAV_SURFAC
   ScopedConverter first;
   const bool there = ReadLayer(stream, first.source, Wanted::kDefinition);
   stream.block().Seek(position);
-  const uint8_t* bytes = HeaderBytes(header);
-  return there && Define(picture, LoadLe32(bytes + kWidthOffset), LoadLe32(bytes + kHeightOffset),
-                         PictureFormat(first.source.format));
+  int32_t width = 0, height = 0;
+  return there && LoadSides(HeaderBytes(header), width, height) &&
+         Define(picture, width, height, PictureFormat(first.source.format));
 }
 
 /// Takes the picture's memory, and the palette of its first tile.
@@ -172,21 +165,20 @@ bool WriteTiledImage(ZAV_STREAM& stream, const char* name, ZAV_LAYER* layer,
     picture = InFormat(conversion, *definition, palettized ? ZAV_FMT_PAL8 : ZAV_FMT_BGRA32);
     if (picture == nullptr) return false;
     const TileLayout layout(picture->width, picture->height, kTileSize);
-    uint8_t* bytes = HeaderBytes(header);
-    StoreLe32(bytes + kWidthOffset, static_cast<uint32_t>(picture->width));
-    StoreLe32(bytes + kHeightOffset, static_cast<uint32_t>(picture->height));
-    StoreLe16(bytes + kLogOffset, kTileLog);
-    StoreLe16(bytes + kCountOffset, static_cast<uint32_t>(layout.tile_count()));
+    StoreSides(header, *picture);
+    StoreField(header, Field::kTileLog, kTileLog);
+    StoreField(header, Field::kTiles, static_cast<uint32_t>(layout.tile_count()));
     return true;
   };
-  return WriteImageRecord(stream, ZAV_REC_TILED, name, layer, prepare,
-                          [&](RecordFrame&) { return WriteTiles(stream, *layer, *picture); });
+  return WriteImageRecord(
+      stream, ZAV_REC_TILED, name, layer, prepare,
+      [&](RecordFrame&, ZAV_LAYER&) { return WriteTiles(stream, *layer, *picture); });
 }
 
-bool ReadTiledImage(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surface, Wanted wanted) {
+bool ReadTiledImage(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
   ZAV_LAYER header;
-  if (!ReadImageHeader(stream, ZAV_REC_TILED, name, header)) return false;
-  const int32_t log = LoadLe16(HeaderBytes(header) + kLogOffset);
+  if (!ReadImageHeader(stream, ZAV_REC_TILED, header)) return false;
+  const auto log = static_cast<int32_t>(LoadField(HeaderBytes(header), Field::kTileLog));
   ScopedConverter reading;  // the picture is its destination
   ZAV_SURFACE& picture = reading.dest;
   if (log > kTileLog || !DefineLikeFirstTile(stream, header, picture)) return false;

@@ -19,7 +19,6 @@ bool WriteTiledImage(ZAV_STREAM& stream, const char* name, ZAV_LAYER* layer,
 /// first tile's format where that is ZAV_FMT_PAL8, true colour or a fixed 16-bit layout, else
 /// ZAV_FMT_BGRA32. Palettized tiles whose palettes differ make it a ZAV_FMT_BGRA32 picture, too,
 /// which shows only when the pixels are read.
-/// `name` takes kNameLength + 1 characters and may be null.
-bool ReadTiledImage(ZAV_STREAM& stream, char* name, ZAV_SURFACE& surface, Wanted wanted);
+bool ReadTiledImage(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
 
 }  // namespace zav

@@ -14,12 +14,8 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kFlagsOffset = 5;
-constexpr uint8_t kPacked = 1;
-constexpr int32_t kWidthOffset = 6;
-constexpr int32_t kHeightOffset = 10;
+constexpr uint32_t kPacked = 1;  // in the flags
 constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_DXT1);
-static_assert(kHeightOffset + 4 == kHeaderBytes);
 
 int32_t VariantOf(uint8_t kind) { return kind - ZAV_LAYER_DXT1 + 1; }
 
@@ -89,9 +85,7 @@ bool WriteDxtLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& defin
   ScopedConverter conversion;
   const ZAV_SURFACE* picture = InFormat(conversion, definition, ZAV_FMT_BGRA32);
   if (picture == nullptr) return false;
-  uint8_t* header = HeaderBytes(layer);
-  StoreLe32(header + kWidthOffset, static_cast<uint32_t>(picture->width));
-  StoreLe32(header + kHeightOffset, static_cast<uint32_t>(picture->height));
+  StoreSides(layer, *picture);
 
   ScopedConverter padding;
   if (picture->width % 4 != 0 || picture->height % 4 != 0) {
@@ -100,7 +94,7 @@ bool WriteDxtLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& defin
   }
   DxtJob job;
   if (!Compress(job, *picture, VariantOf(layer.kind))) return false;
-  if ((header[kFlagsOffset] & kPacked) == 0) {
+  if ((LoadField(HeaderBytes(layer), Field::kFlags) & kPacked) == 0) {
     WriteLayerHeader(stream, layer);
     stream.file().Write(job.blocks, job.block_bytes);
     return true;
@@ -115,23 +109,23 @@ bool WriteDxtLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& defin
 }
 
 bool ReadDxtLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  ByteReader& block = stream.block();
-  const uint8_t* header = block.Take(kHeaderBytes);
+  const uint8_t* header = TakeHeader(stream);
   if (header == nullptr) return false;
   const int32_t variant = VariantOf(header[0]);
-  const int64_t width = static_cast<int32_t>(LoadLe32(header + kWidthOffset));
-  const int64_t height = static_cast<int32_t>(LoadLe32(header + kHeightOffset));
+  int32_t width = 0, height = 0;
   ReleaseSurface(surface);
   surface.definition() = ZAV_GFXDEF{};
-  if (width < 1 || height < 1 ||
+  if (!LoadSides(header, width, height) ||
       !SetDefinition(surface, RoundUp(width, 4), RoundUp(height, 4), ZAV_FMT_DXT1 + variant - 1)) {
     surface.definition() = ZAV_GFXDEF{};
     return false;
   }
   if (wanted == Wanted::kDefinition) return true;
   const int64_t needed = DxtBlockBytes(variant, surface.width, surface.height);
-  if ((header[kFlagsOffset] & kPacked) != 0) return ReadPackedBlocks(block, surface, needed);
-  const int64_t bytes = int64_t{LoadLe32(header + 1)} - kHeaderBytes;
+  ByteReader& block = stream.block();
+  if ((LoadField(header, Field::kFlags) & kPacked) != 0)
+    return ReadPackedBlocks(block, surface, needed);
+  const int64_t bytes = LoadRecordSize(header) - kHeaderBytes;
   if (bytes < needed) return false;
   // Nothing writes through a source's pixels that it does not own.
   surface.pixels = const_cast<uint8_t*>(block.Take(bytes));

@@ -15,25 +15,21 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kFlagsOffset = 5;
-constexpr uint8_t kStoredRgb = 1;
-constexpr uint8_t kHalfWidthColor = 2;  // else half width and height; kind 29 has its own sampling
-constexpr int32_t kQualityOffset = 6;
-constexpr int32_t kCutOffset = 7;  // four levels, by pixel byte
-constexpr int32_t kWidthOffset = 11;
-constexpr int32_t kHeightOffset = 15;
-constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_JPEG32);
-static_assert(kHeightOffset + 4 == kHeaderBytes);
+// Flags.
+constexpr uint32_t kStoredRgb = 1;
+constexpr uint32_t kHalfWidthColor = 2;  // otherwise half width and height; four channels ignore it
 
-/// How a kind is coded. The codec is told the kind's order whatever the stored one is: of the two
-/// stored orders, one is coded with red and blue exchanged, and the reader changes them back by the
-/// same flag.
+constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_JPEG32);
+
+/// How a kind is coded. The codec always gets the kind's order, also when the picture is stored in
+/// the other one: that one is coded with red and blue exchanged, and the reader exchanges them
+/// again by the same flag.
 struct Coding {
   uint8_t kind;
   int32_t channels;
   int32_t stored_rgb;
   int32_t stored_bgr;
-  JpegOrder told;
+  JpegOrder order;
 };
 
 constexpr Coding kCodings[] = {
@@ -44,16 +40,20 @@ constexpr Coding kCodings[] = {
 
 const Coding& CodingOf(uint8_t kind) { return kCodings[kind - kCodings[0].kind]; }
 
+bool HasFlag(const uint8_t* header, uint32_t flag) {
+  return (LoadField(header, Field::kFlags) & flag) != 0;
+}
+
 int32_t StoredFormat(const uint8_t* header) {
   const Coding& coding = CodingOf(header[0]);
-  return (header[kFlagsOffset] & kStoredRgb) != 0 ? coding.stored_rgb : coding.stored_bgr;
+  return HasFlag(header, kStoredRgb) ? coding.stored_rgb : coding.stored_bgr;
 }
 
 /// The order in which the coded channels come out as B, G, R, A.
 JpegOrder DecodedOrder(const uint8_t* header) {
-  const bool stored_rgb = (header[kFlagsOffset] & kStoredRgb) != 0;
-  const bool told_rgb = CodingOf(header[0]).told == JpegOrder::kRgba;
-  return stored_rgb == told_rgb ? JpegOrder::kBgra : JpegOrder::kRgba;
+  const bool stored_rgb = HasFlag(header, kStoredRgb);
+  const bool coded_rgb = CodingOf(header[0]).order == JpegOrder::kRgba;
+  return stored_rgb == coded_rgb ? JpegOrder::kBgra : JpegOrder::kRgba;
 }
 
 bool WriteToBuffer(void* context, const uint8_t* bytes, int64_t count) {
@@ -62,31 +62,32 @@ bool WriteToBuffer(void* context, const uint8_t* bytes, int64_t count) {
 
 /// Codes the picture into memory: nothing of a layer is written before it is known to succeed.
 /// Fills the picture's size into the header.
-bool Encode(ByteBuffer& file, uint8_t* header, const ZAV_SURFACE& picture) {
-  StoreLe32(header + kWidthOffset, static_cast<uint32_t>(picture.width));
-  StoreLe32(header + kHeightOffset, static_cast<uint32_t>(picture.height));
-  const bool half_width = (header[kFlagsOffset] & kHalfWidthColor) != 0;
+bool Encode(ByteBuffer& file, ZAV_LAYER& layer, const ZAV_SURFACE& picture) {
+  StoreSides(layer, picture);
+  const uint8_t* header = HeaderBytes(layer);
+  const bool half_width = HasFlag(header, kHalfWidthColor);
   return EncodeJpeg(
-      {picture.pixels, picture.width, picture.height, picture.pitch, CodingOf(header[0]).told},
-      half_width ? JpegSampling::k2x1 : JpegSampling::k2x2, header[kQualityOffset],
-      {WriteToBuffer, &file});
+      {picture.pixels, picture.width, picture.height, picture.pitch, CodingOf(layer.kind).order},
+      half_width ? JpegSampling::k2x1 : JpegSampling::k2x2,
+      static_cast<int32_t>(LoadField(header, Field::kQuality)), {WriteToBuffer, &file});
 }
 
-/// Takes the header and starts the surface anew with its definition.
-const uint8_t* TakeHeader(ZAV_STREAM& stream, ZAV_SURFACE& surface) {
-  const uint8_t* header = stream.block().Take(kHeaderBytes);
+/// Takes the header and resets the surface to its definition.
+const uint8_t* TakeDefinition(ZAV_STREAM& stream, ZAV_SURFACE& surface) {
+  const uint8_t* header = TakeHeader(stream);
   if (header == nullptr) return nullptr;
-  const auto width = static_cast<int32_t>(LoadLe32(header + kWidthOffset));
-  const auto height = static_cast<int32_t>(LoadLe32(header + kHeightOffset));
+  int32_t width = 0, height = 0;
   ReleaseSurface(surface);
   surface = ZAV_SURFACE{};
-  return SetDefinition(surface, width, height, ZAV_FMT_BGRA32) ? header : nullptr;
+  const bool defined =
+      LoadSides(header, width, height) && SetDefinition(surface, width, height, ZAV_FMT_BGRA32);
+  return defined ? header : nullptr;
 }
 
 /// Sets channel values below their levels to 0.
 void CutLow(ZAV_SURFACE& surface, const uint8_t* header) {
   uint8_t levels[4];
-  std::memcpy(levels, header + kCutOffset, sizeof(levels));
+  std::memcpy(levels, FieldBytes(header, Field::kCut), sizeof(levels));
   if (LoadLe32(levels) == 0) return;
   if (CodingOf(header[0]).channels == 3) levels[3] = 0;
   const int64_t bytes = ImageBytes(surface);
@@ -156,25 +157,23 @@ bool ApplyMask(ByteReader& chunks, ZAV_SURFACE& surface) {
 }  // namespace
 
 bool WriteJpegLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
-  uint8_t* header = HeaderBytes(layer);
   ScopedConverter conversion;
-  const ZAV_SURFACE* picture = InFormat(conversion, definition, StoredFormat(header));
+  const ZAV_SURFACE* picture = InFormat(conversion, definition, StoredFormat(HeaderBytes(layer)));
   ByteBuffer file;
-  if (picture == nullptr || !Encode(file, header, *picture)) return false;
+  if (picture == nullptr || !Encode(file, layer, *picture)) return false;
   WriteLayerHeader(stream, layer);
   return stream.file().Write(file.data(), file.size());
 }
 
 bool ReadJpegLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  const uint8_t* header = TakeHeader(stream, surface);
+  const uint8_t* header = TakeDefinition(stream, surface);
   if (header == nullptr || wanted == Wanted::kDefinition) return header != nullptr;
-  const int64_t size = int64_t{LoadLe32(header + 1)} - kHeaderBytes;
+  const int64_t size = LoadRecordSize(header) - kHeaderBytes;
   const uint8_t* file = stream.block().Take(size);
   return file != nullptr && Decode(surface, header, file, size);
 }
 
 bool WriteJpegMaskLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
-  uint8_t* header = HeaderBytes(layer);
   // Unlike the other writers' conversions this one leaves the published environment value alone.
   ScopedConverter conversion;
   conversion.source.definition() = definition;
@@ -187,9 +186,9 @@ bool WriteJpegMaskLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& 
   GatherMask(mask.get(), conversion.dest);
 
   MoveDestToSource(conversion, conversion);
-  conversion.dest.format = StoredFormat(header);
+  conversion.dest.format = StoredFormat(HeaderBytes(layer));
   ByteBuffer file;
-  if (!ConvertSurface(conversion) || !Encode(file, header, conversion.dest)) return false;
+  if (!ConvertSurface(conversion) || !Encode(file, layer, conversion.dest)) return false;
   WriteLayerHeader(stream, layer);
   uint8_t length[4];
   StoreLe32(length, static_cast<uint32_t>(file.size()));
@@ -199,7 +198,7 @@ bool WriteJpegMaskLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& 
 }
 
 bool ReadJpegMaskLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  const uint8_t* header = TakeHeader(stream, surface);
+  const uint8_t* header = TakeDefinition(stream, surface);
   if (header == nullptr || wanted == Wanted::kDefinition) return header != nullptr;
   ByteReader& block = stream.block();
   const int64_t size = block.Le32();

@@ -3,7 +3,6 @@
 #include "layers/layer_codec.h"
 
 #include "base/checked.h"
-#include "base/endian.h"
 #include "convert/environment.h"
 #include "convert/pipeline.h"
 #include "surface/format_table.h"
@@ -32,26 +31,29 @@ void WriteLayerHeader(ZAV_STREAM& stream, const ZAV_LAYER& layer) {
   stream.file().Write(HeaderBytes(layer), HeaderLength(layer.kind));
 }
 
-void StoreExtent(ZAV_LAYER& layer, int32_t offset, const ZAV_GFXDEF& picture) {
-  uint8_t* extent = HeaderBytes(layer) + offset;
-  StoreLe32(extent, static_cast<uint32_t>(picture.width));
-  StoreLe32(extent + 4, static_cast<uint32_t>(picture.height));
-  StoreLe32(extent + 8, static_cast<uint32_t>(picture.pitch));
+const uint8_t* TakeHeader(ZAV_STREAM& stream) {
+  ByteReader& block = stream.block();
+  const uint8_t* kind = block.Peek(1);
+  return kind != nullptr ? block.Take(HeaderLength(*kind)) : nullptr;
 }
 
-bool LoadExtent(ZAV_SURFACE& surface, int32_t format, const uint8_t* extent) {
-  const int64_t width = LoadLe32(extent);
-  const int64_t height = LoadLe32(extent + 4);
-  const int64_t pitch = LoadLe32(extent + 8);
+void StoreExtent(ZAV_LAYER& layer, const ZAV_GFXDEF& picture) {
+  StoreSides(layer, picture);
+  StoreField(layer, Field::kPitch, static_cast<uint32_t>(picture.pitch));
+}
+
+bool LoadExtent(ZAV_SURFACE& surface, int32_t format, const uint8_t* header) {
+  int32_t width = 0, height = 0;
+  const int64_t pitch = LoadField(header, Field::kPitch);
   ReleaseSurface(surface);
   surface = ZAV_SURFACE{};
   // The quotient keeps the product of two hostile 32-bit numbers out of the comparison.
-  if (width < 1 || height < 1 || pitch < width * BytesPerPixel(format) ||
+  if (!LoadSides(header, width, height) || pitch < int64_t{width} * BytesPerPixel(format) ||
       pitch > kMaxBytes / height) {
     return false;
   }
-  surface.width = static_cast<int32_t>(width);
-  surface.height = static_cast<int32_t>(height);
+  surface.width = width;
+  surface.height = height;
   surface.pitch = static_cast<int32_t>(pitch);
   surface.format = format;
   surface.bytes_per_pixel = BytesPerPixel(format);

@@ -41,14 +41,14 @@ const ZAV_SURFACE* InFormat(ScopedConverter& conversion, const ZAV_GFXDEF& defin
 /// Writes a layer's header.
 void WriteLayerHeader(ZAV_STREAM& stream, const ZAV_LAYER& layer);
 
-/// Bytes of the three fields width, height and pitch, which stand side by side.
-inline constexpr int32_t kExtentBytes = 12;
+/// The header of the next record, whose kind is known to exist; null where the data ends inside it.
+const uint8_t* TakeHeader(ZAV_STREAM& stream);
 
-/// Puts the picture's width, height and pitch into the record at `offset`.
-void StoreExtent(ZAV_LAYER& layer, int32_t offset, const ZAV_GFXDEF& picture);
+/// Stores the picture's width, height and pitch in the header.
+void StoreExtent(ZAV_LAYER& layer, const ZAV_GFXDEF& picture);
 
-/// Starts a surface anew: what it owned is released, and its definition is the format with width,
-/// height and pitch from `extent`. False when no picture has those.
-bool LoadExtent(ZAV_SURFACE& surface, int32_t format, const uint8_t* extent);
+/// Resets a surface: releases what it owned and defines it by the format and the header's width,
+/// height and pitch. False when no picture can have those.
+bool LoadExtent(ZAV_SURFACE& surface, int32_t format, const uint8_t* header);
 
 }  // namespace zav

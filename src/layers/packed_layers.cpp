@@ -13,19 +13,10 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kFlagsOffset = 5;
-constexpr uint8_t kStoredRgba = 1;
-constexpr uint8_t kStoredBgra = 2;
-constexpr uint8_t kInterleaved = 4;
-constexpr int32_t kBitsOffset = 6;
-constexpr int32_t kExtentOffset = 10;
-constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_PACKED32);
-static_assert(kExtentOffset + kExtentBytes == kHeaderBytes);
-
-constexpr int32_t kPalBitsOffset = 5;
-constexpr int32_t kPalExtentOffset = 9;
-constexpr int32_t kPalHeaderBytes = HeaderLength(ZAV_LAYER_PACKEDPAL8);
-static_assert(kPalExtentOffset + kExtentBytes == kPalHeaderBytes);
+// ZAV_LAYER_PACKED32: flags
+constexpr uint32_t kStoredRgba = 1;
+constexpr uint32_t kStoredBgra = 2;
+constexpr uint32_t kInterleaved = 4;
 
 constexpr int kPlanes = 4;
 
@@ -81,8 +72,7 @@ bool ReadPlanes(ByteReader* planes, uint8_t* pixels, int64_t groups) {
   return true;
 }
 
-/// Fetches the pixels of a surface whose definition is set; the surface takes the buffer over only
-/// when all went well.
+/// Reads the pixels of a surface whose definition is set. On failure the surface owns nothing.
 bool ReadPixels(ByteReader& block, ZAV_SURFACE& surface, bool interleaved) {
   const int64_t bytes = ImageBytes(surface);
   const int64_t groups = bytes / kPlanes;
@@ -116,7 +106,7 @@ const ZAV_SURFACE* CutAndQuantize(ScopedConverter& cut, ScopedConverter& quantiz
 
 bool WritePacked32Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
   const uint8_t* header = HeaderBytes(layer);
-  const uint8_t flags = header[kFlagsOffset];
+  const uint32_t flags = LoadField(header, Field::kFlags);
   if ((flags & (kStoredRgba | kStoredBgra)) == 0) return false;
   // Always a copy: its bits are cut, and its padding is zero.
   ScopedConverter copy;
@@ -127,47 +117,47 @@ bool WritePacked32Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& 
   const ZAV_SURFACE& picture = copy.dest;
   const int64_t bytes = ImageBytes(picture);
   const int64_t groups = bytes / kPlanes;
-  CutChannels(picture.pixels, groups, ChannelBits(header + kBitsOffset));
+  CutChannels(picture.pixels, groups, ChannelBits(FieldBytes(header, Field::kBits)));
   ChunkWriter chunks(stream);
   if (!chunks.is_ready()) return false;
-  StoreExtent(layer, kExtentOffset, picture);
+  StoreExtent(layer, picture);
   WriteLayerHeader(stream, layer);
   return (flags & kInterleaved) != 0 ? chunks.Write(picture.pixels, bytes)
                                      : WritePlanes(chunks, picture.pixels, groups);
 }
 
 bool ReadPacked32Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  const uint8_t* header = stream.block().Take(kHeaderBytes);
+  const uint8_t* header = TakeHeader(stream);
   if (header == nullptr) return false;
-  const uint8_t flags = header[kFlagsOffset];
+  const uint32_t flags = LoadField(header, Field::kFlags);
   const int32_t format = (flags & kStoredRgba) != 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
-  if (!LoadExtent(surface, format, header + kExtentOffset)) return false;
+  if (!LoadExtent(surface, format, header)) return false;
   if (wanted == Wanted::kDefinition) return true;
   if (!ReadPixels(stream.block(), surface, (flags & kInterleaved) != 0)) return false;
-  WidenChannels(surface.pixels, ImageBytes(surface) / kPlanes, ChannelBits(header + kBitsOffset));
+  WidenChannels(surface.pixels, ImageBytes(surface) / kPlanes,
+                ChannelBits(FieldBytes(header, Field::kBits)));
   return true;
 }
 
 bool WritePackedPal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
-  const uint32_t mask = BitMask(HeaderBytes(layer) + kPalBitsOffset);
+  const uint32_t mask = BitMask(FieldBytes(HeaderBytes(layer), Field::kBits));
   ScopedConverter cut;
   ScopedConverter quantized;
   const ZAV_SURFACE* picture = CutAndQuantize(cut, quantized, definition, mask);
   if (picture == nullptr) return false;
   ChunkWriter chunks(stream);
   if (!chunks.is_ready()) return false;
-  StoreExtent(layer, kPalExtentOffset, *picture);
+  StoreExtent(layer, *picture);
   WriteLayerHeader(stream, layer);
   return chunks.Write(picture->palette, ZAV_PALETTE_BYTES) &&
          chunks.Write(picture->pixels, ImageBytes(*picture));
 }
 
 bool ReadPackedPal8Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  ByteReader& block = stream.block();
-  const uint8_t* header = block.Take(kPalHeaderBytes);
-  if (header == nullptr) return false;
-  if (!LoadExtent(surface, ZAV_FMT_PAL8, header + kPalExtentOffset)) return false;
+  const uint8_t* header = TakeHeader(stream);
+  if (header == nullptr || !LoadExtent(surface, ZAV_FMT_PAL8, header)) return false;
   if (wanted == Wanted::kDefinition) return true;
+  ByteReader& block = stream.block();
   uint8_t palette[ZAV_PALETTE_BYTES];
   if (!ReadChunk(block, palette, ZAV_PALETTE_BYTES) || !ReadPixels(block, surface, true)) {
     return false;

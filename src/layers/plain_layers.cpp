@@ -10,11 +10,6 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_TRUE32);
-constexpr int32_t kVariantOffset = 5;  // ZAV_LAYER_PAL8: palette entries modulo 256
-constexpr int32_t kExtentOffset = 6;
-static_assert(kExtentOffset + kExtentBytes == kHeaderBytes);
-
 struct VariantRow {
   uint8_t kind;
   uint8_t variant;
@@ -30,7 +25,7 @@ constexpr VariantRow kVariants[] = {
 };
 
 /// The variant's row; the kind's last one for a variant that it has not got.
-const VariantRow& FindVariant(uint8_t kind, uint8_t variant) {
+const VariantRow& FindVariant(uint8_t kind, uint32_t variant) {
   const VariantRow* found = nullptr;
   for (const VariantRow& row : kVariants) {
     if (row.kind != kind) continue;
@@ -70,23 +65,23 @@ bool TakePalette(ZAV_STREAM& stream, ZAV_SURFACE& surface, int32_t entries) {
 }  // namespace
 
 bool WriteColorLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
-  const uint8_t variant = HeaderBytes(layer)[kVariantOffset];
+  const uint32_t variant = LoadField(HeaderBytes(layer), Field::kVariant);
   const VariantRow& row = FindVariant(layer.kind, variant);
   if (row.variant != variant) return false;
   ScopedConverter conversion;
   const ZAV_SURFACE* picture = InFormat(conversion, definition, row.format);
   if (picture == nullptr) return false;
-  StoreExtent(layer, kExtentOffset, *picture);
+  StoreExtent(layer, *picture);
   WriteLayerHeader(stream, layer);
   stream.file().Write(picture->pixels, ImageBytes(*picture));
   return true;
 }
 
 bool ReadColorLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  const uint8_t* header = stream.block().Take(kHeaderBytes);
+  const uint8_t* header = TakeHeader(stream);
   if (header == nullptr) return false;
-  const VariantRow& row = FindVariant(header[0], header[kVariantOffset]);
-  if (!LoadExtent(surface, row.format, header + kExtentOffset)) return false;
+  const VariantRow& row = FindVariant(header[0], LoadField(header, Field::kVariant));
+  if (!LoadExtent(surface, row.format, header)) return false;
   return wanted == Wanted::kDefinition || TakePixels(stream, surface);
 }
 
@@ -95,8 +90,8 @@ bool WritePal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& defi
   const ZAV_SURFACE* picture = InFormat(conversion, definition, ZAV_FMT_PAL8);
   if (picture == nullptr) return false;
   const int32_t entries = CountEntries(picture->palette);
-  HeaderBytes(layer)[kVariantOffset] = static_cast<uint8_t>(entries);
-  StoreExtent(layer, kExtentOffset, *picture);
+  StoreField(layer, Field::kEntries, static_cast<uint32_t>(entries));  // 256 as 0
+  StoreExtent(layer, *picture);
   WriteLayerHeader(stream, layer);
   stream.file().Write(picture->palette, entries * 4);
   stream.file().Write(picture->pixels, ImageBytes(*picture));
@@ -104,14 +99,12 @@ bool WritePal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& defi
 }
 
 bool ReadPal8Layer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
-  const uint8_t* header = stream.block().Take(kHeaderBytes);
-  if (header == nullptr) return false;
-  if (!LoadExtent(surface, ZAV_FMT_PAL8, header + kExtentOffset)) return false;
+  const uint8_t* header = TakeHeader(stream);
+  if (header == nullptr || !LoadExtent(surface, ZAV_FMT_PAL8, header)) return false;
   if (wanted == Wanted::kDefinition) return true;
-  const uint8_t stored = header[kVariantOffset];
-  if (TakePalette(stream, surface, stored != 0 ? stored : 256) && TakePixels(stream, surface)) {
-    return true;
-  }
+  const auto stored = static_cast<int32_t>(LoadField(header, Field::kEntries));
+  const int32_t entries = stored != 0 ? stored : 256;
+  if (TakePalette(stream, surface, entries) && TakePixels(stream, surface)) return true;
   ReleaseSurface(surface);
   surface.palette = nullptr;
   return false;
