@@ -7,14 +7,19 @@
 
 namespace zav {
 
-/// Makes `count` pixels of the bytes of red, green, blue and, for four channels, alpha planes, in
-/// the order blue, green, red, alpha. Nothing overlaps.
-using PlaneRow = void (*)(const uint8_t* const* planes, uint8_t* dest, size_t count);
+// Plane c holds byte c of every pixel. Planes and pixels may start anywhere, but must not overlap.
+
+/// Interleaves `count` bytes of each plane into pixels.
+using InterleaveRow = void (*)(const uint8_t* const* planes, uint8_t* pixels, size_t count);
+
+/// Splits `count` pixels into planes.
+using SplitRow = void (*)(const uint8_t* pixels, uint8_t* const* planes, size_t count);
 
 /// One implementation.
 struct PlaneRows {
   const char* target;  ///< "plain" or the instruction set's name
-  PlaneRow three, four;
+  InterleaveRow interleave3, interleave4;
+  SplitRow split4;
 };
 
 /// The reference: one pixel at a time.
@@ -23,9 +28,10 @@ const PlaneRows& PlainPlaneRows();
 /// The fastest for this processor, or the one that a test forced (platform/vector_target.h).
 const PlaneRows& SelectedPlaneRows();
 
-inline PlaneRow PlaneRowOf(int32_t channels) {
+/// For 3 or 4 planes.
+inline InterleaveRow InterleaveRowOf(int32_t planes) {
   const PlaneRows& rows = SelectedPlaneRows();
-  return channels == 3 ? rows.three : rows.four;
+  return planes == 3 ? rows.interleave3 : rows.interleave4;
 }
 
 }  // namespace zav

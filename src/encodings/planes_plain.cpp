@@ -5,17 +5,23 @@
 namespace zav {
 namespace {
 
-template <size_t kChannels>
-void Row(const uint8_t* const* planes, uint8_t* dest, size_t count) {
-  for (size_t x = 0; x < count; ++x, dest += kChannels) {
-    dest[0] = planes[2][x];
-    dest[1] = planes[1][x];
-    dest[2] = planes[0][x];
-    if constexpr (kChannels == 4) dest[3] = planes[3][x];
+template <size_t kPlanes>
+void Interleave(const uint8_t* const* planes, uint8_t* pixels, size_t count) {
+  for (size_t x = 0; x < count; ++x, pixels += kPlanes) {
+    for (size_t c = 0; c < kPlanes; ++c) pixels[c] = planes[c][x];
   }
 }
 
-constexpr PlaneRows kPlain = {"plain", Row<3>, Row<4>};
+void Split4(const uint8_t* pixels, uint8_t* const* planes, size_t count) {
+  for (size_t x = 0; x < count; ++x, pixels += 4) {
+    for (size_t c = 0; c < 4; ++c) planes[c][x] = pixels[c];
+  }
+}
+
+constexpr PlaneRows kPlain = {.target = "plain",
+                              .interleave3 = Interleave<3>,
+                              .interleave4 = Interleave<4>,
+                              .split4 = Split4};
 
 }  // namespace
 

@@ -23,31 +23,58 @@ const PlaneRows& PlaneTable() { return PlainPlaneRows(); }
 
 namespace hn = hwy::HWY_NAMESPACE;
 
-template <size_t kChannels>
-void Block(const uint8_t* const* planes, uint8_t* dest, size_t x) {
-  const hn::ScalableTag<uint8_t> d;
-  const auto red = hn::LoadU(d, planes[0] + x);
-  const auto green = hn::LoadU(d, planes[1] + x);
-  const auto blue = hn::LoadU(d, planes[2] + x);
-  if constexpr (kChannels == 3) {
-    hn::StoreInterleaved3(blue, green, red, d, dest + x * 3);
-  } else {
-    hn::StoreInterleaved4(blue, green, red, hn::LoadU(d, planes[3] + x), d, dest + x * 4);
-  }
+using D = hn::ScalableTag<uint8_t>;
+
+/// Calls `block(x)` for whole vectors of `count` bytes. The last one ends with the row, and covers
+/// some bytes a second time. False when the row is shorter than a vector.
+template <typename Block>
+HWY_INLINE bool CoverRow(size_t count, Block&& block) {
+  const size_t lanes = hn::Lanes(D());
+  if (count < lanes) return false;
+  for (size_t x = 0; x <= count - lanes; x += lanes) block(x);
+  if (count % lanes != 0) block(count - lanes);
+  return true;
 }
 
-template <size_t kChannels, PlaneRow PlaneRows::*kPlain>
-void Row(const uint8_t* const* planes, uint8_t* dest, size_t count) {
-  const size_t lanes = hn::Lanes(hn::ScalableTag<uint8_t>());
-  if (count < lanes) return (PlainPlaneRows().*kPlain)(planes, dest, count);
-  for (size_t x = 0; x <= count - lanes; x += lanes) Block<kChannels>(planes, dest, x);
-  // The last block ends with the row, and makes some pixels once more.
-  if (count % lanes != 0) Block<kChannels>(planes, dest, count - lanes);
+void Interleave3(const uint8_t* const* planes, uint8_t* pixels, size_t count) {
+  const uint8_t *plane0 = planes[0], *plane1 = planes[1], *plane2 = planes[2];
+  const D d;
+  const bool covered = CoverRow(count, [=](size_t x) HWY_ATTR {
+    hn::StoreInterleaved3(hn::LoadU(d, plane0 + x), hn::LoadU(d, plane1 + x),
+                          hn::LoadU(d, plane2 + x), d, pixels + x * 3);
+  });
+  if (!covered) PlainPlaneRows().interleave3(planes, pixels, count);
+}
+
+void Interleave4(const uint8_t* const* planes, uint8_t* pixels, size_t count) {
+  const uint8_t *plane0 = planes[0], *plane1 = planes[1], *plane2 = planes[2], *plane3 = planes[3];
+  const D d;
+  const bool covered = CoverRow(count, [=](size_t x) HWY_ATTR {
+    hn::StoreInterleaved4(hn::LoadU(d, plane0 + x), hn::LoadU(d, plane1 + x),
+                          hn::LoadU(d, plane2 + x), hn::LoadU(d, plane3 + x), d, pixels + x * 4);
+  });
+  if (!covered) PlainPlaneRows().interleave4(planes, pixels, count);
+}
+
+void Split4(const uint8_t* pixels, uint8_t* const* planes, size_t count) {
+  uint8_t *plane0 = planes[0], *plane1 = planes[1], *plane2 = planes[2], *plane3 = planes[3];
+  const D d;
+  const bool covered = CoverRow(count, [=](size_t x) HWY_ATTR {
+    hn::Vec<D> bytes0, bytes1, bytes2, bytes3;
+    hn::LoadInterleaved4(d, pixels + x * 4, bytes0, bytes1, bytes2, bytes3);
+    hn::StoreU(bytes0, d, plane0 + x);
+    hn::StoreU(bytes1, d, plane1 + x);
+    hn::StoreU(bytes2, d, plane2 + x);
+    hn::StoreU(bytes3, d, plane3 + x);
+  });
+  if (!covered) PlainPlaneRows().split4(pixels, planes, count);
 }
 
 const PlaneRows& PlaneTable() {
-  static const PlaneRows kPlanes = {hwy::TargetName(HWY_TARGET), Row<3, &PlaneRows::three>,
-                                    Row<4, &PlaneRows::four>};
+  static const PlaneRows kPlanes = {.target = hwy::TargetName(HWY_TARGET),
+                                    .interleave3 = Interleave3,
+                                    .interleave4 = Interleave4,
+                                    .split4 = Split4};
   return kPlanes;
 }
 

@@ -58,10 +58,10 @@ bool ReadVerbatim(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& file
   const int64_t plane_bytes = width * header.surface.height;
   const uint8_t* first = file.Take(plane_bytes * header.channels);
   if (first == nullptr || !Allocate(source, header.surface, false)) return false;
-  const PlaneRow interleave = PlaneRowOf(header.channels);
+  const InterleaveRow interleave = InterleaveRowOf(header.channels);
   for (int64_t y = 0; y < source.height; ++y, first += width) {
     const uint8_t* const planes[kMostChannels] = {
-        first, first + plane_bytes, first + 2 * plane_bytes,
+        first + 2 * plane_bytes, first + plane_bytes, first,
         header.channels == 4 ? first + 3 * plane_bytes : nullptr};
     interleave(planes, StoredRow(source, y), static_cast<size_t>(width));
   }
@@ -88,7 +88,7 @@ bool ReadRunLength(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& fil
   const Scratch scratch(plane_bytes * channels);
   if (scratch.get() == nullptr || !Allocate(source, header.surface, sparse)) return false;
 
-  const PlaneRow interleave = PlaneRowOf(channels);
+  const InterleaveRow interleave = InterleaveRowOf(channels);
   uint8_t* planes[kMostChannels] = {};
   for (int32_t c = 0; c < channels; ++c) planes[c] = scratch.get() + c * plane_bytes;
   for (int64_t y = 0; y < height; ++y) {
@@ -102,7 +102,8 @@ bool ReadRunLength(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& fil
     for (int32_t c = 0; c < channels; ++c) {
       std::memset(planes[c] + pixels[c], 0, static_cast<size_t>(written - pixels[c]));
     }
-    interleave(planes, StoredRow(source, y), static_cast<size_t>(written));
+    const uint8_t* const ordered[kMostChannels] = {planes[2], planes[1], planes[0], planes[3]};
+    interleave(ordered, StoredRow(source, y), static_cast<size_t>(written));
   }
   return true;
 }
