@@ -4,9 +4,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <iterator>
 
 #include "base/endian.h"
 #include "base/heap.h"
+#include "encodings/planes.h"
 #include "layers/channel_bits.h"
 #include "layers/packed_chunks.h"
 
@@ -18,54 +20,41 @@ constexpr uint32_t kStoredRgba = 1;
 constexpr uint32_t kStoredBgra = 2;
 constexpr uint32_t kInterleaved = 4;
 
-constexpr int kPlanes = 4;
+constexpr int64_t kPlanes = 4;
 
 /// One plane after the other, each a run of its own.
 bool WritePlanes(ChunkWriter& chunks, const uint8_t* pixels, int64_t groups) {
-  const Scratch plane(kChunkBytes);
-  if (plane.get() == nullptr) return false;
-  for (int k = 0; k < kPlanes; ++k) {
-    const uint8_t* next = pixels + k;
-    for (int64_t left = groups; left > 0;) {
-      const int64_t share = std::min(left, kChunkBytes);
-      uint8_t* gathered = plane.get();
-      for (int64_t i = 0; i < share; ++i) gathered[i] = next[i * kPlanes];
-      if (!chunks.Write(gathered, share)) return false;
-      next += share * kPlanes;
-      left -= share;
-    }
-  }
-  return true;
+  const Scratch scratch(kPlanes * groups);
+  if (scratch.get() == nullptr) return false;
+  uint8_t* planes[kPlanes];
+  for (int64_t k = 0; k < kPlanes; ++k) planes[k] = scratch.get() + k * groups;
+  SelectedPlaneRows().split4(pixels, planes, static_cast<size_t>(groups));
+  return std::all_of(std::begin(planes), std::end(planes),
+                     [&](const uint8_t* plane) { return chunks.Write(plane, groups); });
 }
 
-/// Where the four planes of a picture start. The reader moves behind the last.
+/// Finds the starts of the four planes. The reader moves past the last one.
 bool FindPlanes(ByteReader& reader, int64_t groups, ByteReader* planes) {
-  for (int k = 0; k < kPlanes; ++k) {
+  for (int64_t k = 0; k < kPlanes; ++k) {
     planes[k] = reader;
     if (!SkipChunks(reader, groups)) return false;
   }
   return true;
 }
 
-/// Takes the chunks of the four planes side by side, so that the pixels are written once.
-bool ReadPlanes(ByteReader* planes, uint8_t* pixels, int64_t groups) {
+/// Takes a chunk of each plane at a time, so that the pixels are written once.
+bool ReadPlanes(ByteReader* readers, uint8_t* pixels, int64_t groups) {
   const Scratch scratch(kPlanes * kChunkBytes);
   if (scratch.get() == nullptr) return false;
-  const uint8_t* plane0 = scratch.get();
-  const uint8_t* plane1 = plane0 + kChunkBytes;
-  const uint8_t* plane2 = plane1 + kChunkBytes;
-  const uint8_t* plane3 = plane2 + kChunkBytes;
+  const PlaneRows& rows = SelectedPlaneRows();
+  uint8_t* planes[kPlanes];
+  for (int64_t k = 0; k < kPlanes; ++k) planes[k] = scratch.get() + k * kChunkBytes;
   for (int64_t left = groups; left > 0;) {
     const int64_t share = std::min(left, kChunkBytes);
-    for (int k = 0; k < kPlanes; ++k) {
-      if (!ReadChunk(planes[k], scratch.get() + k * kChunkBytes, share)) return false;
+    for (int64_t k = 0; k < kPlanes; ++k) {
+      if (!ReadChunk(readers[k], planes[k], share)) return false;
     }
-    for (int64_t i = 0; i < share; ++i) {
-      pixels[i * kPlanes] = plane0[i];
-      pixels[i * kPlanes + 1] = plane1[i];
-      pixels[i * kPlanes + 2] = plane2[i];
-      pixels[i * kPlanes + 3] = plane3[i];
-    }
+    rows.interleave4(planes, pixels, static_cast<size_t>(share));
     pixels += share * kPlanes;
     left -= share;
   }
