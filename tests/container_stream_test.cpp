@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "base/endian.h"
 #include "layers/layer_dispatch.h"
@@ -143,27 +144,24 @@ TEST(ContainerStream, RefusesKindsAndModesThatAreNone) {
 
 TEST(ContainerStream, AnAbandonedLayerIsWrittenOver) {
   const Picture picture = NoisePicture(ZAV_FMT_RGB24, 3, 2, 0, 5);
-  const TemporaryFile file, appended;
-  appended.Write(Bytes(2 * 16384 + 5, 7));
-  ZAV_STREAM stream;
-  ASSERT_TRUE(stream.OpenWrite(file.path()));
+  const TemporaryFile file;
+  std::optional<ZAV_STREAM> stream(std::in_place);
+  ASSERT_TRUE(stream->OpenWrite(file.path()));
   ZAV_LAYER layers[] = {Layer(ZAV_LAYER_TRUE24, {3}), Layer(32), Layer(ZAV_LAYER_TRUE24, {1})};
   for (ZAV_LAYER& layer : layers) {
     {
-      RecordFrame abandoned(stream);
-      WriteRecordHeader(stream, &layers[2]);
+      RecordFrame abandoned(*stream);
+      WriteRecordHeader(*stream, &layers[2]);
     }
-    EXPECT_EQ(stream.file().Tell(), 4);
-    EXPECT_EQ(WriteLayer(stream, &layer, &picture.definition), &layer == &layers[2]);
+    EXPECT_EQ(stream->file().Tell(), 4);
+    EXPECT_EQ(WriteLayer(*stream, &layer, &picture.definition), &layer == &layers[2]);
   }
-  EXPECT_EQ(stream.file().Tell(), 4 + 18 + 18);
-  EXPECT_FALSE(stream.file().AppendByName("/nowhere"));
-  EXPECT_TRUE(stream.file().AppendByName(appended.path()));
-  stream.Close();
+  EXPECT_EQ(stream->file().Tell(), 4 + 18 + 18);
+  stream.reset();
   Bytes expected = Record(ZAV_LAYER_TRUE24, 36);
   expected[5] = 1, expected[6] = 3, expected[10] = 2, expected[14] = 9;
   std::copy(picture.pixels.begin(), picture.pixels.end(), expected.begin() + 18);
-  EXPECT_EQ(file.Read(), Join({expected, appended.Read()}));
+  EXPECT_EQ(file.Read(), Join({expected}));
 }
 
 // Refused writes do not show in the results: whoever must know reads the file back.

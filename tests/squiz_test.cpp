@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <optional>
 
 #include "base/endian.h"
 #include "container/stream.h"
@@ -169,11 +170,11 @@ Picture Blocks(int32_t format, int32_t width, int32_t height, int32_t block, uin
 
 Bytes WriteSquiz(ZAV_LAYER layer, const ZAV_GFXDEF& picture) {
   const TemporaryFile file;
-  ZAV_STREAM stream;
-  stream.OpenWrite(file.path());
-  const bool written = WriteSquizImage(stream, kName, &layer, &picture);
-  EXPECT_EQ(stream.failed(), !written);
-  stream.Close();
+  std::optional<ZAV_STREAM> stream(std::in_place);
+  stream->OpenWrite(file.path());
+  const bool written = WriteSquizImage(*stream, kName, &layer, &picture);
+  EXPECT_EQ(stream->RequireWriting(), written);
+  stream.reset();
   return written ? file.Read() : Bytes();
 }
 

@@ -37,9 +37,6 @@ class BlockPool {
 
   void ReleaseAll();
 
-  int64_t stride() const { return stride_; }            ///< bytes from block to block
-  int64_t chunk_bytes() const { return chunk_bytes_; }  ///< bytes of one heap allocation
-
  private:
   struct Chunk {
     Chunk* next;
@@ -53,8 +50,8 @@ class BlockPool {
   Block* Carve();
   Chunk* NewChunk();
 
-  int64_t stride_ = 0;
-  int64_t chunk_bytes_ = 0;
+  int64_t stride_ = 0;       ///< bytes from block to block
+  int64_t chunk_bytes_ = 0;  ///< bytes of one heap allocation
   int64_t next_offset_ = 0;  ///< in the current chunk, of the next block to carve
   int64_t carved_ = 0;       ///< blocks carved since the last release
   int64_t free_count_ = 0;

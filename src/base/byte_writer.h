@@ -28,8 +28,6 @@ class ByteWriter {
     position_ += 4;
   }
 
-  /// Whether exactly the announced bytes have been written.
-  bool complete() const { return position_ == N; }
   const uint8_t* data() const { return bytes_.data(); }
   static constexpr size_t size() { return N; }
 

@@ -18,6 +18,10 @@ inline void StoreLe16(uint8_t* p, uint32_t value) {
   p[1] = static_cast<uint8_t>(value >> 8);
 }
 
+inline uint32_t LoadLe24(const uint8_t* p) {
+  return static_cast<uint32_t>(p[0] | p[1] << 8 | p[2] << 16);
+}
+
 // In a loop GCC takes the single bytes for material to vectorise and misses that they are words, so
 // the wider ones are told where the host's order is the file's.
 

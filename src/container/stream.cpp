@@ -21,32 +21,25 @@ void ZAV_STREAM::operator delete(void* stream) noexcept { zav::FreeBytes(stream)
 
 bool ZAV_STREAM::OpenRead(const uint8_t* data, int64_t size) {
   failed_ = true;
-  if (mode_ != ZAV_STREAM_CLOSED) return false;
+  if (mode_ != Mode::kClosed) return false;
   block_ = zav::ByteReader(data, size);
   const uint8_t* magic = block_.Take(sizeof(kMagic));
   if (magic == nullptr || std::memcmp(magic, kMagic, kMagicCompared) != 0) return false;
-  mode_ = ZAV_STREAM_READING;
+  mode_ = Mode::kReading;
   failed_ = false;
   return true;
 }
 
 bool ZAV_STREAM::OpenWrite(const char* path) {
   failed_ = true;
-  if (mode_ != ZAV_STREAM_CLOSED || !file_.Open(path)) return false;
+  if (mode_ != Mode::kClosed || !file_.Open(path)) return false;
   file_.Write(kMagic, sizeof(kMagic));
-  mode_ = ZAV_STREAM_WRITING;
+  mode_ = Mode::kWriting;
   failed_ = false;
   return true;
 }
 
-void ZAV_STREAM::Close() {
-  block_ = zav::ByteReader(nullptr, 0);
-  file_.Close();
-  mode_ = ZAV_STREAM_CLOSED;
-  failed_ = true;
-}
-
-bool ZAV_STREAM::Require(int32_t mode) {
+bool ZAV_STREAM::Require(Mode mode) {
   if (mode_ != mode) failed_ = true;
   return !failed_;
 }

@@ -9,13 +9,11 @@
 #include "base/byte_reader.h"
 #include "platform/output_file.h"
 
-enum : int32_t { ZAV_STREAM_CLOSED = 0, ZAV_STREAM_WRITING = 1, ZAV_STREAM_READING = 2 };
-
-/// A container being written to a file, or read from a block of memory that the caller keeps. What
-/// stands behind the handles of the public container functions.
+/// A container being written to a file, or read from a block of memory that the caller keeps. The
+/// handles of the public container functions point to one.
 ///
-/// `failed` is sticky: a stream that failed once does nothing any more, so that a host may look at
-/// the results when it is done. It is set, too, while nothing is open.
+/// Failure is sticky: a stream that failed once does nothing more, so a host may check for it at
+/// the end. A stream that is not open counts as failed. The destructor closes the file.
 class ZAV_STREAM {
  public:
   ZAV_STREAM() = default;
@@ -26,33 +24,31 @@ class ZAV_STREAM {
   static void* operator new(size_t size, const std::nothrow_t&) noexcept;
   static void operator delete(void* stream) noexcept;
 
-  /// Stands behind the magic afterwards. False when the block does not begin with one.
+  /// Moves past the magic. False when the block does not begin with one, or the stream is open.
   bool OpenRead(const uint8_t* data, int64_t size);
-  /// Creates the file and writes the magic.
+  /// Creates the file and writes the magic. False also when the stream is open.
   bool OpenWrite(const char* path);
-  void Close();
 
-  int32_t mode() const { return mode_; }
-  bool failed() const { return failed_; }
   void Fail() { failed_ = true; }
 
   /// Whether the stream can be read or written. The wrong mode fails the stream.
-  bool RequireReading() { return Require(ZAV_STREAM_READING); }
-  bool RequireWriting() { return Require(ZAV_STREAM_WRITING); }
-  /// The same as a question.
-  bool IsReading() const { return mode_ == ZAV_STREAM_READING && !failed_; }
+  bool RequireReading() { return Require(Mode::kReading); }
+  bool RequireWriting() { return Require(Mode::kWriting); }
+  /// The same without failing the stream.
+  bool IsReading() const { return mode_ == Mode::kReading && !failed_; }
 
-  /// The block. A copy of the cursor looks ahead.
+  /// The block. Copy the cursor to look ahead.
   zav::ByteReader& block() { return block_; }
   const zav::ByteReader& block() const { return block_; }
-  /// The file. What becomes of single writes is not looked at: a container that must be whole is
-  /// read back before it is used.
+  /// The file. Results of single writes are not checked: read a container back if it must be whole.
   zav::OutputFile& file() { return file_; }
 
  private:
-  bool Require(int32_t mode);
+  enum class Mode { kClosed, kWriting, kReading };
 
-  int32_t mode_ = ZAV_STREAM_CLOSED;
+  bool Require(Mode mode);
+
+  Mode mode_ = Mode::kClosed;
   bool failed_ = true;
   zav::ByteReader block_{nullptr, 0};
   zav::OutputFile file_;

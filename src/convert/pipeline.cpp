@@ -84,6 +84,29 @@ void HandOver(ZAV_CONVERTER& converter) {
   OwnPixels(converter.dest, converter.source.pixels);
 }
 
+/// Same-format copy of pixels and palette, for surfaces of equal size.
+void CopyPixels(ZAV_CONVERTER& converter) {
+  const ZAV_SURFACE& source = converter.source;
+  const ZAV_SURFACE& dest = converter.dest;
+  if (source.bytes_per_pixel != 0) {
+    const int64_t row_bytes = int64_t{source.width} * source.bytes_per_pixel;
+    CopyRows(dest.pixels, source.pixels, std::min<int64_t>(row_bytes, dest.pitch), source.height,
+             dest.pitch, source.pitch);
+  } else if (IsDxt(source.format)) {
+    // A source that does not say how many bytes it has holds what its size needs.
+    const int64_t held =
+        source.pitch > 0 ? source.pitch : MinPitch(source.width, source.height, source.format);
+    const int64_t copied = std::min<int64_t>(dest.pitch, held);
+    FastCopy(dest.pixels, source.pixels, copied);
+    if (dest.owns_pixels() && copied < dest.pitch) {
+      std::memset(dest.pixels + copied, 0, static_cast<size_t>(dest.pitch - copied));
+    }
+  }
+  if (source.palette != nullptr && dest.palette != nullptr && source.palette != dest.palette) {
+    FastCopy(dest.palette, source.palette, ZAV_PALETTE_BYTES);
+  }
+}
+
 bool ConvertSameFormat(ZAV_CONVERTER& converter) {
   ZAV_SURFACE& source = converter.source;
   ZAV_SURFACE& dest = converter.dest;
@@ -144,28 +167,6 @@ bool ConvertToFormat(ZAV_CONVERTER& converter) {
 bool HasKernels(int32_t format) {
   return format == ZAV_FMT_BGRA32 ||
          (IsFormat(format) && kKernels[static_cast<size_t>(format)][ZAV_FMT_BGRA32] != nullptr);
-}
-
-void CopyPixels(ZAV_CONVERTER& converter) {
-  const ZAV_SURFACE& source = converter.source;
-  const ZAV_SURFACE& dest = converter.dest;
-  if (source.bytes_per_pixel != 0) {
-    const int64_t row_bytes = int64_t{source.width} * source.bytes_per_pixel;
-    CopyRows(dest.pixels, source.pixels, std::min<int64_t>(row_bytes, dest.pitch), source.height,
-             dest.pitch, source.pitch);
-  } else if (IsDxt(source.format)) {
-    // A source that does not say how many bytes it has holds what its size needs.
-    const int64_t held =
-        source.pitch > 0 ? source.pitch : MinPitch(source.width, source.height, source.format);
-    const int64_t copied = std::min<int64_t>(dest.pitch, held);
-    FastCopy(dest.pixels, source.pixels, copied);
-    if (dest.owns_pixels() && copied < dest.pitch) {
-      std::memset(dest.pixels + copied, 0, static_cast<size_t>(dest.pitch - copied));
-    }
-  }
-  if (source.palette != nullptr && dest.palette != nullptr && source.palette != dest.palette) {
-    FastCopy(dest.palette, source.palette, ZAV_PALETTE_BYTES);
-  }
 }
 
 bool ConvertSurface(ZAV_CONVERTER& converter) {

@@ -19,7 +19,4 @@ bool ConvertSurface(ZAV_CONVERTER& converter);
 /// lead to itself.
 bool HasKernels(int32_t format);
 
-/// Same-format copy of pixels and palette, for surfaces of equal size.
-void CopyPixels(ZAV_CONVERTER& converter);
-
 }  // namespace zav

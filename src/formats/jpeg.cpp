@@ -67,7 +67,7 @@ bool JpegRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
   return converter.dest.format == 0 || ConvertSurface(converter);
 }
 
-bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality, bool half_width_color) {
+bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality) {
   ScopedConverter picture;
   picture.source = Borrow(converter.source);
   ZAV_SURFACE& dest = picture.dest;
@@ -77,8 +77,7 @@ bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality, bool
   if (!ConvertSurface(picture)) return false;
   LateFile file{path};
   return EncodeJpeg({dest.pixels, dest.width, dest.height, dest.pitch, JpegOrder::kBgr},
-                    half_width_color ? JpegSampling::k2x1 : JpegSampling::k2x2, quality,
-                    {WriteToFile, &file});
+                    JpegSampling::k2x1, quality, {WriteToFile, &file});
 }
 
 }  // namespace zav

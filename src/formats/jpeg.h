@@ -17,7 +17,7 @@ bool JpegRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size);
 bool JpegGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size);
 
 /// Writes the converter's source as a file of three channels with quality 0 to 100, and colour at
-/// half width or, without `half_width_color`, at half width and height. The source stays as it was.
-bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality, bool half_width_color);
+/// half width. The source stays as it was.
+bool JpegWrite(ZAV_CONVERTER& converter, const char* path, int32_t quality);
 
 }  // namespace zav

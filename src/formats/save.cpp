@@ -33,7 +33,7 @@ bool SaveByType(ZAV_CONVERTER& converter, long save_type, const char* path) {
     if (row.save_type == save_type) return row.write(converter, row.format, path);
   }
   if (save_type >= ZAV_SAVE_JPEG && save_type <= kBestJpeg) {
-    return JpegWrite(converter, path, static_cast<int32_t>(save_type - ZAV_SAVE_JPEG), true);
+    return JpegWrite(converter, path, static_cast<int32_t>(save_type - ZAV_SAVE_JPEG));
   }
   TraceHook("ZAV_ERR: Unsupported SaveType\n");
   return false;

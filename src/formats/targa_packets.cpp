@@ -33,7 +33,7 @@ struct Block {
 template <int32_t kPixelBytes>
 inline Block RepeatPixel(const uint8_t* pixel) {
   if constexpr (kPixelBytes == 3) {
-    const uint64_t value = LoadLe16(pixel) | uint64_t{pixel[2]} << 16;
+    const uint64_t value = LoadLe24(pixel);
     return {value | value << 24 | value << 48, value >> 16 | value << 8 | value << 32 | value << 56,
             value >> 8 | value << 16 | value << 40};
   }

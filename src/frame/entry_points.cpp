@@ -39,6 +39,17 @@ uint8_t* CopyOut(const uint8_t* from, const uint8_t* end, int64_t count) {
   return copy;
 }
 
+/// Gives the surface private copies of buffers that lie in [start, end). False when memory runs
+/// out.
+bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end) {
+  if (LiesIn(surface.pixels, start, end) &&
+      !OwnPixels(surface, CopyOut(surface.pixels, end, ImageBytes(surface)))) {
+    return false;
+  }
+  return !LiesIn(surface.palette, start, end) ||
+         OwnPalette(surface, CopyOut(surface.palette, end, ZAV_PALETTE_BYTES));
+}
+
 /// What an operation does with the image: converts its source, reads a file into its source and
 /// converts that, or saves its source and leaves the image as it was.
 enum class Effect { kConvert, kRead, kSave };
@@ -120,15 +131,6 @@ bool GenerateMipLevelOf(ZAV_IMAGE* image) {
 bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path) {
   return Operate(image, Effect::kSave,
                  [=](ZAV_CONVERTER& converter) { return SaveByType(converter, save_type, path); });
-}
-
-bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end) {
-  if (LiesIn(surface.pixels, start, end) &&
-      !OwnPixels(surface, CopyOut(surface.pixels, end, ImageBytes(surface)))) {
-    return false;
-  }
-  return !LiesIn(surface.palette, start, end) ||
-         OwnPalette(surface, CopyOut(surface.palette, end, ZAV_PALETTE_BYTES));
 }
 
 }  // namespace zav

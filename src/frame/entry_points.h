@@ -24,8 +24,4 @@ bool ProbeMemoryFile(ZAV_GFXDEF* definition, const char* name, const uint8_t* da
 bool GenerateMipLevelOf(ZAV_IMAGE* image);
 bool SaveBitmap(ZAV_IMAGE* image, long save_type, const char* path);
 
-/// Gives the surface private copies of buffers that lie in [start, end). False when memory runs
-/// out.
-bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end);
-
 }  // namespace zav

@@ -10,7 +10,7 @@
 
 namespace zav {
 
-/// What a pixel format code means. Everything that depends on the code alone stands here.
+/// A pixel format: everything that depends on the code alone.
 struct FormatRow {
   enum class Family : uint8_t { kNone, kPalettized, kTrueColor, kHicolor, kDxt };
 
@@ -44,13 +44,13 @@ inline constexpr std::array<FormatRow, 18> kFormats = {{
     // clang-format on
 }};
 
-constexpr bool FormatRowsStandAtTheirCodes() {
+constexpr bool RowsAreIndexedByCode() {
   for (size_t i = 0; i < kFormats.size(); ++i) {
     if (kFormats[i].code != static_cast<int32_t>(i)) return false;
   }
   return true;
 }
-static_assert(FormatRowsStandAtTheirCodes(), "the table is indexed by the code");
+static_assert(RowsAreIndexedByCode(), "the table is indexed by the code");
 
 constexpr bool IsFormat(int32_t format) { return format >= ZAV_FMT_PAL8 && format <= ZAV_FMT_DXT5; }
 
@@ -62,9 +62,6 @@ constexpr const FormatRow& Format(int32_t format) {
 constexpr int32_t BytesPerPixel(int32_t format) { return Format(format).bytes_per_pixel; }
 constexpr bool IsPalettized(int32_t format) {
   return Format(format).family == FormatRow::Family::kPalettized;
-}
-constexpr bool IsHicolor(int32_t format) {
-  return Format(format).family == FormatRow::Family::kHicolor;
 }
 constexpr bool IsDxt(int32_t format) { return Format(format).family == FormatRow::Family::kDxt; }
 
