@@ -27,7 +27,7 @@ inline uint32_t LoadLe24(const uint8_t* p) {
 
 inline uint32_t LoadLe32(const uint8_t* p) {
   if constexpr (std::endian::native == std::endian::little) {
-    uint32_t value;
+    uint32_t value = 0;
     std::memcpy(&value, p, sizeof(value));
     return value;
   } else {
@@ -46,7 +46,7 @@ inline void StoreLe32(uint8_t* p, uint32_t value) {
 
 inline uint64_t LoadLe64(const uint8_t* p) {
   if constexpr (std::endian::native == std::endian::little) {
-    uint64_t value;
+    uint64_t value = 0;
     std::memcpy(&value, p, sizeof(value));
     return value;
   } else {

@@ -22,7 +22,7 @@ constexpr int64_t kLargePage = int64_t{2} << 20;
 // much as 30 small ones (it is cleared as well), so it pays to fill it up; but not at the price of
 // more than half as much memory again.
 int64_t FillLargePage(int64_t size) {
-  constexpr int64_t kShortTail = 30 * 4096;
+  constexpr int64_t kShortTail = int64_t{30} * 4096;
   const int64_t tail = size % kLargePage;
   const int64_t added = kLargePage - tail;
   return tail <= kShortTail || added > size / 2 ? size : size + added;

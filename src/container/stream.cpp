@@ -2,9 +2,8 @@
 // SPDX-License-Identifier: MIT
 #include "container/stream.h"
 
+#include <cstddef>
 #include <cstring>
-
-#include "base/heap.h"
 
 namespace {
 
@@ -12,12 +11,6 @@ constexpr uint8_t kMagic[4] = {'Z', 'A', 'V', 0};
 constexpr size_t kMagicCompared = 3;  // the fourth byte is left to later versions
 
 }  // namespace
-
-void* ZAV_STREAM::operator new(size_t size, const std::nothrow_t&) noexcept {
-  return zav::AllocateBytes(static_cast<int64_t>(size));
-}
-
-void ZAV_STREAM::operator delete(void* stream) noexcept { zav::FreeBytes(stream); }
 
 bool ZAV_STREAM::OpenRead(const uint8_t* data, int64_t size) {
   failed_ = true;

@@ -2,9 +2,7 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <cstddef>
 #include <cstdint>
-#include <new>
 
 #include "base/byte_reader.h"
 #include "platform/output_file.h"
@@ -20,9 +18,6 @@ class ZAV_STREAM {
   ZAV_STREAM(const ZAV_STREAM&) = delete;
   ZAV_STREAM& operator=(const ZAV_STREAM&) = delete;
   virtual ~ZAV_STREAM() = default;
-
-  static void* operator new(size_t size, const std::nothrow_t&) noexcept;
-  static void operator delete(void* stream) noexcept;
 
   /// Moves past the magic. False when the block does not begin with one, or the stream is open.
   bool OpenRead(const uint8_t* data, int64_t size);

@@ -20,8 +20,8 @@ namespace {
 // rows, last one first, each padded to 4 bytes. Everything is taken to lie at these offsets: the
 // signature, the offset of the pixels, the compression and the header size are not looked at.
 constexpr int64_t kHeaderBytes = 54;
-constexpr int32_t kPaletteEntries = 256;
-constexpr int32_t kEntryBytes = 4;
+constexpr int64_t kPaletteEntries = 256;
+constexpr int64_t kEntryBytes = 4;
 constexpr int64_t kMonochromePaletteBytes = 2 * kEntryBytes;
 constexpr uint32_t kPixelsPerMeter = 2834;  // 72 to the inch
 
@@ -64,7 +64,7 @@ bool ReadHeader(ByteReader& file, BmpHeader& header) {
 /// usually 0 and means opaque.
 void FillPalette(uint8_t* palette, const uint8_t* entries, int64_t bytes) {
   std::memcpy(palette, entries, static_cast<size_t>(bytes));
-  for (int32_t i = 3; i < ZAV_PALETTE_BYTES; i += kEntryBytes) {
+  for (int64_t i = 3; i < ZAV_PALETTE_BYTES; i += kEntryBytes) {
     palette[i] = static_cast<uint8_t>(255 - palette[i]);
   }
 }
@@ -132,8 +132,8 @@ void WritePalette(OutputFile& file, const uint8_t* palette) {
   uint8_t entries[ZAV_PALETTE_BYTES];
   std::memcpy(entries, palette, sizeof(entries));
   bool opaque = true;
-  for (int32_t i = 3; i < ZAV_PALETTE_BYTES; i += kEntryBytes) opaque &= entries[i] == 255;
-  for (int32_t i = 3; opaque && i < ZAV_PALETTE_BYTES; i += kEntryBytes) entries[i] = 0;
+  for (int64_t i = 3; i < ZAV_PALETTE_BYTES; i += kEntryBytes) opaque &= entries[i] == 255;
+  for (int64_t i = 3; opaque && i < ZAV_PALETTE_BYTES; i += kEntryBytes) entries[i] = 0;
   file.Write(entries, sizeof(entries));
 }
 

@@ -20,18 +20,19 @@ constexpr int64_t kHeaderBytes = 512;
 constexpr int64_t kStartBytes = 4;          // one entry of the table of row starts
 constexpr int64_t kMostPacketPixels = 127;  // of a packet, which has two bytes or more
 constexpr size_t kMostChannels = 4;
+constexpr uint32_t kRunLength = 1;
 
 struct SgiHeader {
   ZAV_SURFACE surface;  ///< the definition of the picture
   int32_t channels;
-  int32_t storage;  ///< 1 run-length; 0, and whatever is negative: verbatim
+  uint32_t storage;  ///< 1: run-length; 0 and 128 to 255 (signed: negative): verbatim
   int32_t channel_bytes;
 };
 
 /// The magic, the dimension and all that follows the sides are not looked at.
 bool ReadHeader(ByteReader& file, SgiHeader& header) {
   file.Skip(2);
-  header.storage = static_cast<int8_t>(file.U8());
+  header.storage = file.U8();
   header.channel_bytes = file.U8();
   file.Skip(2);
   const int32_t width = file.Be16();
@@ -167,10 +168,11 @@ bool SgiGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size) {
 bool SgiRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
   ByteReader file(data, size);
   SgiHeader header{};
-  if (!ReadHeader(file, header) || header.channel_bytes != 1 || header.storage > 1) return false;
+  if (!ReadHeader(file, header) || header.channel_bytes != 1) return false;
+  if (header.storage > kRunLength && header.storage < 128) return false;
   file.Seek(kHeaderBytes);
   if (file.failed()) return false;
-  const auto read = header.storage == 1 ? ReadRunLength : ReadVerbatim;
+  const auto read = header.storage == kRunLength ? ReadRunLength : ReadVerbatim;
   if (!read(converter.source, header, file)) return false;
   return converter.dest.format == 0 || ConvertSurface(converter);
 }

@@ -89,7 +89,7 @@ int64_t ReadShortPackets(ByteReader& file, uint8_t* dest, int64_t room) {
   while (room - written >= kShortPacketBytes) {
     const uint8_t* packet = file.Peek(1 + kShortPacketBytes);
     if (packet == nullptr) break;
-    const int64_t bytes = ((*packet & 127) + 1) * kPixelBytes;
+    const int64_t bytes = int64_t{(*packet & 127) + 1} * kPixelBytes;
     if (bytes > kShortPacketBytes) break;
     const uint64_t run_mask = uint64_t{0} - (*packet >> 7);
     const uint8_t* pixels = packet + 1;

@@ -4,6 +4,7 @@
 
 #include <new>
 
+#include "base/heap.h"
 #include "convert/pipeline.h"
 #include "frame/image_operation.h"
 #include "layers/layer_dispatch.h"
@@ -14,9 +15,11 @@ namespace {
 
 template <typename Open>
 ZAV_STREAM* OpenStream(Open&& open) {
-  auto* stream = new (std::nothrow) ZAV_STREAM;
-  if (stream == nullptr || open(*stream)) return stream;
-  delete stream;
+  void* memory = AllocateBytes(sizeof(ZAV_STREAM));
+  if (memory == nullptr) return nullptr;
+  auto* stream = new (memory) ZAV_STREAM;
+  if (open(*stream)) return stream;
+  CloseStream(stream);
   return nullptr;
 }
 
@@ -30,7 +33,11 @@ ZAV_STREAM* OpenReadStream(const uint8_t* data, int64_t size) {
   return OpenStream([=](ZAV_STREAM& stream) { return stream.OpenRead(data, size); });
 }
 
-void CloseStream(ZAV_STREAM* stream) { delete stream; }
+void CloseStream(ZAV_STREAM* stream) {
+  if (stream == nullptr) return;
+  stream->~ZAV_STREAM();
+  FreeBytes(stream);
+}
 
 bool DecodeBitmap(ZAV_STREAM* stream, ZAV_IMAGE* image) {
   if (stream == nullptr || image == nullptr || image->converter == nullptr) return false;

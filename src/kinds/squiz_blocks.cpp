@@ -29,7 +29,7 @@ constexpr uint32_t Key(uint32_t word) { return word & ((word & kAlphaBits) != 0 
 struct Palette {
   explicit Palette(const ZAV_SURFACE& picture) {
     for (int i = 0; picture.format == ZAV_FMT_PAL8 && i < 256; ++i) {
-      keys[i] = Key(LoadLe32(picture.palette + 4 * i));
+      keys[i] = Key(LoadLe32(picture.palette + ptrdiff_t{4} * i));
     }
   }
   uint32_t keys[256] = {};

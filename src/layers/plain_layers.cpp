@@ -38,7 +38,7 @@ const VariantRow& FindVariant(uint8_t kind, uint32_t variant) {
 /// 1 to 256: up to the last entry that is not zero. A palette of zeros is kept whole.
 int32_t CountEntries(const uint8_t* palette) {
   for (int32_t count = 256; count > 0; --count) {
-    if (LoadLe32(palette + 4 * (count - 1)) != 0) return count;
+    if (LoadLe32(palette + ptrdiff_t{4} * (count - 1)) != 0) return count;
   }
   return 256;
 }
@@ -50,7 +50,7 @@ bool TakePixels(ZAV_STREAM& stream, ZAV_SURFACE& surface) {
 }
 
 bool TakePalette(ZAV_STREAM& stream, ZAV_SURFACE& surface, int32_t entries) {
-  const uint8_t* stored = stream.block().Take(entries * 4);
+  const uint8_t* stored = stream.block().Take(int64_t{entries} * 4);
   if (stored == nullptr) return false;
   if (entries == 256) {
     surface.palette = const_cast<uint8_t*>(stored);
@@ -93,7 +93,7 @@ bool WritePal8Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& defi
   StoreField(layer, Field::kEntries, static_cast<uint32_t>(entries));  // 256 as 0
   StoreExtent(layer, *picture);
   WriteLayerHeader(stream, layer);
-  stream.file().Write(picture->palette, entries * 4);
+  stream.file().Write(picture->palette, int64_t{entries} * 4);
   stream.file().Write(picture->pixels, ImageBytes(*picture));
   return true;
 }
