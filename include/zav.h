@@ -113,12 +113,12 @@ struct ZAV_GFXDEF {
   int32_t height;           // rows
   int32_t bytes_per_pixel;  // follows from the format; 0: filled in
   int32_t format;           // ZAV_FMT_*; 0 in a destination of file and stream reads: no conversion
-  int32_t pitch;        // bytes from row to row (DXT: bytes of the image); 0: filled in, but not
-                        //   in a DXT source, whose blocks are then taken to be complete
-  uint32_t alpha_mask;  // bits of alpha in a 16-bit pixel; 0: the layout has no alpha.
-  uint32_t red_mask;    //   The masks matter for 16-bit formats only: set them for codes 11
-  uint32_t green_mask;  //   and 12; for codes 7 to 10 the library uses the layout's own.
-  uint32_t blue_mask;   //
+  int32_t pitch;            // bytes from row to row; DXT: bytes of the image; 0: filled in, except
+                            //   in a DXT source, whose blocks are then taken to be complete
+  uint32_t alpha_mask;      // bits of alpha in a 16-bit pixel; 0: the layout has no alpha.
+  uint32_t red_mask;        //   The masks matter for 16-bit formats only: set them for codes 11
+  uint32_t green_mask;      //   and 12; for codes 7 to 10 the library uses the layout's own.
+  uint32_t blue_mask;       //
 };
 
 struct ZAV_CONVERTER;  // the image's internal state
