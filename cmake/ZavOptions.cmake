@@ -6,17 +6,17 @@ option(ZAV_TOOL "Build the zav command (needs CLI11, fmt, nlohmann-json)" OFF)
 option(ZAV_TESTS "Build the tests (needs GoogleTest)" OFF)
 option(ZAV_FUZZ "Build the fuzzers (libFuzzer with clang; elsewhere they replay files)" OFF)
 option(ZAV_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
-option(ZAV_VECTOR "Use Highway for the vectorised kernels when it is there" ON)
-option(ZAV_JPEG "Use libjpeg-turbo for JPEG data when it is there" ON)
+option(ZAV_VECTOR "Use Highway for the vectorised kernels if it is installed" ON)
+option(ZAV_JPEG "Use libjpeg-turbo for JPEG data if it is installed" ON)
 set(ZAV_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize takes them")
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "" FORCE)
 endif()
 
-# Highway's targets: the plain code serves machines below SSE4, and the AVX-512 variants that only
-# add instructions which no kernel uses are left out. So are vectors whose size is not known when
-# compiling: the kernels keep vectors in structures. ARM machines that have them have NEON too.
+# Highway's targets. Machines below SSE4 use the plain code. Left out are the AVX-512 variants that
+# only add instructions no kernel uses, and vectors of unknown size, because kernels keep vectors in
+# structures; ARM machines that have those have NEON too.
 add_library(zav_vector INTERFACE)
 set(ZAV_PRIVATE_LIBRARIES "")
 set(ZAV_HAVE_HIGHWAY FALSE)
@@ -27,17 +27,16 @@ if(ZAV_VECTOR)
     list(APPEND ZAV_PRIVATE_LIBRARIES hwy::hwy)
     target_link_libraries(zav_vector INTERFACE hwy::hwy)
     target_compile_definitions(zav_vector INTERFACE ZAV_HAVE_HIGHWAY
-      HWY_DISABLED_TARGETS=HWY_SSSE3|HWY_AVX3_DL|HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128|HWY_RVV)
+      "HWY_DISABLED_TARGETS=(HWY_SSSE3|HWY_AVX3_DL|HWY_SVE|HWY_SVE2|HWY_SVE_256|HWY_SVE2_128|HWY_RVV)")
   endif()
 endif()
 if(ZAV_HAVE_HIGHWAY)
   message(STATUS "zav: Highway found, kernels are vectorised")
 else()
-  message(STATUS "zav: Highway not found or not wanted, the plain kernels serve")
+  message(STATUS "zav: without Highway, only the plain kernels are built")
 endif()
 
-# The extended colour spaces (B, G, R order among them) tell libjpeg-turbo from other libraries of
-# its interface.
+# Only libjpeg-turbo, not other libraries with its interface, has extended color spaces such as BGR.
 add_library(zav_jpeg INTERFACE)
 set(ZAV_HAVE_JPEG FALSE)
 if(ZAV_JPEG)
@@ -60,10 +59,10 @@ endif()
 if(ZAV_HAVE_JPEG)
   message(STATUS "zav: libjpeg-turbo found")
 else()
-  message(STATUS "zav: libjpeg-turbo not found or not wanted, JPEG operations fail")
+  message(STATUS "zav: without libjpeg-turbo, JPEG operations fail")
 endif()
 
-# Sanitizers concern every target and everything that links them.
+# Sanitizers apply to every target and to everything that links one.
 if(ZAV_SANITIZE)
   add_compile_options(-fsanitize=${ZAV_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${ZAV_SANITIZE})

@@ -3,10 +3,10 @@
 # SPDX-License-Identifier: MIT
 """Prints a table of ratios from Google Benchmark's JSON.
 
-Names read Group/kernel/size/implementation. A line shows the library's time ("zav") for a
-Group/kernel/size, the bytes per second where they are counted, and for every other implementation
-its time divided by the library's: above 1 the library is faster. Of several repetitions the
-fastest counts, as others only add what the machine did besides.
+Names have the form Group/kernel/size/implementation. A line shows the library's time ("zav") for a
+Group/kernel/size, bytes per second if they are counted, and for every other implementation its time
+divided by the library's: above 1 the library is faster. Only the fastest repetition counts; the
+others include other work of the machine.
 """
 import json
 import sys
@@ -35,8 +35,8 @@ def load(path):
 
 
 def seconds(run):
-    """Processor time: on a shared machine the real time also counts what others do. Peers that
-    another program times report by hand, as real time."""
+    """Processor time, because real time includes what others do on a shared machine. Peers that are
+    timed by another program report real time."""
     unit = {"ns": 1e-9, "us": 1e-6, "ms": 1e-3, "s": 1.0}[run["time_unit"]]
     manual = run["run_name"].endswith("/manual_time")
     return run["real_time" if manual else "cpu_time"] * unit

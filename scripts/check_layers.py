@@ -25,11 +25,12 @@ def errors_in(path, root):
     allowed = ROOMS[:ROOMS.index(room) + 1]
     higher = [target for target in included if target.split("/")[0] not in allowed]
     return [f"{name}: includes {target}, which is not in src/" for target in missing] + [
-        f"{name}: includes {target}; {room} may only include {', '.join(allowed)}" for target in higher]
+        f"{name}: includes {target}, which is in a later room than {room}" for target in higher]
 
 
 def main():
-    root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else pathlib.Path(__file__).parent.parent / "src"
+    default = pathlib.Path(__file__).parent.parent / "src"
+    root = pathlib.Path(sys.argv[1]) if len(sys.argv) > 1 else default
     files = sorted(path for path in root.rglob("*") if path.suffix in (".h", ".cpp"))
     errors = [error for path in files for error in errors_in(path, root)]
     if not files:

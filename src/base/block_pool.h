@@ -6,14 +6,14 @@
 
 namespace zav {
 
-/// Hands out memory blocks of one size, carved from large chunks, and takes them back onto a free
-/// list: one heap allocation per chunk, constant time per block, most recently freed first.
+/// Allocates blocks of one size from large chunks and keeps freed ones in a list: one heap
+/// allocation per chunk, constant time per block. The block freed last is reused first.
 ///
 /// A chunk is a link to the next chunk followed by blocks. A block is a header of two links, used
-/// while the block is free, followed by the caller's bytes, which are as aligned as a pointer.
+/// while the block is free, followed by the caller's bytes, aligned like a pointer.
 ///
-/// The destructor does not free the chunks: the owner calls ReleaseAll, after which every block is
-/// invalid.
+/// The destructor does not free the chunks. The owner calls ReleaseAll, which invalidates every
+/// block.
 class BlockPool {
  public:
   static constexpr int64_t kLinkBytes = sizeof(void*);
@@ -24,15 +24,14 @@ class BlockPool {
   BlockPool& operator=(const BlockPool&) = delete;
   virtual ~BlockPool() = default;
 
-  /// Sets the sizes and forgets, without freeing, whatever the pool held.
+  /// Sets the sizes. Chunks that the pool holds are forgotten, not freed.
   void Init(int32_t blocks_per_chunk, int32_t block_bytes);
 
-  /// The caller's bytes of one block, not cleared; null when memory runs out or Init has not given
-  /// chunks that hold a block.
+  /// Returns the caller's bytes of a block, not cleared; null when memory runs out, or when Init
+  /// was not called with usable sizes.
   void* Alloc();
 
-  /// Takes back a block of this pool. When the last of several outstanding blocks comes back, all
-  /// chunks are freed.
+  /// Frees a block of this pool. When the last of several blocks is freed, so are all chunks.
   void Free(void* bytes);
 
   void ReleaseAll();
@@ -52,7 +51,7 @@ class BlockPool {
 
   int64_t stride_ = 0;       ///< bytes from block to block
   int64_t chunk_bytes_ = 0;  ///< bytes of one heap allocation
-  int64_t next_offset_ = 0;  ///< in the current chunk, of the next block to carve
+  int64_t next_offset_ = 0;  ///< of the next block to carve from the current chunk
   int64_t carved_ = 0;       ///< blocks carved since the last release
   int64_t free_count_ = 0;
   Chunk* first_chunk_ = nullptr;

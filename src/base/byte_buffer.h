@@ -8,7 +8,7 @@
 
 namespace zav {
 
-/// Bytes that become more. Growing doubles the room, so that each byte is moved about once.
+/// A growable byte array. Growing doubles the capacity, so each byte is moved about once.
 class ByteBuffer {
  public:
   ByteBuffer() = default;

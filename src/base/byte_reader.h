@@ -10,12 +10,12 @@
 
 namespace zav {
 
-/// Cursor over foreign bytes. Everything that reads a file goes through one.
+/// Bounded cursor over foreign bytes. All file data is read through one.
 ///
 /// Invariant: 0 <= position <= size, and bytes [0, size) may be read. Every operation checks its
 /// extent against size - position, which cannot overflow, before it forms a pointer. An operation
-/// that does not fit returns null or 0, moves nothing and sets `failed`, so that a run of reads
-/// can be checked once at its end.
+/// that does not fit returns null or 0, moves nothing and sets `failed`, so a sequence of reads
+/// needs only one check at its end.
 class ByteReader {
  public:
   ByteReader(const uint8_t* data, int64_t size)
@@ -26,7 +26,7 @@ class ByteReader {
   int64_t remaining() const { return size_ - position_; }
   bool failed() const { return failed_; }
 
-  /// The next `count` bytes where they lie; null when fewer are left.
+  /// Takes the next `count` bytes without copying; null when fewer are left.
   const uint8_t* Take(int64_t count) {
     if (count < 0 || count > remaining()) {
       failed_ = true;
@@ -37,15 +37,15 @@ class ByteReader {
     return taken;
   }
 
-  /// The next `count` bytes without taking them, and without failing when fewer are left.
+  /// The same without moving, and without failing when fewer are left.
   const uint8_t* Peek(int64_t count) const {
     return count >= 0 && count <= remaining() ? data_ + position_ : nullptr;
   }
 
   void Skip(int64_t count) { Take(count); }
 
-  /// Copies the next bytes, as many of `count` as are left, and says how many those were. A short
-  /// copy is no failure.
+  /// Copies at most `count` bytes and returns how many were left to copy. A short copy does not
+  /// fail.
   int64_t CopyUpTo(uint8_t* out, int64_t count) {
     const int64_t copied = count < remaining() ? count : remaining();
     if (copied < 1) return 0;
@@ -54,7 +54,7 @@ class ByteReader {
     return copied;
   }
 
-  /// To any place in the block, its end included.
+  /// Moves to any position up to the end.
   void Seek(int64_t position) {
     if (position < 0 || position > size_) {
       failed_ = true;
@@ -80,7 +80,7 @@ class ByteReader {
     return p != nullptr ? LoadLe32(p) : 0;
   }
 
-  /// Back to the end, as a stream that met a cut-off item is left: nothing more can be taken.
+  /// Moves to the end, so that nothing more can be taken: the state after a truncated item.
   void ToEnd() { position_ = size_; }
 
  private:

@@ -10,8 +10,8 @@
 
 namespace zav {
 
-/// Builds a file header of exactly N bytes, field after field. Bytes not written are zero; fields
-/// past the end are dropped.
+/// Builds a file header of exactly N bytes, field by field. Bytes that are not written are zero;
+/// fields past the end are dropped.
 template <size_t N>
 class ByteWriter {
  public:

@@ -6,10 +6,10 @@
 
 namespace zav {
 
-/// No buffer of the library is larger: record fields that hold byte counts are signed 32-bit.
+/// The largest buffer: record fields that hold byte counts are signed 32-bit.
 inline constexpr int64_t kMaxBytes = 0x7FFFFFFF;
 
-/// Whether a byte count is one that a buffer can have.
+/// Whether a buffer can have this many bytes.
 constexpr bool IsBufferSize(int64_t bytes) { return bytes >= 1 && bytes <= kMaxBytes; }
 
 constexpr int64_t RoundUp(int64_t value, int64_t multiple) {

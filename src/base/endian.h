@@ -8,8 +8,8 @@
 
 namespace zav {
 
-// Multi-byte values in files and in 16- and 32-bit pixels are assembled from bytes, so that no
-// host byte order shows; compilers turn a single one of these into one load or store.
+// Multi-byte values in files and in 16- and 32-bit pixels are composed from bytes, independent of
+// the host's byte order. Compilers turn each of these into a single load or store.
 
 inline uint16_t LoadLe16(const uint8_t* p) { return static_cast<uint16_t>(p[0] | p[1] << 8); }
 
@@ -22,8 +22,8 @@ inline uint32_t LoadLe24(const uint8_t* p) {
   return static_cast<uint32_t>(p[0] | p[1] << 8 | p[2] << 16);
 }
 
-// In a loop GCC takes the single bytes for material to vectorise and misses that they are words, so
-// the wider ones are told where the host's order is the file's.
+// In loops GCC vectorises the single bytes and misses that they form words. The wider functions
+// therefore copy whole words if the host is little-endian.
 
 inline uint32_t LoadLe32(const uint8_t* p) {
   if constexpr (std::endian::native == std::endian::little) {

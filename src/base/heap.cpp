@@ -18,9 +18,9 @@ namespace {
 // that are mapped already.
 constexpr int64_t kLargePage = int64_t{2} << 20;
 
-// What lies beyond the last whole large page would still fault page by page. A large page costs as
-// much as 30 small ones (it is cleared as well), so it pays to fill it up; but not at the price of
-// more than half as much memory again.
+// The part after the last whole large page would still fault page by page. A large page costs as
+// much as 30 small ones (it is cleared as well), so rounding up to it pays, unless that takes more
+// than half as much memory again.
 int64_t FillLargePage(int64_t size) {
   constexpr int64_t kShortTail = int64_t{30} * 4096;
   const int64_t tail = size % kLargePage;
@@ -33,8 +33,8 @@ uint8_t* AllocateLarge(int64_t size) {
   void* bytes = nullptr;
   if (posix_memalign(&bytes, kLargePage, static_cast<size_t>(size)) != 0) return nullptr;
 #ifdef MADV_HUGEPAGE
-  // Whole large pages only: the rest of the last one may belong to another allocation. Advice may
-  // be refused; the buffer then has ordinary pages.
+  // Whole large pages only: the rest of the last one may belong to another allocation. If the
+  // advice is refused, the buffer has ordinary pages.
   madvise(bytes, static_cast<size_t>(size / kLargePage * kLargePage), MADV_HUGEPAGE);
 #endif
   return static_cast<uint8_t*>(bytes);

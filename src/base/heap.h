@@ -6,16 +6,16 @@
 
 namespace zav {
 
-/// Memory for pixels and palettes, from malloc's heap: hosts may free() what they detach. Null when
-/// the size is not one that a buffer can have, or memory runs out. The bytes are not cleared.
+/// Allocates pixels and palettes from malloc's heap, so hosts may free() what they detach. Null
+/// when no buffer can have the size or memory runs out. The bytes are not cleared.
 uint8_t* AllocateBytes(int64_t size) noexcept;
 
-/// The same, cleared. Large buffers take up memory only as they are written to.
+/// The same, cleared. Large buffers use memory only where they are written.
 uint8_t* AllocateZeroed(int64_t size) noexcept;
 
 void FreeBytes(void* bytes) noexcept;
 
-/// Heap memory for one call; null where AllocateBytes gives null.
+/// Heap memory for the duration of one call; null where AllocateBytes returns null.
 class Scratch {
  public:
   explicit Scratch(int64_t size) : bytes_(AllocateBytes(size)) {}

@@ -5,7 +5,7 @@
 namespace zav {
 
 /// Receives every warning and error text of the library, and discards it; a build with ZAV_TRACE
-/// prints it to stderr. It stands alone in its object file, so that a test can link its own.
+/// prints it to stderr. It has an object file to itself, so a test can link another one instead.
 void TraceHook(const char* text);
 
 }  // namespace zav

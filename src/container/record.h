@@ -126,7 +126,7 @@ constexpr bool HeaderLayoutsAreSound() {
 }
 static_assert(HeaderLayoutsAreSound(), "fields leave no gap, and every header fits a layer record");
 
-/// Bytes of a kind's header; 0 where there is no such kind.
+/// Bytes of a kind's header; 0 for an unknown kind.
 constexpr int32_t HeaderLength(uint8_t kind) { return kHeaderLayouts[kind].length; }
 
 /// A record's header as bytes. A caller's record need not be longer than its kind's header.
@@ -148,23 +148,23 @@ int64_t LoadRecordSize(const uint8_t* header);
 bool LoadSides(const uint8_t* header, int32_t& width, int32_t& height);
 void StoreSides(ZAV_LAYER& header, const ZAV_GFXDEF& picture);
 
-/// Writes the header as it stands. A kind that does not exist fails the stream.
+/// Writes the header unchanged. An unknown kind fails the stream.
 bool WriteRecordHeader(ZAV_STREAM& stream, const ZAV_LAYER* header);
 
-/// Reads the next record's header, whose kind `header` must hold already; another kind fails the
-/// stream. Where the data ends inside the header, the rest of `header` stays as it was.
+/// Reads the next record's header. `header->kind` must be set to its kind; another kind fails the
+/// stream. If the data ends inside the header, the rest of `header` stays as it was.
 bool ReadRecordHeader(ZAV_STREAM& stream, ZAV_LAYER* header);
 
 /// The next record's kind, ZAV_KIND_END at the end of the data.
 bool PeekKind(const ZAV_STREAM& stream, int32_t& kind);
 
-/// Moves past the next record and all that it contains. After a failure the position is behind the
-/// bytes that were looked at, so that a caller who goes on comes to the end.
+/// Moves past the next record and everything in it. A failure moves past the bytes that were read,
+/// so a caller that tries again reaches the end.
 bool SkipRecord(ZAV_STREAM& stream);
 
-/// A record from its first byte to its patched size, whatever is nested in it. Unless Finish is
-/// called, the destructor moves the file's offset back, for the next record to be written over the
-/// abandoned one.
+/// A record being written, from its first byte to its patched size, including nested records.
+/// Unless Finish is called, the destructor moves the file's offset back, and the next record
+/// overwrites the abandoned one.
 class RecordFrame {
  public:
   explicit RecordFrame(ZAV_STREAM& stream) : stream_(stream), start_(stream.file().Tell()) {}
@@ -177,7 +177,7 @@ class RecordFrame {
   /// Overwrites a field of the header, which has been written.
   void Patch(ZAV_LAYER& header, Field field, uint32_t value);
 
-  /// Patches the size. False when the record is larger than a reader could take.
+  /// Patches the size. False when the record is too large for a reader.
   bool Finish();
 
  private:
@@ -193,13 +193,12 @@ ZAV_LAYER MakeImageHeader(uint8_t kind, const char* name);
 /// zero.
 bool ReadImageHeader(ZAV_STREAM& stream, uint8_t kind, ZAV_LAYER& header);
 
-/// Writes one image record whose layers are of the kind of `layer`, which may be null:
+/// Writes one image record with layers of the kind of `layer`. A failure, also a null layer, fails
+/// the stream.
 ///
-/// `prepare(ZAV_LAYER& header) -> bool` gets everything ready before a byte is written, and fills
-/// in the fields after the name;
+/// `prepare(ZAV_LAYER& header) -> bool` does everything that can fail before a byte is written, and
+/// fills in the fields after the name.
 /// `write_contents(RecordFrame& frame, ZAV_LAYER& header) -> bool` writes what follows the header.
-///
-/// A failure fails the stream.
 template <typename Prepare, typename WriteContents>
 bool WriteImageRecord(ZAV_STREAM& stream, uint8_t kind, const char* name, const ZAV_LAYER* layer,
                       Prepare&& prepare, WriteContents&& write_contents) {

@@ -7,7 +7,7 @@
 namespace zav {
 namespace {
 
-// One word on its own: nothing else is published with it, so no ordering is needed.
+// A single word: nothing else is published with it, so no ordering is needed.
 std::atomic<uint32_t> g_published_env{0};
 
 }  // namespace

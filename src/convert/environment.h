@@ -8,10 +8,10 @@
 
 namespace zav {
 
-/// Makes the converter's environment value that of the process.
+/// Publishes the converter's environment value to the process.
 void PublishEnv(const ZAV_CONVERTER& converter);
 
-/// The value last published. Only ZAV_ENV_FILTER has a meaning.
+/// The value last published. Only the bit ZAV_ENV_FILTER is used.
 uint32_t PublishedEnv();
 
 }  // namespace zav

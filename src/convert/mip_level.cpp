@@ -46,7 +46,7 @@ bool FilterLevel(ZAV_CONVERTER& converter) {
   return true;
 }
 
-/// The level of any other format, made from and into pictures of its own. The source is borrowed.
+/// Makes the level of any other format through temporary pictures. The source is borrowed.
 bool ConvertLevel(ZAV_CONVERTER& converter) {
   ScopedConverter level;
   level.source = Borrow(converter.source);

@@ -22,8 +22,8 @@ namespace {
 constexpr char kRouteWarning[] =
     "ZAV -- PERFORMANCE WARNING: Direct Converstion unsupported. Converting to BRGA32 First!\n";
 
-/// Converts between prepared surfaces of equal size; false where it cannot (no palette, blocks that
-/// do not fit).
+/// Converts between prepared surfaces of equal size. False for a missing palette or sides that do
+/// not fit blocks.
 using Kernel = bool (*)(ZAV_CONVERTER& converter);
 
 struct KernelRow {
@@ -93,7 +93,7 @@ void CopyPixels(ZAV_CONVERTER& converter) {
     CopyRows(dest.pixels, source.pixels, std::min<int64_t>(row_bytes, dest.pitch), source.height,
              dest.pitch, source.pitch);
   } else if (IsDxt(source.format)) {
-    // A source that does not say how many bytes it has holds what its size needs.
+    // A source without a byte count has as many bytes as its size needs.
     const int64_t held =
         source.pitch > 0 ? source.pitch : MinPitch(source.width, source.height, source.format);
     const int64_t copied = std::min<int64_t>(dest.pitch, held);
@@ -122,16 +122,16 @@ bool ConvertSameFormat(ZAV_CONVERTER& converter) {
   return true;
 }
 
-/// Whether the rows that a kernel writes lie within the buffer that the pitch describes. Only a
-/// caller's own buffer can fail this: its pitch is taken as it stands.
+/// Whether the rows that a kernel writes are within the buffer that the pitch describes. Only a
+/// caller's buffer can fail this: its pitch is used as given.
 bool RowsFit(const ZAV_SURFACE& dest) {
   if (IsDxt(dest.format)) return true;
   const int64_t row_bytes = int64_t{dest.width} * BytesPerPixel(dest.format);
   return dest.height == 1 || (dest.pitch >= row_bytes && ImageBytes(dest) <= kMaxBytes);
 }
 
-/// Two conversions through a temporary 32-bit BGRA picture. The source stays where it is: the first
-/// conversion only borrows it, so it also keeps a buffer that it could have handed over.
+/// Converts twice, through a temporary 32-bit BGRA picture. The first conversion borrows the
+/// source, which therefore also keeps a buffer that could have been handed over.
 bool RouteViaBgra32(ZAV_CONVERTER& converter) {
   if (converter.source.format == ZAV_FMT_BGRA32) return false;
   ScopedConverter route;

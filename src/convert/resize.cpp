@@ -12,7 +12,7 @@
 namespace zav {
 namespace {
 
-/// Replaces the borrowed source by the same picture in 32-bit BGRA.
+/// Replaces the borrowed source with the same picture in 32-bit BGRA.
 bool SourceToBgra32(ZAV_CONVERTER& scaling) {
   ScopedConverter widening;
   widening.source = scaling.source;
@@ -38,14 +38,14 @@ bool Overlap(const ZAV_SURFACE& a, const ZAV_SURFACE& b) {
   return first(a) < end(b) && first(b) < end(a);
 }
 
-/// Whether the destination has a buffer that takes the source's pixels as they are.
+/// Whether pixels of the source can be scaled directly into the destination's buffer.
 bool CanScaleInto(const ZAV_SURFACE& dest, const ZAV_SURFACE& source) {
   return dest.pixels != nullptr && dest.format == source.format &&
          dest.pitch >= int64_t{dest.width} * BytesPerPixel(source.format) &&
          ImageBytes(dest) <= kMaxBytes && !Overlap(dest, source);
 }
 
-/// Scales straight into the buffer that the host supplied.
+/// Scales directly into the host's buffer.
 bool ScaleIntoBuffer(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filter) {
   if (!PrepareDestPalette(converter)) return false;
   ZAV_SURFACE& dest = converter.dest;
@@ -59,9 +59,9 @@ bool ScaleIntoBuffer(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filt
   return true;
 }
 
-/// Scales into a picture of its own in the source's format, then converts that.
+/// Scales into a temporary picture in the source's format, then converts that.
 bool ScaleAndConvert(ZAV_CONVERTER& scaling, ZAV_CONVERTER& converter, bool filter) {
-  // The scaled picture keeps the masks: a custom layout is nothing without them.
+  // The scaled picture keeps the masks, which define a custom layout.
   scaling.dest = Borrow(scaling.source);
   scaling.dest.pixels = nullptr;
   scaling.dest.palette = nullptr;
@@ -86,8 +86,7 @@ bool ResizeSurface(ZAV_CONVERTER& converter) {
   if (!HasKernels(format.code) || !IsFormat(dest.format) || dest.width < 1 || dest.height < 1)
     return false;
 
-  // The source is only borrowed until the conversion has succeeded, so that a failure leaves it
-  // where the host expects it.
+  // The source is borrowed until the conversion has succeeded, so a failure leaves it in place.
   ScopedConverter scaling;
   scaling.source = Borrow(converter.source);
   const bool filter = (PublishedEnv() & ZAV_ENV_FILTER) != 0;

@@ -16,9 +16,9 @@
 namespace zav {
 namespace {
 
-// A bitmap is a file header of 14 bytes, an info header of 40, for up to 8 bits a palette, and the
-// rows, last one first, each padded to 4 bytes. Everything is taken to lie at these offsets: the
-// signature, the offset of the pixels, the compression and the header size are not looked at.
+// A bitmap has a file header of 14 bytes, an info header of 40, a palette for up to 8 bits, and
+// rows from the last to the first, each padded to 4 bytes. Everything is expected at these offsets:
+// the signature, the offset of the pixels, the compression and the header size are not checked.
 constexpr int64_t kHeaderBytes = 54;
 constexpr int64_t kPaletteEntries = 256;
 constexpr int64_t kEntryBytes = 4;
@@ -46,7 +46,7 @@ int32_t FormatOfBits(uint32_t bits) {
   }
 }
 
-/// False also for sides that no surface can have, so that products of them are safe afterwards.
+/// False also for sides that no surface can have, so products of them do not overflow later.
 bool ReadHeader(ByteReader& file, BmpHeader& header) {
   file.Skip(18);
   const auto width = static_cast<int32_t>(file.Le32());
@@ -60,8 +60,8 @@ bool ReadHeader(ByteReader& file, BmpHeader& header) {
   return !file.failed() && format != 0 && SetDefinition(header.surface, width, height, format);
 }
 
-/// Entries that the file does not have keep what the palette holds. The file's fourth byte is
-/// usually 0 and means opaque.
+/// Entries that the file lacks keep their values. The fourth byte of an entry is usually 0, which
+/// means opaque.
 void FillPalette(uint8_t* palette, const uint8_t* entries, int64_t bytes) {
   std::memcpy(palette, entries, static_cast<size_t>(bytes));
   for (int64_t i = 3; i < ZAV_PALETTE_BYTES; i += kEntryBytes) {
@@ -69,7 +69,7 @@ void FillPalette(uint8_t* palette, const uint8_t* entries, int64_t bytes) {
   }
 }
 
-/// The most significant bit comes first. Clear is opaque white, set is transparent black.
+/// Most significant bit first. Clear is opaque white, set is transparent black.
 void ExpandBits(uint8_t* dest, const uint8_t* bits, int32_t width) {
   for (int32_t x = 0; x < width; ++x) {
     const bool set = (bits[x / 8] >> (7 - x % 8) & 1) != 0;
@@ -103,7 +103,7 @@ bool BmpRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
   const uint8_t* entries = file.Take(palette_bytes);
   if (header.bits == 1) file.Skip(kMonochromePaletteBytes);
   const int64_t row_bytes = (int64_t{width} * header.bits + 31) / 32 * 4;
-  // Before anything is allocated: the file must hold what it announces.
+  // Checked before anything is allocated: the file must have all the bytes that it announces.
   const uint8_t* rows = file.Take(row_bytes * height);
   if (file.failed()) return false;
 
@@ -127,7 +127,7 @@ bool BmpRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
 
 namespace {
 
-/// A palette without transparency is written with fourth bytes of 0, as other programs do.
+/// An opaque palette is written with fourth bytes of 0, as other programs do.
 void WritePalette(OutputFile& file, const uint8_t* palette) {
   uint8_t entries[ZAV_PALETTE_BYTES];
   std::memcpy(entries, palette, sizeof(entries));

@@ -10,8 +10,8 @@
 namespace zav {
 namespace {
 
-// The converted picture is the writer's own, so its rows are turned round where they lie and the
-// file takes them in one call instead of one per row.
+// The converted picture is temporary, so its rows are reversed in place and written with one call
+// instead of one per row.
 
 void TurnUpsideDown(const ZAV_SURFACE& surface) {
   uint8_t* top = surface.pixels;
@@ -34,8 +34,8 @@ bool FilePicture::Convert(const ZAV_CONVERTER& converter, int32_t format, int64_
   dest.format = format;
   dest.width = converter.source.width;
   dest.height = converter.source.height;
-  // Prepared first: a copy to the same format would take over the source's pitch, which may be that
-  // of a much larger picture.
+  // Prepared first: a copy to the same format would adopt the source's pitch, which may belong to a
+  // much larger picture.
   if (!PrepareDest(picture_) || !ConvertSurface(picture_)) return false;
   TurnUpsideDown(dest);
   if (dest.pitch != row_bytes) SetPitch(dest, row_bytes);

@@ -9,11 +9,11 @@
 
 namespace zav {
 
-/// A picture in the form in which BMP and Targa files hold their rows: in the file's pixel format,
-/// last row first, the rows `row_bytes` apart without other padding than that.
+/// A picture as BMP and Targa files store it: in the file's pixel format, last row first, rows
+/// `row_bytes` apart.
 ///
-/// It is made before the file is: a picture that cannot be converted must not cost an existing
-/// file its bytes. The converter's source is only borrowed.
+/// It is made before the file, because a picture that cannot be converted must not empty an
+/// existing file. The converter's source is only borrowed.
 class FilePicture {
  public:
   /// False when the pair of formats has no conversion or memory runs out.

@@ -15,7 +15,7 @@ struct DecodedForm {
   JpegOrder order;
 };
 
-/// Every other destination is reached from the last one.
+/// Every other destination is converted from the last one.
 constexpr DecodedForm kDecodedForms[] = {
     {ZAV_FMT_RGB24, JpegOrder::kRgb},
     {ZAV_FMT_BGR24, JpegOrder::kBgr},
@@ -29,7 +29,7 @@ const DecodedForm& FormFor(int32_t format) {
   return *form;
 }
 
-/// Made with its first bytes: what cannot be encoded must not cost an existing file its own.
+/// Opened with its first bytes: a picture that cannot be encoded must not empty an existing file.
 struct LateFile {
   const char* path;
   OutputFile file{};

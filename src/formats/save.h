@@ -6,7 +6,7 @@
 
 namespace zav {
 
-/// Writes the converter's source with the writer and in the format that the save type names.
+/// Writes the converter's source to a file of the given save type.
 bool SaveByType(ZAV_CONVERTER& converter, long save_type, const char* path);
 
 }  // namespace zav

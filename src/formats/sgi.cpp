@@ -29,7 +29,7 @@ struct SgiHeader {
   int32_t channel_bytes;
 };
 
-/// The magic, the dimension and all that follows the sides are not looked at.
+/// The magic, the dimension and everything after the number of channels are not checked.
 bool ReadHeader(ByteReader& file, SgiHeader& header) {
   file.Skip(2);
   header.storage = file.U8();
@@ -49,7 +49,7 @@ bool Allocate(ZAV_SURFACE& source, const ZAV_SURFACE& wanted, bool sparse) {
   return allocate(source, wanted.width, wanted.height, wanted.format);
 }
 
-/// The files begin with the bottom row.
+/// Files start with the bottom row.
 uint8_t* StoredRow(const ZAV_SURFACE& surface, int64_t row) {
   return surface.pixels + (surface.height - 1 - row) * surface.pitch;
 }
@@ -69,14 +69,14 @@ bool ReadVerbatim(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& file
   return true;
 }
 
-/// The rows of all channels are decoded into scratch that stays in the cache, and become pixels
-/// together.
+/// Decodes the rows of all channels into scratch memory that stays in the cache, then interleaves
+/// them.
 ///
-/// Entries of the table may share a row, and a row may end as soon as it starts: a block of some
-/// kilobytes can rightly be a picture of gigabytes, and no relation of their sizes can refuse it.
-/// But only a picture that all of the block's packets could fill is taken from the heap as it is.
-/// Any other is cleared memory of which no more is touched, and so paid for, than rows have pixels;
-/// it ends with the first row that is not sound.
+/// Entries of the table may share a row, and a row may end as soon as it starts. A few kilobytes
+/// can therefore be a valid picture of gigabytes, and no ratio of sizes can refuse it. Only a
+/// picture that the file's packets could fill gets ordinary memory. Any other gets cleared memory,
+/// which costs nothing until it is touched: only the pixels that rows have are written, up to the
+/// first bad row.
 bool ReadRunLength(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& file) {
   const int64_t width = header.surface.width;
   const int64_t height = header.surface.height;
@@ -109,7 +109,7 @@ bool ReadRunLength(ZAV_SURFACE& source, const SgiHeader& header, ByteReader& fil
   return true;
 }
 
-/// Pays out 16 bytes of a packet: the literal ones where the mask is set, the run's where it is 0.
+/// Writes 16 bytes of a packet: literal ones if the mask is set, the run's if it is 0.
 inline void PutBlock(uint8_t* dest, const uint8_t* literal, uint64_t run, uint64_t mask) {
   StoreLe64(dest, run ^ ((run ^ LoadLe64(literal)) & mask));
   StoreLe64(dest + 8, run ^ ((run ^ LoadLe64(literal + 8)) & mask));
@@ -117,9 +117,8 @@ inline void PutBlock(uint8_t* dest, const uint8_t* literal, uint64_t run, uint64
 
 }  // namespace
 
-// Most packets have a handful of pixels, and whether the next one is a run is a coin toss that no
-// processor can predict; a wrong guess costs more than the bytes. So both outcomes are computed and
-// a mask picks one.
+// Most packets have a few pixels, and no processor can predict whether the next one is a run. A
+// misprediction costs more than the bytes, so both outcomes are computed and a mask selects one.
 int64_t SgiRleRow(const ByteReader& file, uint8_t* dest, int64_t width) {
   constexpr int64_t kBlockBytes = 16;
   constexpr int64_t kPacketBlockBytes = 128;  // the blocks of the longest packet

@@ -17,12 +17,12 @@ bool SgiRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size);
 /// Fills size, format and pitch from the header of a picture of three or four channels.
 bool SgiGetFormat(ZAV_GFXDEF& out, const uint8_t* data, int64_t size);
 
-/// Bytes behind a row that SgiRleRow may overwrite.
+/// Bytes after a row that SgiRleRow may overwrite.
 inline constexpr int64_t kSgiRowSlack = 16;
 
-/// Decodes the row of one channel that starts where the file stands into `width` consecutive bytes,
-/// which are followed by kSgiRowSlack more. Returns how many pixels the row has: fewer than `width`
-/// when it is terminated before its end, -1 when a packet passes the end of the row or the file.
+/// Decodes one channel's row, starting at the file's position, into `width` consecutive bytes that
+/// are followed by kSgiRowSlack more. Returns the number of pixels: fewer than `width` if the row
+/// is terminated early, -1 if a packet passes the end of the row or of the file.
 int64_t SgiRleRow(const ByteReader& file, uint8_t* dest, int64_t width);
 
 }  // namespace zav

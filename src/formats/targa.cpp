@@ -61,31 +61,31 @@ bool ReadHeader(ByteReader& file, TgaHeader& header) {
   file.Skip(4);
   const int32_t width = file.Le16();
   const int32_t height = file.Le16();
-  // The depth alone decides; the image type may say otherwise.
+  // The depth alone decides, even against the image type.
   const int32_t format = FormatOfDepth(file.U8());
   const uint32_t descriptor = file.U8();
   const uint32_t raw_type = type & ~kRunLength;
   header.run_length = type != raw_type;
-  // Colour-mapped pictures are bottom-up whatever they say.
+  // Color-mapped pictures are read as bottom-up, regardless of the descriptor.
   header.top_down = (descriptor & kTopDown) != 0 && format != ZAV_FMT_PAL8;
   return !file.failed() && (raw_type == kColorMapped || raw_type == kTrueColor) && format != 0 &&
          SetDefinition(header.surface, width, height, format);
 }
 
-/// Whether the data can have all pixels. Where it cannot, what the header announces must not be
-/// paid for in memory.
+/// Whether the data can have all pixels. If not, the header's size must not be trusted with
+/// memory.
 bool CanFill(const ZAV_SURFACE& surface, bool run_length, int64_t bytes) {
   const int64_t pixels = int64_t{surface.width} * surface.height;
   if (!run_length) return bytes / surface.bytes_per_pixel >= pixels;
   return bytes / (1 + surface.bytes_per_pixel) * kLongestPacket >= pixels;
 }
 
-/// Five bits to the top of a byte.
+/// Moves five bits to the top of a byte.
 uint8_t WidenFive(uint32_t value) { return static_cast<uint8_t>((value & 0x1F) << 3); }
 
-/// The colour map becomes the palette, opaque. Entries that the file announces but does not have
-/// keep the colour that the palette holds, and those behind the map are white. Where entries are
-/// of another size than 16 or 24 bits the pixels are taken to begin where the map does.
+/// Reads the color map as an opaque palette. Entries that the file announces but lacks keep their
+/// colors, and entries after the map are white. If map entries do not have 16 or 24 bits, the
+/// pixels are expected where the map starts.
 void ReadColorMap(ByteReader& file, const TgaHeader& header, uint8_t* palette) {
   const int32_t bits = header.map_entry_bits;
   const int64_t entry_bytes = bits == 24 ? 3 : bits == 16 ? 2 : 0;
@@ -107,13 +107,13 @@ void ReadColorMap(ByteReader& file, const TgaHeader& header, uint8_t* palette) {
   }
 }
 
-/// How far the data went, in the file's order: whole rows, and pixels of the row after them.
+/// How much the data filled, in the file's order: whole rows, then pixels of the next row.
 struct Filled {
   int64_t rows;
   int64_t pixels;
 };
 
-/// Where the file's first row goes, and the way to the next.
+/// Where the file's first row goes, and the step to the next.
 struct RowOrder {
   RowOrder(const ZAV_SURFACE& surface, bool top_down)
       : first(surface.pixels + (top_down ? 0 : ImageBytes(surface) - surface.pitch)),
@@ -122,7 +122,7 @@ struct RowOrder {
   int64_t step;
 };
 
-/// A row that is cut off is dropped whole.
+/// An incomplete row is dropped.
 Filled ReadRawRows(const ZAV_SURFACE& surface, ByteReader& file, const RowOrder& order) {
   const int64_t row_bytes = surface.pitch;
   const int64_t rows = std::min<int64_t>(surface.height, file.remaining() / row_bytes);
@@ -146,8 +146,8 @@ void ClearUnfilled(const ZAV_SURFACE& surface, const RowOrder& order, const Fill
   }
 }
 
-/// Allocates the picture and fills it as far as the data goes. Nothing shows that the heap held
-/// before; a buffer of the caller's own keeps what the data does not fill.
+/// Allocates the picture and fills it as far as the data goes. The rest is cleared, or kept if the
+/// buffer is the caller's.
 bool ReadPixels(ZAV_SURFACE& source, ByteReader& file, const TgaHeader& header) {
   const ZAV_SURFACE& wanted = header.surface;
   const bool callers_own = source.pixels != nullptr;
@@ -193,7 +193,7 @@ bool TgaRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
   ZAV_SURFACE& source = converter.source;
   if (!ReadPixels(source, file, header)) return false;
 
-  // In place, so that source and destination then have the same format.
+  // In place: source and destination then have the same format.
   const int32_t wanted = converter.dest.format;
   if (source.format == ZAV_FMT_BGR24 && wanted == ZAV_FMT_RGB24) {
     SwapRedBlue24(source.pixels, source.pixels, source.width, source.height, source.pitch,
@@ -209,7 +209,7 @@ bool TgaRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
 
 namespace {
 
-/// What the header says of a format.
+/// Header fields of a format.
 struct TgaKind {
   int32_t format;
   uint32_t type;
@@ -230,7 +230,7 @@ void WriteHeader(OutputFile& file, const ZAV_SURFACE& source, const TgaKind& kin
   header.U8(0);  // no image ID
   header.U8(mapped ? 1 : 0);
   header.U8(kind.type);
-  header.Le16(0);  // first entry of the colour map
+  header.Le16(0);  // first entry of the color map
   header.Le16(mapped ? kPaletteEntries : 0);
   header.U8(mapped ? 24 : 0);
   header.Le16(0);  // origin

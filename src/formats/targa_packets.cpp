@@ -11,8 +11,8 @@
 namespace zav {
 namespace {
 
-// Packets are short: in pictures of nature most have a handful of pixels. Fixed blocks of bytes,
-// the last of which may stand out over the packet's end, cost a fraction of exact copies.
+// Packets are short: in photographs most have a few pixels. Copying fixed blocks, the last of which
+// may extend past the packet's end, costs a fraction of exact copies.
 constexpr int64_t kBlockBytes = 24;  // a whole number of pixels of any size
 constexpr int64_t kShortPacketBytes = 2 * kBlockBytes;
 constexpr int64_t kCopyBytes = 32;
@@ -44,7 +44,7 @@ inline Block RepeatPixel(const uint8_t* pixel) {
   return {value, value, value};
 }
 
-/// The second block where the mask is all ones, the first where it is 0.
+/// The second block if the mask is all ones, the first if it is 0.
 inline Block Select(const Block& first, const Block& second, uint64_t mask) {
   Block selected;
   for (int i = 0; i < 3; ++i) {
@@ -77,12 +77,12 @@ inline void FillRun(uint8_t* dest, const uint8_t* pixel, int64_t bytes, int64_t 
   }
 }
 
-/// Pays out packets as long as they are short and both sides have room for the longest such;
+/// Reads packets as long as they are short and both sides have room for the longest short one;
 /// returns the bytes written, at most `room`.
 ///
-/// Whether the next packet is a run or raw is a coin toss that no processor can predict, and in
-/// packets of a few pixels a wrong guess costs more than all the rest. So both outcomes are
-/// computed and a mask picks one.
+/// No processor can predict whether the next packet is a run or raw, and in short packets a
+/// misprediction costs more than everything else. So both outcomes are computed and a mask selects
+/// one.
 template <int32_t kPixelBytes>
 int64_t ReadShortPackets(ByteReader& file, uint8_t* dest, int64_t room) {
   int64_t written = 0;
@@ -122,8 +122,8 @@ int64_t TgaPacketReader::Read(uint8_t* dest, int64_t count) {
 
 template <int32_t kPixelBytes>
 int64_t TgaPacketReader::ReadPackets(uint8_t* dest, int64_t count) {
-  // Copies of the state: what is written through `dest` may be anything for all that the compiler
-  // knows, and would make it load and store the state itself for every packet.
+  // Local copies of the state: for all the compiler knows, writes through `dest` may change the
+  // members, and it would load and store them for every packet.
   ByteReader file = file_;
   Packet packet = packet_;
   int64_t left = count;

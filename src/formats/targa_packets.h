@@ -8,32 +8,31 @@
 
 namespace zav {
 
-/// The pixel stream of a run-length Targa file: packets of 1 to 128 pixels that begin with a header
-/// byte. A packet may run across the ends of rows, so the reader keeps what is left of one from
-/// request to request. It is left where it lies in the file; nothing is copied but pixels to their
-/// place.
+/// The pixel stream of a run-length Targa file: packets of a header byte and 1 to 128 pixels. A
+/// packet may continue across the end of a row, so the reader keeps its position in one between
+/// requests.
 ///
-/// A packet that the end of the data cuts off is dropped whole, and the data counts as used up.
+/// A packet that the end of the data cuts off is dropped, and the stream ends.
 class TgaPacketReader {
  public:
-  /// Whether pixels of a request behind those that it fills may be written to, which is faster.
+  /// Whether a request that cannot be filled may write to pixels after those it returns, which is
+  /// faster.
   enum class Overrun { kForbidden, kAllowed };
 
-  /// `file` stands at the first pixel and is read from through the reader's life. A pixel has 1 to
-  /// 4 bytes.
+  /// `file` is positioned at the first packet. A pixel has 1 to 4 bytes.
   TgaPacketReader(ByteReader& file, int32_t pixel_bytes, Overrun overrun)
       : file_(file), pixel_bytes_(pixel_bytes), overrun_(overrun) {}
 
-  /// Writes the next `count` pixels of the stream and returns how many there were: fewer only when
-  /// the data is used up.
+  /// Writes the next `count` pixels and returns how many there were: fewer only at the end of the
+  /// stream.
   int64_t Read(uint8_t* dest, int64_t count);
 
-  /// Pixels of the packet at hand that have not been asked for yet.
+  /// The rest of the current packet.
   int64_t pending() const { return packet_.pixels; }
 
  private:
   struct Packet {
-    const uint8_t* next;  ///< the pixels that are left, or the one pixel that a run repeats
+    const uint8_t* next;  ///< the remaining pixels, or the pixel that a run repeats
     int64_t pixels;
     bool is_run;
   };

@@ -18,7 +18,7 @@
 namespace zav {
 namespace {
 
-/// Below this no file format has a header; fewer bytes are not handed to a reader.
+/// No file format has a shorter header, so smaller blocks are refused.
 constexpr int64_t kSmallestMemoryFile = 10;
 
 bool IsReady(const ZAV_IMAGE* image) { return image != nullptr && image->converter != nullptr; }
@@ -28,7 +28,7 @@ bool LiesIn(const uint8_t* pointer, const uint8_t* start, const uint8_t* end) {
          std::less<>()(pointer, end);
 }
 
-/// A private copy of `count` bytes that lie in [from, end); what would lie behind the end is zero.
+/// A copy of `count` bytes at `from`. Bytes from `end` on are zero in the copy.
 uint8_t* CopyOut(const uint8_t* from, const uint8_t* end, int64_t count) {
   uint8_t* copy = AllocateBytes(count);
   if (copy == nullptr) return nullptr;
@@ -39,8 +39,7 @@ uint8_t* CopyOut(const uint8_t* from, const uint8_t* end, int64_t count) {
   return copy;
 }
 
-/// Gives the surface private copies of buffers that lie in [start, end). False when memory runs
-/// out.
+/// Replaces buffers in [start, end) with copies that the surface owns. False when memory runs out.
 bool DetachFromRange(ZAV_SURFACE& surface, const uint8_t* start, const uint8_t* end) {
   if (LiesIn(surface.pixels, start, end) &&
       !OwnPixels(surface, CopyOut(surface.pixels, end, ImageBytes(surface)))) {

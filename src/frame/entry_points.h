@@ -8,8 +8,8 @@
 
 namespace zav {
 
-// The bodies of the exports: they check arguments, exchange the public record with its converter,
-// and see to it that a failed operation leaves nothing behind.
+// The bodies of the exports. They check arguments, exchange definitions between the public record
+// and its converter, and undo failed operations.
 
 void InitImage(ZAV_IMAGE* image);
 void FreeImage(ZAV_IMAGE* image);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// The exported interface. Bodies stand in frame/entry_points.cpp, those of the container functions
-// in frame/container_entry_points.cpp and container/.
+// The exported interface. The bodies are in frame/entry_points.cpp and, for containers, in
+// frame/container_entry_points.cpp, container/ and kinds/.
 
 #include "base/heap.h"
 #include "container/record.h"

@@ -8,8 +8,8 @@ void LoadRecords(ZAV_IMAGE& image) {
   ZAV_CONVERTER& converter = *image.converter;
   converter.source.definition() = image.source;
   converter.dest.definition() = image.dest;
-  // A pointer that the host has replaced is the host's; the library must not take it for its own
-  // when the heap hands out the same address again.
+  // A pointer that the host has replaced is the host's. Forget the old one: the heap may return the
+  // same address again.
   if (image.source.pixels != converter.placed_pixels) converter.placed_pixels = nullptr;
   if (image.source.palette != converter.placed_palette) converter.placed_palette = nullptr;
 }
@@ -28,7 +28,7 @@ ImageOperation::ImageOperation(ZAV_IMAGE& image) : image_(image), converter_(*im
 
 ImageOperation::~ImageOperation() {
   if (succeeded_) return;
-  // A buffer that was handed over goes back, instead of being freed as new.
+  // A buffer that was handed over is returned, not freed as a new one.
   if (converter_.dest.pixels == loaded_source_.pixels) DisownPixels(converter_.dest);
   RestoreSurface(converter_.dest, loaded_dest_);
   RestoreSurface(converter_.source, found_source_);
@@ -58,7 +58,7 @@ void ImageOperation::MakeRoomForReader() {
 void ImageOperation::Succeed() {
   succeeded_ = true;
   ZAV_SURFACE& source = converter_.source;
-  // What was taken aside and is in use again, filled in place, is owned again.
+  // A buffer that was set aside and then filled in place is owned again.
   ZAV_SURFACE& aside = aside_.source;
   if (source.pixels == aside.pixels && DisownPixels(aside)) OwnPixels(source, source.pixels);
   if (source.palette == aside.palette && DisownPalette(aside)) OwnPalette(source, source.palette);

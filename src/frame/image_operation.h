@@ -7,17 +7,16 @@
 
 namespace zav {
 
-/// Exchange of the definitions between an image's public record and its converter.
+/// Exchange the definitions between an image's public record and its converter.
 void LoadRecords(ZAV_IMAGE& image);
 void StoreRecords(ZAV_IMAGE& image);
 
-/// One operation on a ready image, from the loading of its public record to the storing of the
-/// result. Unless Succeed is called, the destructor undoes it: what the operation allocated is
-/// freed and the converter's surfaces are as they were loaded, so that the public record, which is
-/// not touched, still describes them.
+/// One operation on a ready image, from loading its public record to storing the result. Unless
+/// Succeed is called, the destructor undoes it: it frees what the operation allocated and restores
+/// the surfaces, so that the public record, which is not changed, still describes them.
 ///
-/// Ownership bits outlive the loading: a surface whose bit is set owns whatever pointer the host
-/// left in the record.
+/// Loading keeps ownership bits: a surface with its bit set owns the pointer that is in the record,
+/// even if the host replaced it.
 class ImageOperation {
  public:
   explicit ImageOperation(ZAV_IMAGE& image);
@@ -25,13 +24,13 @@ class ImageOperation {
   ImageOperation& operator=(const ImageOperation&) = delete;
   ~ImageOperation();
 
-  /// Makes the source ready for a reader: buffers that the library put there in an earlier
-  /// operation are taken out, so that only a buffer of the host's own is filled in place. They are
-  /// freed when the operation succeeds, and put back when it fails. A buffer of the host's that a
-  /// bit still calls owned stays, without the bit: a reader may replace it by a borrowed one.
+  /// Prepares the source for a reader. Buffers that the library put there in an earlier operation
+  /// are set aside, so that only a host's buffer is filled in place. They are freed if the
+  /// operation succeeds and put back if it fails. A host's buffer with a stale ownership bit stays
+  /// without the bit, because a reader may replace it with a borrowed one.
   void MakeRoomForReader();
 
-  /// Keeps the result and stores both definitions back into the public record.
+  /// Keeps the result and stores both definitions in the public record.
   void Succeed();
 
  private:
@@ -39,8 +38,8 @@ class ImageOperation {
   ZAV_CONVERTER& converter_;
   ZAV_SURFACE loaded_source_;
   ZAV_SURFACE loaded_dest_;
-  ZAV_SURFACE found_source_;  ///< the source as the reader or conversion finds it
-  ScopedConverter aside_;     ///< its source slot keeps what MakeRoomForReader took out
+  ZAV_SURFACE found_source_;  ///< the source when the reader or conversion starts
+  ScopedConverter aside_;     ///< its source has what MakeRoomForReader set aside
   bool succeeded_ = false;
 };
 

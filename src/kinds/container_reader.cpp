@@ -38,7 +38,7 @@ bool ReadFirstImage(const uint8_t* data, int64_t size, ZAV_SURFACE& surface, Wan
     if (const ImageRow* row = FindImage(kind)) {
       return row->read(stream, surface, wanted);
     }
-    // A skip that fails still moves on, so that damage in front of an image does not hide it.
+    // A failed skip still advances, so damage before an image does not hide the image.
     SkipRecord(stream);
   }
   return false;

@@ -8,8 +8,8 @@
 
 namespace zav {
 
-// A container as a picture file: its first image record is the picture, layers and unknown records
-// in front of it are passed over.
+// A container as a picture file. The picture is the first image record; layers and unknown records
+// before it are skipped.
 
 /// Reads the picture into the converter's source, pointing into the data where the encoding allows,
 /// and converts it when a destination format is set.

@@ -13,14 +13,14 @@ namespace {
 
 bool IsPowerOfTwo(int32_t side) { return side > 0 && (side & (side - 1)) == 0; }
 
-/// Whether the source can be written at all, whatever the layer.
+/// Whether the source can be written to any kind of layer.
 bool IsUsable(ZAV_CONVERTER& picture) {
   const ZAV_SURFACE& source = picture.source;
   return CheckSource(picture) && HasKernels(source.format) &&
          (source.format != ZAV_FMT_PAL8 || source.palette != nullptr);
 }
 
-/// How many levels the longer side allows.
+/// The number of levels that the longer side allows.
 int64_t PossibleLevels(const ZAV_SURFACE& picture, uint8_t layer_kind) {
   const bool blocks = layer_kind >= ZAV_LAYER_DXT1 && layer_kind <= ZAV_LAYER_DXT5;
   const int32_t smallest = blocks ? 4 : 1;
@@ -29,7 +29,7 @@ int64_t PossibleLevels(const ZAV_SURFACE& picture, uint8_t layer_kind) {
   return levels;
 }
 
-/// Writes the levels, the first being the converter's source, and says how many went well.
+/// Writes the levels, the first from the converter's source. Returns how many were written.
 int64_t WriteLevels(ZAV_STREAM& stream, ZAV_LAYER& layer, ZAV_CONVERTER& level, int64_t wanted) {
   int64_t written = 0;
   for (int64_t i = 0; i < wanted; ++i) {

@@ -6,10 +6,10 @@
 
 namespace zav {
 
-/// Writes a mipmap image record: a name, which may be null, and at most `levels` layers, each half
-/// as large as the one before, down to 1 x 1; with DXT layers the longer side stays at least 4. A
-/// level that cannot be written is left out. Null arguments, sides that are not powers of two and a
-/// picture that cannot be converted are refused, with nothing written and the stream as it was.
+/// Writes a mipmap image record: a name, which may be null, and at most `levels` layers, each with
+/// half the sides of the one before, down to 1 x 1. With DXT layers the longer side is at least 4.
+/// A level that cannot be written is left out. Null arguments, sides that are not powers of two and
+/// pictures that cannot be converted are refused: nothing is written and the stream does not fail.
 bool WriteMipmapImage(ZAV_STREAM& stream, const char* name, int64_t levels, ZAV_LAYER* layer,
                       const ZAV_GFXDEF* definition);
 

@@ -18,14 +18,14 @@ constexpr int64_t kMaskOffset = 8;
 
 constexpr uint32_t kAlphaBits = 0xFF000000;
 
-/// Two pixels have one key when these bits of them agree with the first one's: all of them, or the
-/// alpha alone where that is 0.
+/// The bits in which another pixel must agree with this one to have the same key: all, or only
+/// alpha if that is 0.
 constexpr uint32_t KeyBits(uint32_t word) {
   return (word & kAlphaBits) != 0 ? 0xFFFFFFFF : kAlphaBits;
 }
 constexpr uint32_t Key(uint32_t word) { return word & ((word & kAlphaBits) != 0 ? 0xFFFFFFFF : 0); }
 
-/// The keys of a palettized picture's indices; of any other picture, nothing.
+/// The keys of a palettized picture's indices; unused for other pictures.
 struct Palette {
   explicit Palette(const ZAV_SURFACE& picture) {
     for (int i = 0; picture.format == ZAV_FMT_PAL8 && i < 256; ++i) {
@@ -35,13 +35,13 @@ struct Palette {
   uint32_t keys[256] = {};
 };
 
-/// A block's colour; not uniform: none.
+/// The color of a block, if it is uniform.
 struct Block {
   uint32_t key;
   uint32_t uniform;
 };
 
-/// A rectangle of blocks that are alike: stored ones, or ones of the background.
+/// Neighboring blocks of a row that are all stored, or all background.
 struct Run {
   bool stored;
   int64_t x, y;  ///< in the picture
@@ -53,8 +53,8 @@ bool IsStored(const uint8_t* mask, int64_t column) {
   return (mask[column / 8] & 0x80 >> column % 8) != 0;
 }
 
-/// Calls `use(record, run)` for the runs of all rows of blocks. The cells of stored neighbours are
-/// neighbours in the strip, too, and only the last of a row is clipped: a run is copied as one.
+/// Calls `use(record, run)` for the runs of all rows of blocks. Stored neighbors are neighbors in
+/// the strip too, and only the last block of a row is clipped, so a run can be copied as a whole.
 template <typename Use>
 void ForEachRun(const uint8_t* records, const SquizGrid& grid, const ZAV_SURFACE& picture,
                 Use&& use) {
@@ -74,24 +74,24 @@ void ForEachRun(const uint8_t* records, const SquizGrid& grid, const ZAV_SURFACE
   }
 }
 
-/// Bytes that the run's blocks take in a row of the strip.
+/// Bytes of the run's blocks in a row of the strip.
 int64_t StripBytes(const Run& run, const SquizGrid& grid, int32_t bytes_per_pixel) {
   return RoundUp(run.width, grid.block_size()) * bytes_per_pixel;
 }
 
-/// Where keys differ in a row of pixels from that of `first`. The loop has no way out, so that
-/// compilers make vectors of it.
+/// Bits in which the keys of a row of pixels differ from that of `first`. No early exit, so
+/// compilers can vectorise it.
 uint32_t Differences(const uint8_t* row, int64_t width, uint32_t first, uint32_t bits) {
   uint32_t found = 0;
   for (int64_t x = 0; x < width; ++x) found |= LoadLe32(row + x * 4) ^ first;
   return found & bits;
 }
 
-Block LookAtTrueColor(const uint8_t* pixels, int64_t pitch, int64_t width, int64_t height) {
+Block ExamineTrueColor(const uint8_t* pixels, int64_t pitch, int64_t width, int64_t height) {
   const uint32_t first = LoadLe32(pixels);
   const uint32_t bits = KeyBits(first);
   for (; height > 0; --height, pixels += pitch) {
-    // The usual width as a constant: its loop is unrolled.
+    // With the usual width as a constant the loop is unrolled.
     const uint32_t found =
         width == 8 ? Differences(pixels, 8, first, bits) : Differences(pixels, width, first, bits);
     if (found != 0) return {0, 0};
@@ -99,8 +99,8 @@ Block LookAtTrueColor(const uint8_t* pixels, int64_t pitch, int64_t width, int64
   return {Key(first), 1};
 }
 
-Block LookAtPalettized(const uint8_t* pixels, int64_t pitch, int64_t width, int64_t height,
-                       const Palette& palette) {
+Block ExaminePalettized(const uint8_t* pixels, int64_t pitch, int64_t width, int64_t height,
+                        const Palette& palette) {
   const uint32_t key = palette.keys[*pixels];
   for (; height > 0; --height, pixels += pitch) {
     for (int64_t x = 0; x < width; ++x) {
@@ -110,23 +110,23 @@ Block LookAtPalettized(const uint8_t* pixels, int64_t pitch, int64_t width, int6
   return {key, 1};
 }
 
-/// Looks at all blocks of a row.
-void LookAtRow(const ZAV_SURFACE& picture, const SquizGrid& grid, int64_t row,
-               const Palette& palette, Block* blocks) {
+/// Examines all blocks of a row.
+void ExamineRow(const ZAV_SURFACE& picture, const SquizGrid& grid, int64_t row,
+                const Palette& palette, Block* blocks) {
   const int64_t size = grid.block_size();
   const int64_t height = std::min(size, picture.height - row * size);
   const uint8_t* pixels = picture.pixels + row * size * picture.pitch;
   for (int64_t c = 0; c < grid.columns(); ++c, pixels += size * picture.bytes_per_pixel) {
     const int64_t width = std::min(size, picture.width - c * size);
     blocks[c] = picture.format == ZAV_FMT_PAL8
-                    ? LookAtPalettized(pixels, picture.pitch, width, height, palette)
-                    : LookAtTrueColor(pixels, picture.pitch, width, height);
+                    ? ExaminePalettized(pixels, picture.pitch, width, height, palette)
+                    : ExamineTrueColor(pixels, picture.pitch, width, height);
   }
 }
 
-/// Finds a row's background. It starts with transparency. A colour of uniform blocks that gathers
-/// more hits, without another colour in between, than won the current background its place takes
-/// that over, and the row is looked at anew. The weights rise with every takeover, which ends this.
+/// Finds a row's background, which is transparent at first. A color that occurs in more uniform
+/// blocks, without another color in between, than the current background did becomes the
+/// background, and the row is examined again. Weights rise with every change, so this ends.
 uint32_t ChooseBackground(const Block* blocks, int64_t count) {
   uint32_t background = 0, candidate = 0;
   int64_t background_weight = 0, candidate_weight = 0;
@@ -144,7 +144,7 @@ uint32_t ChooseBackground(const Block* blocks, int64_t count) {
   return background;
 }
 
-/// Writes a row's record, which is zero, and says how many blocks it stores.
+/// Fills in a row's record, which is zero before. Returns how many blocks it stores.
 int64_t RecordRow(const Block* blocks, int64_t count, uint8_t* record) {
   const uint32_t background = ChooseBackground(blocks, count);
   uint8_t* mask = record + kMaskOffset;
@@ -159,7 +159,7 @@ int64_t RecordRow(const Block* blocks, int64_t count, uint8_t* record) {
   return stored;
 }
 
-/// Makes the strip's surface, its pixels zero.
+/// Makes the strip's surface, with pixels of zero.
 bool PrepareStrip(const ZAV_SURFACE& picture, int64_t width, int64_t height, ZAV_SURFACE& strip) {
   strip.format = picture.format;
   strip.palette = picture.palette;
@@ -168,8 +168,8 @@ bool PrepareStrip(const ZAV_SURFACE& picture, int64_t width, int64_t height, ZAV
   return OwnPixels(strip, AllocateZeroed(ImageBytes(strip)));
 }
 
-/// The lowest index with the key; without one, the lowest of those whose channels are nearest to
-/// it by the sum of squares.
+/// The lowest index with the key; if there is none, the lowest of those with the least sum of
+/// squared channel differences.
 uint8_t FindIndex(const Palette& palette, uint32_t key) {
   int32_t best = 0;
   int32_t least = INT32_MAX;
@@ -198,7 +198,7 @@ void FillPalettized(uint8_t* pixels, int64_t pitch, const Run& run, uint8_t inde
   }
 }
 
-/// Fills runs of the background. A key is looked up once as long as it stays the same.
+/// Fills runs of background. A key is looked up only when it changes.
 class Filler {
  public:
   explicit Filler(const ZAV_SURFACE& picture)
@@ -242,7 +242,7 @@ bool EncodeSquiz(const ZAV_SURFACE& picture, const SquizGrid& grid, SquizParts& 
   const Palette palette(picture);
   int64_t stored = 0;
   for (int64_t r = 0; r < grid.rows(); ++r) {
-    LookAtRow(picture, grid, r, palette, blocks);
+    ExamineRow(picture, grid, r, palette, blocks);
     stored += RecordRow(blocks, grid.columns(), parts.records + r * grid.row_record_bytes());
   }
   ZAV_SURFACE& strip = parts.strip;

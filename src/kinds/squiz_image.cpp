@@ -9,10 +9,10 @@
 namespace zav {
 namespace {
 
-/// What the writer uses; a reader takes any.
+/// Of the writer; readers take any size.
 constexpr int32_t kBlockSize = 8;
 
-/// The formats that blocks are taken from and put into.
+/// The formats that can be divided into blocks.
 bool IsBlockFormat(int32_t format) { return format == ZAV_FMT_PAL8 || format == ZAV_FMT_BGRA32; }
 
 bool HasCells(const ZAV_SURFACE& strip, const uint8_t* records, const SquizGrid& grid) {
@@ -21,7 +21,7 @@ bool HasCells(const ZAV_SURFACE& strip, const uint8_t* records, const SquizGrid&
          (stored * grid.block_size() <= strip.width && grid.block_size() <= strip.height);
 }
 
-/// Replaces the strip, the converter's source, by the picture.
+/// Replaces the strip, which is the converter's source, with the picture.
 bool DecodeStrip(ZAV_CONVERTER& reading, const uint8_t* records, const SquizGrid& grid,
                  int32_t width, int32_t height) {
   if (!IsBlockFormat(reading.source.format)) {

@@ -15,7 +15,7 @@
 namespace zav {
 namespace {
 
-constexpr int32_t kTileLog = 8;  ///< also the largest that a reader takes
+constexpr int32_t kTileLog = 8;  ///< also the largest that readers take
 constexpr int32_t kTileSize = 1 << kTileLog;
 constexpr int64_t kPitchMultiple = 8;
 
@@ -27,7 +27,7 @@ constexpr int64_t ShortestLayer() {
   return shortest;
 }
 
-/// SetDefinition with the pitch of tiles and of pictures that are read from them.
+/// SetDefinition with the pitch of tiles and of pictures read from tiles.
 bool Define(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format) {
   if (!SetDefinition(surface, width, height, format)) return false;
   const int64_t pitch = RoundUp(width * surface.bytes_per_pixel, kPitchMultiple);
@@ -36,7 +36,7 @@ bool Define(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format)
   return true;
 }
 
-/// The piece of a surface of uncompressed pixels, borrowed.
+/// Borrows a piece of a surface that is not DXT.
 ZAV_SURFACE View(const ZAV_SURFACE& surface, int64_t x, int64_t y, const TilePiece& piece) {
   ZAV_SURFACE view = Borrow(surface);
   view.pixels += y * surface.pitch + x * surface.bytes_per_pixel;
@@ -70,7 +70,7 @@ bool WriteTiles(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_SURFACE& picture
   return true;
 }
 
-/// The format of a picture whose first tile has the format.
+/// The format of a picture by that of its first tile.
 int32_t PictureFormat(int32_t tile_format) {
   const bool kept = tile_format == ZAV_FMT_PAL8 ||
                     (tile_format >= ZAV_FMT_RGBA32 && tile_format <= ZAV_FMT_ARGB1555);
@@ -87,12 +87,12 @@ bool DefineLikeFirstTile(ZAV_STREAM& stream, const ZAV_LAYER& header, ZAV_SURFAC
          Define(picture, width, height, PictureFormat(first.source.format));
 }
 
-/// Takes the picture's memory, and the palette of its first tile.
+/// Allocates the picture and copies the palette of its first tile.
 bool StartPicture(ZAV_CONVERTER& reading, const ZAV_SURFACE& first_tile) {
   reading.source.palette = first_tile.palette;
   if (!PrepareDest(reading)) return false;
   if (reading.dest.format == ZAV_FMT_PAL8) {
-    // Indices that are not there yet may come to be converted.
+    // Widen may convert the picture before all indices have been written.
     std::memset(reading.dest.pixels, 0, static_cast<size_t>(ImageBytes(reading.dest)));
   }
   return true;
@@ -103,7 +103,7 @@ bool SharesPalette(const ZAV_SURFACE& tile, const ZAV_SURFACE& picture) {
          std::memcmp(tile.palette, picture.palette, ZAV_PALETTE_BYTES) == 0;
 }
 
-/// The picture's format becomes ZAV_FMT_BGRA32.
+/// Converts the picture to ZAV_FMT_BGRA32.
 bool Widen(ZAV_SURFACE& picture) {
   ScopedConverter widening;
   widening.source = Borrow(picture);
@@ -122,7 +122,7 @@ bool ConvertTile(ZAV_CONVERTER& tile, int32_t format) {
   return true;
 }
 
-/// Puts the pieces of the layout's current tile into the picture.
+/// Copies the pieces of the layout's current tile into the picture.
 bool PlaceTile(TileLayout& layout, ZAV_CONVERTER& tile, ZAV_SURFACE& picture) {
   const ZAV_SURFACE& source = tile.source;
   if (picture.format == ZAV_FMT_PAL8 && !SharesPalette(source, picture) && !Widen(picture)) {

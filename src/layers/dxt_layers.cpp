@@ -19,7 +19,7 @@ constexpr int32_t kHeaderBytes = HeaderLength(ZAV_LAYER_DXT1);
 
 int32_t VariantOf(uint8_t kind) { return kind - ZAV_LAYER_DXT1 + 1; }
 
-/// The rows of a 32-bit picture in whole blocks: beyond its edges the nearest pixel goes on.
+/// Pads a 32-bit picture to whole blocks by repeating its edge pixels.
 bool PadToBlocks(ZAV_SURFACE& padded, const ZAV_SURFACE& picture) {
   if (!AllocSurface(padded, RoundUp(picture.width, 4), RoundUp(picture.height, 4),
                     ZAV_FMT_BGRA32)) {
@@ -45,7 +45,7 @@ bool Compress(DxtJob& job, const ZAV_SURFACE& picture, int32_t variant) {
   return CompressSurface(job, variant);
 }
 
-/// Moves past chunks that together hold `total` bytes, and says whether they are there.
+/// Moves past chunks of `total` bytes together; false if they are not complete.
 bool SkipBlockChunks(ByteReader& reader, int64_t total) {
   while (total > 0) {
     const int64_t length = reader.Le32();
@@ -127,7 +127,7 @@ bool ReadDxtLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
     return ReadPackedBlocks(block, surface, needed);
   const int64_t bytes = LoadRecordSize(header) - kHeaderBytes;
   if (bytes < needed) return false;
-  // Nothing writes through a source's pixels that it does not own.
+  // Pixels that a source does not own are never written to.
   surface.pixels = const_cast<uint8_t*>(block.Take(bytes));
   return surface.pixels != nullptr;
 }

@@ -6,8 +6,8 @@
 
 namespace zav {
 
-// DXT layers hold blocks ready to be uploaded, as they are or packed once more. The picture is
-// padded to whole blocks with its nearest edge pixels; the reader reports the padded size.
+// DXT layers store blocks that are ready for upload, unchanged or packed. The picture is padded to
+// whole blocks by repeating its edge pixels; the reader reports the padded size.
 
 bool WriteDxtLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition);
 bool ReadDxtLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);

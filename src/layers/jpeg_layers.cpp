@@ -49,7 +49,7 @@ int32_t StoredFormat(const uint8_t* header) {
   return HasFlag(header, kStoredRgb) ? coding.stored_rgb : coding.stored_bgr;
 }
 
-/// The order in which the coded channels come out as B, G, R, A.
+/// The order to ask of the decoder for B, G, R, A.
 JpegOrder DecodedOrder(const uint8_t* header) {
   const bool stored_rgb = HasFlag(header, kStoredRgb);
   const bool coded_rgb = CodingOf(header[0]).order == JpegOrder::kRgba;
@@ -60,8 +60,8 @@ bool WriteToBuffer(void* context, const uint8_t* bytes, int64_t count) {
   return static_cast<ByteBuffer*>(context)->Append(bytes, count);
 }
 
-/// Codes the picture into memory: nothing of a layer is written before it is known to succeed.
-/// Fills the picture's size into the header.
+/// Encodes the picture into memory, so that nothing is written unless encoding succeeds, and fills
+/// the picture's size into the header.
 bool Encode(ByteBuffer& file, ZAV_LAYER& layer, const ZAV_SURFACE& picture) {
   StoreSides(layer, picture);
   const uint8_t* header = HeaderBytes(layer);
@@ -97,7 +97,7 @@ void CutLow(ZAV_SURFACE& surface, const uint8_t* header) {
   }
 }
 
-/// Decodes into a buffer that the surface owns; it has none after a failure.
+/// Decodes into a buffer that the surface owns. On failure it has none.
 bool Decode(ZAV_SURFACE& surface, const uint8_t* header, const uint8_t* file, int64_t size) {
   JpegHeader found;
   if (!ReadJpegHeader(file, size, found) || !found.plausible || found.width != surface.width ||
@@ -115,14 +115,14 @@ bool Decode(ZAV_SURFACE& surface, const uint8_t* header, const uint8_t* file, in
   return true;
 }
 
-// The mask has a bit for each pixel, the most significant one first, without padding between rows.
+// The mask has one bit per pixel, most significant first, without padding between rows.
 
 int64_t MaskBytes(const ZAV_GFXDEF& picture) {
   return (int64_t{picture.width} * picture.height + 7) / 8;
 }
 
 void GatherMask(uint8_t* mask, const ZAV_SURFACE& picture) {
-  uint32_t bits = 1;  // a guard that reaches bit 8 when eight are gathered
+  uint32_t bits = 1;  // the top bit is a guard, which reaches bit 8 after eight pixels
   for (int64_t y = 0; y < picture.height; ++y) {
     const uint8_t* alpha = picture.pixels + y * picture.pitch + 3;
     for (int64_t x = 0; x < picture.width; ++x) {
@@ -137,7 +137,7 @@ void GatherMask(uint8_t* mask, const ZAV_SURFACE& picture) {
   *mask = static_cast<uint8_t>(bits);
 }
 
-/// Sets the alpha bytes of pixels that lie without padding between rows, as a reader's do.
+/// Sets the alpha bytes of a picture without row padding, which decoded pictures never have.
 bool ApplyMask(ByteReader& chunks, ZAV_SURFACE& surface) {
   const Scratch scratch(kChunkBytes);
   if (scratch.get() == nullptr) return false;
@@ -174,7 +174,7 @@ bool ReadJpegLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted) {
 }
 
 bool WriteJpegMaskLayer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition) {
-  // Unlike the other writers' conversions this one leaves the published environment value alone.
+  // Unlike the conversions of other writers, this one does not publish an environment value.
   ScopedConverter conversion;
   conversion.source.definition() = definition;
   conversion.dest.format = ZAV_FMT_BGRA32;

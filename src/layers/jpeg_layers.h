@@ -6,7 +6,7 @@
 
 namespace zav {
 
-// JPEG layers hold a whole JPEG file. Their readers hand out ZAV_FMT_BGRA32, with channel values
+// JPEG layers contain a whole JPEG file. Their readers return ZAV_FMT_BGRA32, with channel values
 // below the record's cut levels set to 0.
 
 /// Kinds ZAV_LAYER_JPEG32 and ZAV_LAYER_JPEG24.

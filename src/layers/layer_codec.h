@@ -11,37 +11,36 @@
 
 namespace zav {
 
-// What the layer encodings share. Each has a writer and a reader:
+// Shared by the layer encodings. Each has a writer and a reader.
 //
-// The writer converts the definition to the format that the layer stores, fills the picture's size
-// into the record, and writes header and data to the stream's file. It neither patches the record's
-// size nor seeks; a false result tells its caller to abandon the record. It never changes or takes
-// over the definition's buffers.
+// The writer converts the definition to the stored format, fills the picture's size into the
+// record, and writes header and data to the stream's file. It neither patches the record's size nor
+// seeks; after a false result the caller abandons the record. It never changes the definition's
+// buffers.
 //
-// The reader takes the layer from the stream's block, the header first. On failure it leaves no
-// buffers in the surface.
+// The reader takes the layer from the stream's block, starting with the header. On failure it
+// leaves no buffers in the surface.
 
-/// What a reader shall fetch. With the definition alone the position stands behind the header.
+/// What to read. kDefinition stops after the header.
 enum class Wanted { kDefinition, kPicture };
 
 using LayerWriter = bool (*)(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& definition);
 using LayerReader = bool (*)(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
 
-/// Converts the definition to the format, at its own size, into buffers of the conversion's own.
-/// The result is `conversion.dest`. As every conversion of a host does, it publishes its
-/// environment value, which is 0.
+/// Converts the definition to the format at the same size; the result is `conversion.dest`. Like a
+/// host's conversion, it publishes its environment value, which is 0.
 bool ConvertForLayer(ScopedConverter& conversion, const ZAV_GFXDEF& definition, int32_t format);
 
-/// The definition in the format: itself, with its defaults filled in, where it has the format, else
-/// converted. Null when it is invalid, has no palette though its format needs one, or cannot be
-/// converted. Lives in `conversion`.
+/// Returns the definition in the format: converted, or with its defaults filled in if it already
+/// has the format. Null when it is invalid, lacks a palette or cannot be converted. The result is
+/// part of `conversion`.
 const ZAV_SURFACE* InFormat(ScopedConverter& conversion, const ZAV_GFXDEF& definition,
                             int32_t format);
 
 /// Writes a layer's header.
 void WriteLayerHeader(ZAV_STREAM& stream, const ZAV_LAYER& layer);
 
-/// The header of the next record, whose kind is known to exist; null where the data ends inside it.
+/// Takes the header of the next record, which must be of a known kind; null if it is cut off.
 const uint8_t* TakeHeader(ZAV_STREAM& stream);
 
 /// Stores the picture's width, height and pitch in the header.

@@ -6,11 +6,11 @@
 
 namespace zav {
 
-/// Writes one whole layer of the record's kind, size included. When it fails the file's offset is
-/// back where it was. The stream's state is the caller's concern.
+/// Writes a complete layer of the record's kind, size included. On failure the file's offset is
+/// back where it was; the caller decides whether the stream fails.
 bool WriteLayer(ZAV_STREAM& stream, ZAV_LAYER* layer, const ZAV_GFXDEF* definition);
 
-/// Reads the layer that stands at the stream's position. A failure does not fail the stream.
+/// Reads the layer at the stream's position. A failure does not fail the stream.
 bool ReadLayer(ZAV_STREAM& stream, ZAV_SURFACE& surface, Wanted wanted);
 
 }  // namespace zav

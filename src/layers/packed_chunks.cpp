@@ -13,7 +13,7 @@ namespace {
 
 constexpr int64_t kLengthBytes = 4;
 constexpr int64_t kSizeWordBytes = 4;
-/// A block of a chunk that does not shrink is the chunk behind a size word, and no block is larger.
+/// A chunk that does not shrink is stored after a size word; no block is larger.
 constexpr int64_t kLargestBlock = kChunkBytes + kSizeWordBytes;
 
 }  // namespace

@@ -9,8 +9,8 @@
 
 namespace zav {
 
-// Packed runs of bytes: a run is cut into chunks of kChunkBytes, the last one shorter; each chunk
-// is the length of a packed block (4 bytes) and the block.
+// Packed runs of bytes. A run is divided into chunks of kChunkBytes, the last one shorter; each is
+// stored as the length of a packed block (4 bytes) and the block.
 
 inline constexpr int64_t kChunkBytes = 65536;
 
@@ -30,11 +30,11 @@ class ChunkWriter {
 
  private:
   ZAV_STREAM& stream_;
-  uint8_t* buffer_;  ///< a chunk as it stands in the file
+  uint8_t* buffer_;  ///< a chunk as stored
 };
 
-/// Moves past a run of `count` bytes, and says whether it is there: whether every chunk lies in the
-/// block and announces its share of the run. Readers look before they take memory for the bytes.
+/// Moves past a run of `count` bytes. False unless every chunk is complete and announces its share
+/// of the run. Readers check this before they allocate memory for the bytes.
 bool SkipChunks(ByteReader& reader, int64_t count);
 
 /// Unpacks the next chunk, which must hold exactly `count` bytes.

@@ -22,7 +22,7 @@ constexpr uint32_t kInterleaved = 4;
 
 constexpr int64_t kPlanes = 4;
 
-/// One plane after the other, each a run of its own.
+/// Writes the planes one after the other, each as a run.
 bool WritePlanes(ChunkWriter& chunks, const uint8_t* pixels, int64_t groups) {
   const Scratch scratch(kPlanes * groups);
   if (scratch.get() == nullptr) return false;
@@ -70,7 +70,7 @@ bool ReadPixels(ByteReader& block, ZAV_SURFACE& surface, bool interleaved) {
   if (interleaved ? !SkipChunks(block, bytes) : !FindPlanes(block, groups, planes)) return false;
   if (!OwnPixels(surface, AllocateBytes(bytes))) return false;
   uint8_t* pixels = surface.pixels;
-  // What planes leave over where the pitch is no multiple of 4.
+  // The planes leave up to three bytes if the pitch is not a multiple of 4.
   if (!interleaved) std::memset(pixels + groups * kPlanes, 0, static_cast<size_t>(bytes % kPlanes));
   if (interleaved ? !ReadChunks(start, pixels, bytes) : !ReadPlanes(planes, pixels, groups)) {
     ReleaseSurface(surface);
@@ -79,8 +79,8 @@ bool ReadPixels(ByteReader& block, ZAV_SURFACE& surface, bool interleaved) {
   return true;
 }
 
-/// The picture that kind ZAV_LAYER_PACKEDPAL8 stores; null when there is none. Lives in the two
-/// conversions.
+/// Makes the picture that ZAV_LAYER_PACKEDPAL8 stores; null on failure. The result is part of one
+/// of the two conversions.
 const ZAV_SURFACE* CutAndQuantize(ScopedConverter& cut, ScopedConverter& quantized,
                                   const ZAV_GFXDEF& definition, uint32_t mask) {
   if (definition.palette != nullptr && definition.format == ZAV_FMT_PAL8 && mask == UINT32_MAX) {
@@ -97,7 +97,7 @@ bool WritePacked32Layer(ZAV_STREAM& stream, ZAV_LAYER& layer, const ZAV_GFXDEF& 
   const uint8_t* header = HeaderBytes(layer);
   const uint32_t flags = LoadField(header, Field::kFlags);
   if ((flags & (kStoredRgba | kStoredBgra)) == 0) return false;
-  // Always a copy: its bits are cut, and its padding is zero.
+  // Always converted to a copy, because bits are cut and the padding must be zero.
   ScopedConverter copy;
   if (!ConvertForLayer(copy, definition,
                        (flags & kStoredRgba) != 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32)) {

@@ -16,7 +16,7 @@ struct VariantRow {
   int32_t format;
 };
 
-// A kind's last row also serves the variants that a reader does not know.
+// A kind's last row also serves unknown variants.
 constexpr VariantRow kVariants[] = {
     {ZAV_LAYER_HICOLOR, 1, ZAV_FMT_RGB565},   {ZAV_LAYER_HICOLOR, 2, ZAV_FMT_RGB555},
     {ZAV_LAYER_HICOLOR, 3, ZAV_FMT_ARGB4444}, {ZAV_LAYER_HICOLOR, 4, ZAV_FMT_ARGB1555},
@@ -24,7 +24,7 @@ constexpr VariantRow kVariants[] = {
     {ZAV_LAYER_TRUE32, 1, ZAV_FMT_RGBA32},    {ZAV_LAYER_TRUE32, 2, ZAV_FMT_BGRA32},
 };
 
-/// The variant's row; the kind's last one for a variant that it has not got.
+/// The variant's row; the kind's last one for an unknown variant.
 const VariantRow& FindVariant(uint8_t kind, uint32_t variant) {
   const VariantRow* found = nullptr;
   for (const VariantRow& row : kVariants) {
@@ -35,7 +35,7 @@ const VariantRow& FindVariant(uint8_t kind, uint32_t variant) {
   return *found;
 }
 
-/// 1 to 256: up to the last entry that is not zero. A palette of zeros is kept whole.
+/// 1 to 256: entries up to the last one that is not zero. A palette of zeros is stored whole.
 int32_t CountEntries(const uint8_t* palette) {
   for (int32_t count = 256; count > 0; --count) {
     if (LoadLe32(palette + ptrdiff_t{4} * (count - 1)) != 0) return count;
@@ -44,7 +44,7 @@ int32_t CountEntries(const uint8_t* palette) {
 }
 
 bool TakePixels(ZAV_STREAM& stream, ZAV_SURFACE& surface) {
-  // Nothing writes through a source's pixels that it does not own.
+  // Pixels that a source does not own are never written to.
   surface.pixels = const_cast<uint8_t*>(stream.block().Take(ImageBytes(surface)));
   return surface.pixels != nullptr;
 }

@@ -9,8 +9,8 @@
 
 namespace zav {
 
-// The C library's memcpy picks the widest moves of the processor, and streams what is larger than
-// its share of the cache; but of a picture it sees single rows. Whole pictures are judged here.
+// The C library's memcpy uses the processor's widest moves and streams large blocks, but it only
+// sees single rows. The decision for a whole picture is made here.
 
 void FastCopy(uint8_t* dest, const uint8_t* source, int64_t count) {
   CopyRows(dest, source, count, 1, count, count);
@@ -35,8 +35,8 @@ void CopyRows(uint8_t* dest, const uint8_t* source, int64_t row_bytes, int64_t r
     StreamFence();
     return;
   }
-  // Where the destination starts inside the source, later source rows would be overwritten before
-  // they are read: start at the end. memmove takes care of the overlap inside a row.
+  // If the destination starts inside the source, start at the end: otherwise source rows would be
+  // overwritten before they are read. memmove handles overlap within a row.
   const bool backwards =
       std::greater<>()(dest, source) &&
       std::less<>()(static_cast<const uint8_t*>(dest), source + rows * source_pitch);

@@ -54,7 +54,7 @@ static_assert(RowsAreIndexedByCode(), "the table is indexed by the code");
 
 constexpr bool IsFormat(int32_t format) { return format >= ZAV_FMT_PAL8 && format <= ZAV_FMT_DXT5; }
 
-/// The format's row; the empty row for codes that are none.
+/// The format's row; the empty row for other codes.
 constexpr const FormatRow& Format(int32_t format) {
   return kFormats[IsFormat(format) ? static_cast<size_t>(format) : 0];
 }
@@ -66,7 +66,7 @@ constexpr bool IsPalettized(int32_t format) {
 constexpr bool IsDxt(int32_t format) { return Format(format).family == FormatRow::Family::kDxt; }
 
 /// The smallest pitch that the library gives a picture; for DXT the bytes of the whole image. In 64
-/// bits, since sides come from files and hosts.
+/// bits, because sides come from files and hosts.
 constexpr int64_t MinPitch(int64_t width, int64_t height, int32_t format) {
   const FormatRow& row = Format(format);
   switch (row.family) {

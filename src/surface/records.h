@@ -28,15 +28,14 @@ struct ZAV_SURFACE : ZAV_GFXDEF {
   bool owns_palette() const { return (flags & ZAV_SURF_OWNS_PALETTE) != 0; }
 };
 
-/// What a conversion works on. Lives as long as its image; temporary ones live on the stack.
+/// The operands of a conversion. An image has one; temporary ones are on the stack.
 struct ZAV_CONVERTER {
   ZAV_SURFACE source;
   ZAV_SURFACE dest;
   uint32_t env;  ///< what the host last gave to ZAV_SETENV
 
-  /// The source buffers that the library itself put into the public record, whether allocated,
-  /// handed over or pointing into a file's bytes. A later read must not take these for buffers
-  /// that the host supplied to be filled.
+  /// Source buffers that the library put into the public record: allocated, handed over or pointing
+  /// into a file's bytes. A later read must not mistake these for buffers the host wants filled.
   const unsigned char* placed_pixels;
   const unsigned char* placed_palette;
 };

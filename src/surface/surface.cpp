@@ -10,8 +10,7 @@
 namespace zav {
 namespace {
 
-/// Rows are written up to their last pixel only; what lies between rows must not show what the
-/// heap held before.
+/// Rows are written only up to their last pixel, and padding must not show old heap contents.
 void ClearRowPadding(ZAV_SURFACE& surface) {
   const int64_t row_bytes = int64_t{surface.width} * surface.bytes_per_pixel;
   if (row_bytes < 1 || row_bytes >= surface.pitch) return;

@@ -24,27 +24,26 @@ bool DisownPalette(ZAV_SURFACE& surface);
 /// Bytes of the surface's pixels as pitch and height say; 0 for formats without a size rule.
 int64_t ImageBytes(const ZAV_GFXDEF& definition);
 
-/// Sets width, height, format and what follows from them. False when the sides are below 1 or the
-/// pitch or the whole picture would pass 2^31 - 1 bytes; the surface is then unchanged.
+/// Sets width, height, format and everything that follows from them. False, with the surface
+/// unchanged, for sides below 1 and for a pitch or picture of more than 2^31 - 1 bytes.
 bool SetDefinition(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format);
 
-/// What probes report of a picture: width, height, format, bytes per pixel and pitch. The other
-/// fields stay as they are.
+/// Copies what probes report: width, height, format, bytes per pixel and pitch. Other fields stay.
 void ReportDefinition(ZAV_GFXDEF& out, const ZAV_GFXDEF& found);
 
-/// SetDefinition, then allocates the pixels and, for palettized formats, the palette that the
-/// surface has not got. Pixels are not cleared, but for row padding; palettes are. False also when
-/// memory runs out; what was allocated is then owned by the surface.
+/// SetDefinition, then allocates pixels and, for palettized formats, a palette where the surface
+/// has none. Palettes are cleared; of pixels only the row padding. False also when memory runs out;
+/// the surface then owns what was allocated.
 bool AllocSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format);
 
-/// The same with all pixels that it allocates cleared, for pictures of which little may be filled.
+/// The same with cleared pixels, for pictures that may be filled only in part.
 bool AllocClearedSurface(ZAV_SURFACE& surface, int64_t width, int64_t height, int32_t format);
 
-/// Fills in the source's bytes per pixel and pitch and says whether it can be read.
+/// Fills in the source's bytes per pixel and pitch, and returns whether it can be read.
 bool CheckSource(ZAV_CONVERTER& converter);
 
 /// Gives the destination pixels, a pitch and, for palettized formats, a palette (a copy of the
-/// source's, or zeros). A destination with pixels keeps its pitch.
+/// source's, or zeros), each if it has none. A destination with pixels keeps its pitch.
 bool PrepareDest(ZAV_CONVERTER& converter);
 
 /// The palette part of PrepareDest.
@@ -54,20 +53,20 @@ bool PrepareDestPalette(ZAV_CONVERTER& converter);
 void ReleaseSurfaces(ZAV_CONVERTER& converter, bool source, bool dest);
 void ReleaseSurface(ZAV_SURFACE& surface);
 
-/// Frees what the surface owns beyond what it was found with, clears the bits of that, and gives
-/// the surface back as found: the undoing of an operation that failed.
+/// Undoes a failed operation: frees buffers that the surface has come to own since it was `found`,
+/// and restores it.
 void RestoreSurface(ZAV_SURFACE& surface, const ZAV_SURFACE& found);
 
-/// The moves: release what the target slot owns, copy the surface, zero the slot it came from.
+/// Each move releases what the target owns, copies the surface and zeroes the original.
 void MoveSurface(ZAV_SURFACE& to, ZAV_SURFACE& from);
 void MoveSource(ZAV_CONVERTER& to, ZAV_CONVERTER& from);
 void MoveDestToSource(ZAV_CONVERTER& to, ZAV_CONVERTER& from);
 void MoveDest(ZAV_CONVERTER& to, ZAV_CONVERTER& from);
 
-/// The surface's definition and masks without its ownership.
+/// A copy of the surface that owns nothing.
 ZAV_SURFACE Borrow(const ZAV_SURFACE& surface);
 
-/// A converter of one's own, whose buffers go with it.
+/// A temporary converter, which frees what it owns.
 struct ScopedConverter : ZAV_CONVERTER {
   ScopedConverter() : ZAV_CONVERTER{} {}
   ScopedConverter(const ScopedConverter&) = delete;
