@@ -7,6 +7,7 @@
 #include <string>
 
 #include "base/endian.h"
+#include "encodings/hicolor_rows.h"
 #include "frame/startup.h"
 #include "platform/processor.h"
 #include "platform/stream_copy.h"
@@ -37,14 +38,14 @@ void ForEachLayout(Body&& body) {
   }
 }
 
-/// Runs `body()` with every vector target, in both ways of storing.
+/// Runs `body(target)` with every vector target, in both ways of storing.
 template <typename Body>
 void ForEachCode(Body&& body) {
   ForEachVectorTarget([&](const VectorTarget& target) {
     for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {
       SetStreamFrom(streaming);
       SCOPED_TRACE(std::string(target.name) + (streaming == 1 ? " streamed" : ""));
-      body();
+      body(target);
     }
   });
   SetStreamFrom(0);
@@ -59,7 +60,7 @@ class Hicolor : public testing::Test {
 TEST_F(Hicolor, EveryWordWidens) {
   Picture words = NoisePicture(ZAV_FMT_RGB565, 65536, 1, 0, 1);
   for (uint32_t v = 0; v < 65536; ++v) StoreLe16(&words.pixels[v * 2], v);
-  ForEachCode([&] {
+  ForEachCode([&](const VectorTarget&) {
     ForEachLayout([&](int32_t format, size_t layout) {
       words.definition.format = format;
       SetCustomMasks(words.definition, layout);
@@ -77,7 +78,7 @@ TEST_F(Hicolor, EveryValueOfEveryChannelNarrows) {
       picture.Row(i / 256)[i % 256 * bytes + i / 256] = static_cast<uint8_t>(i);
     }
     const Picture wide = NoisePicture(source, 2111, 2, 0, 5);
-    ForEachCode([&] {
+    ForEachCode([&](const VectorTarget&) {
       ForEachLayout([&](int32_t format, size_t layout) {
         CheckConversion(picture, Wanted(picture.definition, format, layout));
         for (const int32_t shift : {0, 2, 7, 60}) {
@@ -89,43 +90,22 @@ TEST_F(Hicolor, EveryValueOfEveryChannelNarrows) {
   }
 }
 
-// Only x86 has streaming stores that every compiler knows.
-#if defined(__x86_64__) || defined(__i386__)
-constexpr bool kMachineStreams = true;
-#else
-constexpr bool kMachineStreams = false;
-#endif
-
-// The row function that runs says itself which code it is.
-TEST_F(Hicolor, ForcedVariantsAndTargetsRun) {
-  Picture picture = NoisePicture(ZAV_FMT_BGRA32, 131, 5, 0, 7);
-  Picture words = NoisePicture(ZAV_FMT_ARGB1555, 131, 5, 0, 8);
-  const auto expect_run = [](int64_t target, bool streamed) {
-    EXPECT_EQ(LastHicolorRun().target, target);
-    EXPECT_EQ(LastHicolorRun().streamed, streamed);
-  };
+TEST_F(Hicolor, EveryVariantOfEveryTarget) {
+  const Picture picture = NoisePicture(ZAV_FMT_BGRA32, 131, 5, 0, 7);
   bool plain_ran = false;
-  ForEachVectorTarget([&](const VectorTarget& target) {
-    SCOPED_TRACE(target.name);
+  ForEachCode([&](const VectorTarget& target) {
+    EXPECT_STREQ(SelectedHicolorRows().target, HasVectors(target) ? target.name : "plain");
     plain_ran |= target.bit == 0;
-    const int64_t bit = HasVectors(target) ? target.bit : 0;
     for (const uint32_t processor : {0u, +kProcessorMmx, kProcessorMmx | kProcessorSse}) {
       SelectHicolorVariant(processor);
-      SetStreamFrom(1);
-      // All but the last are those that variants are for.
+      // All but the last have variants.
       for (const int32_t format :
            {ZAV_FMT_RGB565, ZAV_FMT_RGB555, ZAV_FMT_CUSTOM16_2, ZAV_FMT_ARGB4444}) {
         CheckConversion(picture, Wanted(picture.definition, format, 1));
-        const bool fastest = format == ZAV_FMT_ARGB4444 || (processor & kProcessorSse) != 0;
-        expect_run(fastest || processor != 0 ? bit : 0, fastest && bit != 0 && kMachineStreams);
       }
-      SetStreamFrom(INT64_MAX);
-      CheckConversion(words, Wanted(words.definition, ZAV_FMT_BGRA32, 0));
-      expect_run(bit, false);
     }
   });
   EXPECT_TRUE(plain_ran);
-  SetStreamFrom(0);
   SelectHicolorVariant(kProcessorSse);
   EXPECT_EQ(SelectedHicolorVariant(), HicolorVariant::kSse);
   StartUp();

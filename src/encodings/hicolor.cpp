@@ -20,25 +20,14 @@ constexpr char k24BitWarning[] =
     "Source instead!\n";
 
 std::atomic<HicolorVariant> g_variant{HicolorVariant::kPlain};
-std::atomic<const HicolorRun*> g_last_run{nullptr};
 
-/// Where streaming pays the second of the pair does most of each row, and all is told as its work.
 void Run(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRowPair pair) {
-  const HicolorRun* stored = nullptr;
-  const HicolorRun* streamed = nullptr;
-  WalkRows(
-      Rows(converter),
-      [&](const uint8_t* source, uint8_t* dest, size_t count) {
-        stored = pair.stored(layout, source, dest, count);
-      },
-      [&](const uint8_t* source, uint8_t* dest, size_t count) {
-        streamed = pair.streamed(layout, source, dest, count);
-      });
-  const HicolorRun* run = streamed != nullptr ? streamed : stored;
-  // Written only when it changes, so that threads that convert alike share the cache line.
-  if (run != g_last_run.load(std::memory_order_relaxed)) {
-    g_last_run.store(run, std::memory_order_relaxed);
-  }
+  const auto with_layout = [&layout](HicolorRow row) {
+    return [&layout, row](const uint8_t* source, uint8_t* dest, size_t count) {
+      row(layout, source, dest, count);
+    };
+  };
+  WalkRows(Rows(converter), with_layout(pair.stored), with_layout(pair.streamed));
 }
 
 void RunStored(const ZAV_CONVERTER& converter, const HicolorLayout& layout, HicolorRow row) {
@@ -115,10 +104,5 @@ void SelectHicolorVariant(uint32_t processor_bits) {
 }
 
 HicolorVariant SelectedHicolorVariant() { return g_variant.load(std::memory_order_relaxed); }
-
-HicolorRun LastHicolorRun() {
-  const HicolorRun* run = g_last_run.load(std::memory_order_relaxed);
-  return run == nullptr ? HicolorRun{} : *run;
-}
 
 }  // namespace zav

@@ -37,13 +37,4 @@ enum class HicolorVariant : uint32_t { kPlain, kMmx, kSse };
 void SelectHicolorVariant(uint32_t processor_bits);
 HicolorVariant SelectedHicolorVariant();
 
-/// Which code did the work: told by the row function itself.
-struct HicolorRun {
-  int64_t target;  ///< vector target's bit, 0 for the plain code (platform/vector_target.h)
-  bool streamed;   ///< made for non-temporal stores
-};
-
-/// The code that the last conversion to or from a 16-bit layout ran, in this process.
-HicolorRun LastHicolorRun();
-
 }  // namespace zav

@@ -6,8 +6,6 @@
 namespace zav {
 namespace {
 
-constexpr HicolorRun kRun = {0, false};
-
 uint32_t Field(uint32_t value, const HicolorChannel& channel) {
   return (value << 8 >> channel.shift) & channel.mask;
 }
@@ -17,8 +15,7 @@ uint32_t Widen(uint32_t pixel, const HicolorChannel& channel) {
 }
 
 template <int kBytes>
-const HicolorRun* NarrowRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
-                            size_t count) {
+void NarrowRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest, size_t count) {
   const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
   for (size_t i = 0; i < count; ++i, source += kBytes, dest += 2) {
     const uint32_t alpha =
@@ -26,11 +23,9 @@ const HicolorRun* NarrowRow(const HicolorLayout& layout, const uint8_t* source, 
     StoreLe16(dest, alpha | Field(source[0], l.channels[0]) | Field(source[1], l.channels[1]) |
                         Field(source[2], l.channels[2]));
   }
-  return &kRun;
 }
 
-const HicolorRun* WidenRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
-                           size_t count) {
+void WidenRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest, size_t count) {
   const HicolorLayout l = layout;
   for (size_t i = 0; i < count; ++i, source += 2, dest += 4) {
     const uint32_t pixel = LoadLe16(source);
@@ -41,13 +36,13 @@ const HicolorRun* WidenRow(const HicolorLayout& layout, const uint8_t* source, u
     dest[2] = static_cast<uint8_t>(Widen(pixel, l.channels[2]));
     dest[3] = static_cast<uint8_t>(alpha);
   }
-  return &kRun;
 }
 
 constexpr HicolorRows kPlain = {
-    {NarrowRow<4>, NarrowRow<4>},
-    {NarrowRow<3>, NarrowRow<3>},
-    {WidenRow, WidenRow},
+    .target = "plain",
+    .narrow_32 = {.stored = NarrowRow<4>, .streamed = NarrowRow<4>},
+    .narrow_24 = {.stored = NarrowRow<3>, .streamed = NarrowRow<3>},
+    .widen = {.stored = WidenRow, .streamed = WidenRow},
 };
 
 }  // namespace

@@ -54,9 +54,9 @@ HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,
 /// The same, for widening to 32-bit BGRA.
 HicolorLayout WideningLayout(const ZAV_SURFACE& surface);
 
-/// Converts `count` consecutive pixels and returns which code it is. The buffers are apart.
-using HicolorRow = const HicolorRun* (*)(const HicolorLayout& layout, const uint8_t* source,
-                                         uint8_t* dest, size_t count);
+/// Converts `count` consecutive pixels. The buffers do not overlap.
+using HicolorRow = void (*)(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
+                            size_t count);
 
 /// One row function in its two ways of storing: anywhere, or whole cache lines, which it streams.
 struct HicolorRowPair {
@@ -66,6 +66,7 @@ struct HicolorRowPair {
 
 /// One implementation of the row functions.
 struct HicolorRows {
+  const char* target;  ///< "plain" or the instruction set's name
   HicolorRowPair narrow_32;
   HicolorRowPair narrow_24;  ///< every pixel gets the whole alpha mask
   HicolorRowPair widen;      ///< to 32 bits

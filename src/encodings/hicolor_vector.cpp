@@ -45,9 +45,6 @@ constexpr size_t kVectorBytes = kPixels * 2;
 static_assert(kBlocks == 1 || kBlocks == 2);
 
 template <bool kStream>
-constexpr HicolorRun kRun = {HWY_TARGET, kStream};
-
-template <bool kStream>
 HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
   if constexpr (kStream) {
     hn::Stream(bytes, D8(), dest);
@@ -323,8 +320,7 @@ HWY_INLINE void Steps(const HicolorLayout& l, const uint8_t* source, uint8_t* de
 }
 
 template <class Kernel, bool kStream>
-const HicolorRun* Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
-                      size_t count) {
+void Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest, size_t count) {
   const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
   // A short row does not earn the start that reaching a cache line costs.
   constexpr size_t kLine = 64;
@@ -338,12 +334,10 @@ const HicolorRun* Row(const HicolorLayout& layout, const uint8_t* source, uint8_
     count -= head;
   }
   Steps<Kernel, kStream>(l, source, dest, count);
-  return &kRun<kStream>;
 }
 
 template <int kBytes, bool kStream>
-const HicolorRun* NarrowRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest,
-                            size_t count) {
+void NarrowRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size_t count) {
 #if HWY_ARCH_X86
   if (l.products.exact) return Row<Narrowing<kBytes, ByProducts>, kStream>(l, source, dest, count);
 #endif
@@ -356,8 +350,7 @@ bool IsOneShift(const HicolorPair& pair) {
 
 // The fixed layouts have loops of their own: 4444; 565; 555; 1555.
 template <bool kStream>
-const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest,
-                           size_t count) {
+void WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size_t count) {
   using enum Pairing;
   const HicolorPair& even = l.pairs[0];
   const HicolorPair& odd = l.pairs[1];
@@ -378,10 +371,11 @@ const HicolorRun* WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_
 }
 
 const HicolorRows& HicolorTable() {
-  static constexpr HicolorRows kRows = {
-      {NarrowRow<4, false>, NarrowRow<4, true>},
-      {NarrowRow<3, false>, NarrowRow<3, true>},
-      {WidenRow<false>, WidenRow<true>},
+  static const HicolorRows kRows = {
+      .target = hwy::TargetName(HWY_TARGET),
+      .narrow_32 = {.stored = NarrowRow<4, false>, .streamed = NarrowRow<4, true>},
+      .narrow_24 = {.stored = NarrowRow<3, false>, .streamed = NarrowRow<3, true>},
+      .widen = {.stored = WidenRow<false>, .streamed = WidenRow<true>},
   };
   return kRows;
 }
