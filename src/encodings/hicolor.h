@@ -2,22 +2,14 @@
 // SPDX-License-Identifier: MIT
 #pragma once
 
-#include <bit>
 #include <cstdint>
 
 #include "surface/records.h"
 
 namespace zav {
 
-/// Writes the fixed masks of formats 7 to 10 into the surface (a custom layout keeps its own) and
-/// derives the four shifts.
+/// Writes the fixed masks of formats 7 to 10 into the surface; a custom layout keeps its masks.
 void PrepareHicolorMasks(ZAV_SURFACE& surface);
-
-/// The left shift that brings the highest set bit of a 16-bit mask to bit 15; 0 for an empty mask.
-constexpr int32_t DeriveShift(uint32_t mask) {
-  const auto low = static_cast<uint16_t>(mask);
-  return low == 0 ? 0 : std::countl_zero(low);
-}
 
 // Kernels between true colour and the 16-bit layouts. Narrowing keeps a channel's top bits;
 // widening puts the stored bits at the top of the byte. They always return true.

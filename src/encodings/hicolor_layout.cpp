@@ -1,6 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 #include <algorithm>
+#include <bit>
 #include <utility>
 
 #include "encodings/hicolor_rows.h"
@@ -10,6 +11,12 @@ namespace zav {
 namespace {
 
 using Channels = std::array<HicolorChannel, 4>;
+
+/// The left shift that brings the highest set bit of a 16-bit mask to bit 15; 0 for an empty mask.
+constexpr int32_t DeriveShift(uint32_t mask) {
+  const auto low = static_cast<uint16_t>(mask);
+  return low == 0 ? 0 : std::countl_zero(low);
+}
 
 constexpr HicolorChannel Channel(uint32_t mask) {
   // The masks are 32-bit fields of which a 16-bit pixel has the low half.
@@ -128,17 +135,12 @@ const FormatLayouts* FixedLayouts(const ZAV_SURFACE& surface) {
 }  // namespace
 
 void PrepareHicolorMasks(ZAV_SURFACE& surface) {
+  if (surface.format == ZAV_FMT_CUSTOM16_1 || surface.format == ZAV_FMT_CUSTOM16_2) return;
   const FormatRow& row = Format(surface.format);
-  if (surface.format != ZAV_FMT_CUSTOM16_1 && surface.format != ZAV_FMT_CUSTOM16_2) {
-    surface.alpha_mask = row.alpha_mask;
-    surface.red_mask = row.red_mask;
-    surface.green_mask = row.green_mask;
-    surface.blue_mask = row.blue_mask;
-  }
-  surface.alpha_shift = DeriveShift(surface.alpha_mask);
-  surface.red_shift = DeriveShift(surface.red_mask);
-  surface.green_shift = DeriveShift(surface.green_mask);
-  surface.blue_shift = DeriveShift(surface.blue_mask);
+  surface.alpha_mask = row.alpha_mask;
+  surface.red_mask = row.red_mask;
+  surface.green_mask = row.green_mask;
+  surface.blue_mask = row.blue_mask;
 }
 
 HicolorLayout NarrowingLayout(const ZAV_SURFACE& surface, ChannelOrder order,

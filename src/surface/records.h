@@ -9,17 +9,12 @@
 /// Flags of a surface: which of its buffers it must free.
 enum : uint32_t { ZAV_SURF_OWNS_PIXELS = 1, ZAV_SURF_OWNS_PALETTE = 2 };
 
-/// A definition with its hicolor shifts and the ownership of its buffers. A buffer has at most one
-/// owner; moving a surface moves its ownership and leaves the old slot all zero.
+/// A definition and the ownership of its buffers. A buffer has at most one owner; moving a surface
+/// moves its ownership and leaves the old slot all zero.
 ///
-/// Definitions are exchanged through the shared base (`surface.definition() = image.source`). The
-/// base has tail padding where pointers have 8 bytes, so its sizeof must never be copied over a
-/// surface as raw bytes: assignment of the base leaves the shifts alone.
+/// Definitions are exchanged by assigning the base (`surface.definition() = image.source`), which
+/// leaves the flags alone.
 struct ZAV_SURFACE : ZAV_GFXDEF {
-  int32_t alpha_shift;  ///< places that bring the top bit of alpha_mask to bit 15
-  int32_t red_shift;
-  int32_t green_shift;
-  int32_t blue_shift;
   uint32_t flags;
 
   ZAV_GFXDEF& definition() { return *this; }
