@@ -35,8 +35,6 @@ bool DdrawStartup() {
   return state != DdrawState::kFailed;
 }
 
-void DdrawShutdown() {}
-
 void ForceDdrawState(DdrawState state) { g_state.store(state); }
 
 void EncodeDxt(int32_t variant, const uint8_t* pixels, int32_t width, int32_t height, int64_t pitch,

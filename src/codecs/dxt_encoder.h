@@ -6,15 +6,14 @@
 
 namespace zav {
 
-// The place of a system service that compresses textures. Ours is always there; the state and the
-// two operations around it remain, so that its absence can be tested.
+// The encoder needs a start-up that can fail. Ours never does; the state remains so that tests can
+// make it fail.
 
 enum class DdrawState : int { kNotTried, kReady, kFailed };
 
 /// Whether blocks can be encoded; a failed start stays failed.
 bool DdrawStartup();
-/// Runs when the library is unloaded. There is nothing to release.
-void DdrawShutdown();
+/// For tests.
 void ForceDdrawState(DdrawState state);
 
 /// Encodes a picture of whole 4 x 4 cells, BGRA rows `pitch` bytes apart, into DXT1 to DXT5 blocks.

@@ -67,8 +67,7 @@ bool Decode(ZAV_CONVERTER& converter, int32_t variant, void (*decode)(const DxtJ
 }  // namespace
 
 DxtJob::~DxtJob() {
-  if ((flags & kDxtOwnsBlocks) != 0) FreeBytes(blocks);
-  if ((flags & kDxtOwnsPixels) != 0) FreeBytes(pixels);
+  if (owns_blocks) FreeBytes(blocks);
 }
 
 int64_t DxtBlockBytes(int32_t variant, int64_t width, int64_t height) {
@@ -84,18 +83,12 @@ bool CompressSurface(DxtJob& job, int32_t variant) {
     job.blocks = AllocateBytes(bytes);
     if (job.blocks == nullptr) return false;
     job.block_bytes = static_cast<int32_t>(bytes);
-    job.flags |= kDxtOwnsBlocks;
+    job.owns_blocks = true;
   }
   if (job.block_bytes != bytes) return false;
   EncodeDxt(variant, job.pixels, job.width, job.height, job.pitch, job.blocks);
   return true;
 }
-
-bool CompressToDXT1(DxtJob& job) { return CompressSurface(job, 1); }
-bool CompressToDXT2(DxtJob& job) { return CompressSurface(job, 2); }
-bool CompressToDXT3(DxtJob& job) { return CompressSurface(job, 3); }
-bool CompressToDXT4(DxtJob& job) { return CompressSurface(job, 4); }
-bool CompressToDXT5(DxtJob& job) { return CompressSurface(job, 5); }
 
 void DecodeDXT1(const DxtJob& job) { DecodeBlocks(job, SelectedDxtRows().dxt1, 8); }
 void DecodeDXT3(const DxtJob& job) { DecodeBlocks(job, SelectedDxtRows().dxt3, 16); }

@@ -8,7 +8,7 @@
 
 namespace zav {
 
-/// What a compression or decoding of DXT blocks works on. `flags` says which buffers the job frees.
+/// What a compression or decoding of DXT blocks works on. Frees the blocks where it allocated them.
 struct DxtJob {
   int32_t width = 0;
   int32_t height = 0;
@@ -16,15 +16,13 @@ struct DxtJob {
   int32_t block_bytes = 0;  ///< bytes of the blocks; set by a compression that allocates them
   uint8_t* pixels = nullptr;
   uint8_t* blocks = nullptr;
-  uint32_t flags = 0;
+  bool owns_blocks = false;
 
   DxtJob() = default;
   DxtJob(const DxtJob&) = delete;
   DxtJob& operator=(const DxtJob&) = delete;
   ~DxtJob();
 };
-
-enum : uint32_t { kDxtOwnsBlocks = 1, kDxtOwnsPixels = 2 };
 
 /// Bytes of the blocks of a picture: whole 4 x 4 cells, 8 bytes each in DXT1 and 16 in the others.
 int64_t DxtBlockBytes(int32_t variant, int64_t width, int64_t height);
@@ -33,11 +31,6 @@ int64_t DxtBlockBytes(int32_t variant, int64_t width, int64_t height);
 /// one its size must be the encoder's. False, with the blocks untouched, for sides that are no
 /// multiples of 4, another size, or no encoder.
 bool CompressSurface(DxtJob& job, int32_t variant);
-bool CompressToDXT1(DxtJob& job);
-bool CompressToDXT2(DxtJob& job);
-bool CompressToDXT3(DxtJob& job);
-bool CompressToDXT4(DxtJob& job);
-bool CompressToDXT5(DxtJob& job);
 
 // Decode the job's blocks into its pixels. Only whole cells are written: the last width mod 4
 // columns and height mod 4 rows are left alone. Colours widen from 5-6-5 without replicated bits,
