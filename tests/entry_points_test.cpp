@@ -14,7 +14,6 @@
 #include <thread>
 #include <vector>
 
-#include "platform/temporary_name.h"
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
@@ -157,21 +156,6 @@ TEST(ImageLife, FilesAreReadThroughTheirNames) {
   }
   EXPECT_EQ(ZAV_CONVERT_FILE(&image, nullptr), 0);
   std::system(("rm -r " + directory).c_str());
-}
-
-TEST(Library, TemporaryNames) {
-  char first[kTemporaryNameBytes], second[kTemporaryNameBytes];
-  for (char* name : {first, second}) MakeTempFileName(name);
-  EXPECT_STRNE(first, second);
-  for (const char* name : {first, second}) EXPECT_EQ(unlink(name), 0);
-  const char* previous = std::getenv("TMPDIR");
-  const std::string kept = previous != nullptr ? previous : "";
-  for (const std::string& directory : {std::string("/nowhere"), std::string(300, 'x')}) {
-    setenv("TMPDIR", directory.c_str(), 1);
-    MakeTempFileName(first);
-    EXPECT_STREQ(first, "temp");
-  }
-  previous != nullptr ? setenv("TMPDIR", kept.c_str(), 1) : unsetenv("TMPDIR");
 }
 
 TEST(Threads, ConvertDifferentImagesAtOnce) {

@@ -58,8 +58,6 @@ class ColorTree {
   /// use.
   bool Add(uint32_t color);
 
-  int32_t leaf_count() const { return leaf_count_; }
-
   /// Calls `visit(color, depth)` for every leaf, in palette order: by the interleaved bits of red,
   /// green and blue.
   template <typename Visit>

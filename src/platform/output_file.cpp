@@ -52,24 +52,6 @@ bool OutputFile::WriteAt(int64_t offset, const void* bytes, int64_t count) {
   });
 }
 
-bool OutputFile::Append(int descriptor) {
-  char piece[16384];
-  for (;;) {
-    const ssize_t count = read(descriptor, piece, sizeof(piece));
-    if (count < 0 && errno == EINTR) continue;
-    if (count <= 0) return true;
-    if (!Write(piece, count)) return false;
-  }
-}
-
-bool OutputFile::AppendByName(const char* path) {
-  const int descriptor = path != nullptr ? open(path, O_RDONLY | O_CLOEXEC) : -1;
-  if (descriptor < 0) return false;
-  const bool appended = Append(descriptor);
-  close(descriptor);
-  return appended;
-}
-
 int64_t OutputFile::Tell() const { return is_open() ? lseek(file_, 0, SEEK_CUR) : -1; }
 
 void OutputFile::Seek(int64_t offset) {

@@ -27,12 +27,6 @@ class OutputFile {
   /// The same at a place of one's own; the offset does not move.
   bool WriteAt(int64_t offset, const void* bytes, int64_t count);
 
-  /// Writes the rest of an open file, up to its end or a read that fails; false when the system did
-  /// not take all of that.
-  bool Append(int descriptor);
-  /// Writes a whole file; false also when it cannot be opened.
-  bool AppendByName(const char* path);
-
   /// The offset of the next write; -1 where the file has none.
   int64_t Tell() const;
   void Seek(int64_t offset);
