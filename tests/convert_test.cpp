@@ -62,8 +62,7 @@ TEST(Convert, EveryPairAtEqualSize) {
   ForEachVectorTarget([](const VectorTarget& target) {
     SCOPED_TRACE(target.name);
     const char* expected = HasVectors(target) ? target.name : "plain";
-    EXPECT_STREQ(SelectedTrueColor().rows.target, expected);
-    EXPECT_STREQ(SelectedTrueColor().streaming.target, expected);
+    EXPECT_STREQ(SelectedTrueColor().target, expected);
     ForEachPair([](int from, int to, int width) {
       const auto shift = static_cast<size_t>(width * 5 % 64);
       for (const int64_t streaming : {int64_t{1}, INT64_MAX}) {

@@ -1,8 +1,20 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Included inside a namespace, once per instruction set: functions must be compiled where the
-// set's instructions are allowed. So there is no include guard, and nothing is included here.
+// Included once per target, after hwy/highway.h, and by the plain code without it.
+
+#if defined(ZAV_CODECS_DXT_ALPHA_FIT_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_CODECS_DXT_ALPHA_FIT_INL_H_
+#undef ZAV_CODECS_DXT_ALPHA_FIT_INL_H_
+#else
+#define ZAV_CODECS_DXT_ALPHA_FIT_INL_H_
+#endif
+
+#include <cstdint>
+
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 /// An interpolated alpha block: the ends, and 8 indices of 3 bits each for pixels 0 to 7 and 8
 /// to 15.
@@ -164,3 +176,7 @@ class AlphaFit {
   V low_, high_;
   AlphaBlock<L> best_;
 };
+
+ZAV_END_TARGET();
+
+#endif  // per target

@@ -1,8 +1,25 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Included inside a namespace, once per instruction set: functions must be compiled where the
-// set's instructions are allowed. So there is no include guard, and nothing is included here.
+// Included once per target, after hwy/highway.h, and by the plain code without it.
+
+#if defined(ZAV_CODECS_DXT_BLOCK_ENCODER_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_CODECS_DXT_BLOCK_ENCODER_INL_H_
+#undef ZAV_CODECS_DXT_BLOCK_ENCODER_INL_H_
+#else
+#define ZAV_CODECS_DXT_BLOCK_ENCODER_INL_H_
+#endif
+
+#include <cstddef>
+#include <cstdint>
+
+#include "base/endian.h"
+#include "codecs/dxt_alpha_fit-inl.h"
+#include "codecs/dxt_block_encoder.h"
+#include "codecs/dxt_color_fit-inl.h"
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 /// Encodes one block per lane; see dxt_color_fit-inl.h for what `L` offers.
 template <typename L>
@@ -29,7 +46,7 @@ class BlockEncoder {
   }
 
  private:
-  using Words = int32_t[kMostDxtLanes];
+  using LaneInts = int32_t[kMostDxtLanes];
 
   static void Load(const uint32_t (*rows)[4 * kMostDxtLanes], bool punch_through,
                    BlockPixels<L>& pixels) {
@@ -89,7 +106,7 @@ class BlockEncoder {
 
   static void StoreColors(const ColorBlock<L>& colors, uint8_t* blocks, size_t stride,
                           size_t count) {
-    alignas(64) Words ends = {}, indices = {};
+    alignas(64) LaneInts ends = {}, indices = {};
     L::Store(colors.ends, ends);
     L::Store(colors.indices, indices);
     for (size_t i = 0; i < count; ++i, blocks += stride) {
@@ -107,7 +124,7 @@ class BlockEncoder {
         const V rounded = L::Add(pixels.alpha[8 * half + i], L::Set(8));
         nibbles = L::Or(L::Shl(4, nibbles), L::Shr(16, L::Mul(rounded, L::Set(3856))));
       }
-      alignas(64) Words words = {};
+      alignas(64) LaneInts words = {};
       L::Store(nibbles, words);
       for (size_t i = 0; i < count; ++i) {
         StoreLe32(blocks + i * 16 + static_cast<size_t>(half) * 4, static_cast<uint32_t>(words[i]));
@@ -128,7 +145,7 @@ class BlockEncoder {
     // Two ends and 48 bits of indices, as two words.
     const V ends = L::Or(L::Select(better, five.end0, seven.end0),
                          L::Shl(8, L::Select(better, five.end1, seven.end1)));
-    alignas(64) Words first = {}, second = {};
+    alignas(64) LaneInts first = {}, second = {};
     L::Store(L::Or(ends, L::Shl(16, low)), first);
     L::Store(L::Or(L::And(L::Shr(16, low), L::Set(255)), L::Shl(8, high)), second);
     for (size_t i = 0; i < count; ++i) {
@@ -136,11 +153,8 @@ class BlockEncoder {
       StoreLe32(blocks + i * 16 + 4, static_cast<uint32_t>(second[i]));
     }
   }
-
-  static void StoreLe32(uint8_t* p, uint32_t v) {
-    p[0] = static_cast<uint8_t>(v);
-    p[1] = static_cast<uint8_t>(v >> 8);
-    p[2] = static_cast<uint8_t>(v >> 16);
-    p[3] = static_cast<uint8_t>(v >> 24);
-  }
 };
+
+ZAV_END_TARGET();
+
+#endif  // per target

@@ -1,9 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Included inside a namespace, once per instruction set: functions must be compiled where the
-// set's instructions are allowed. So there is no include guard, and nothing is included here.
-
 // The block encoder, written once against a handful of lane operations: a lane holds one block, so
 // that a vector of 32-bit lanes encodes as many blocks at once. The plain code is the instantiation
 // with one lane, and every instruction set computes the same integers.
@@ -18,6 +15,22 @@
 //   BitLength(v) = the bits of v rounded to 24 significant ones, v >= 0
 //   Quotient(a, b) = a / b for 0 <= a and 0 < b as single precision floats, truncated: conversion
 //   and division are correctly rounded everywhere, and so as repeatable as the integers.
+//
+// Included once per target, after hwy/highway.h, and by the plain code without it.
+
+#if defined(ZAV_CODECS_DXT_COLOR_FIT_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_CODECS_DXT_COLOR_FIT_INL_H_
+#undef ZAV_CODECS_DXT_COLOR_FIT_INL_H_
+#else
+#define ZAV_CODECS_DXT_COLOR_FIT_INL_H_
+#endif
+
+#include <cstdint>
+
+#include "codecs/dxt_block_encoder.h"
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 // GCC compiles implicit constructors outside of the instruction set, so these have their own.
 
@@ -420,3 +433,7 @@ class ColorFit {
   Ends best_;
   V best_cost_;
 };
+
+ZAV_END_TARGET();
+
+#endif  // per target

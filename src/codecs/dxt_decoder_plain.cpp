@@ -86,7 +86,7 @@ void Dxt5Row(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t count
   }
 }
 
-constexpr DxtRows kPlain = {"plain", Dxt1Row, Dxt3Row, Dxt5Row};
+constexpr DxtRows kPlain = {.target = "plain", .dxt1 = Dxt1Row, .dxt3 = Dxt3Row, .dxt5 = Dxt5Row};
 
 }  // namespace
 

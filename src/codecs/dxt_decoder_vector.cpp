@@ -5,50 +5,22 @@
 // block's 16 pixels are then byte shuffles of its four colours, whose controls are looked up by the
 // row's index byte.
 
+#include "base/endian.h"
 #include "codecs/dxt_decoder.h"
+#include "codecs/dxt_row_shuffles.h"
 #include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
-#include <array>
-
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "codecs/dxt_decoder_vector.cpp"
 #include <hwy/foreach_target.h>
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/highway.h>
 
-#ifndef ZAV_DXT_VECTOR_ONCE
-#define ZAV_DXT_VECTOR_ONCE
+#include "platform/target_namespace.h"
 
-namespace zav {
-
-/// For every index byte of a row, the shuffle that spreads four 4-byte colours to four pixels.
-struct RowShuffles {
-  alignas(16) uint8_t control[256][16];
-};
-
-constexpr RowShuffles MakeRowShuffles() {
-  RowShuffles shuffles{};
-  for (uint32_t indices = 0; indices < 256; ++indices) {
-    for (uint32_t k = 0; k < 16; ++k) {
-      shuffles.control[indices][k] = static_cast<uint8_t>((indices >> (k / 4 * 2) & 3) * 4 + k % 4);
-    }
-  }
-  return shuffles;
-}
-
-inline constexpr RowShuffles kRowShuffles = MakeRowShuffles();
-
-}  // namespace zav
-
-#endif  // ZAV_DXT_VECTOR_ONCE
-
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
-namespace {
-
-namespace hn = hwy::HWY_NAMESPACE;
+ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET != HWY_SSE2 && HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
@@ -117,7 +89,7 @@ HWY_INLINE void StoreColors(V32 words, uint32_t* colors) {
 }
 
 HWY_INLINE hn::Vec<Block8> RowColors(hn::Vec<Block8> colors, uint8_t indices) {
-  return hn::TableLookupBytes(colors, hn::Load(Block8(), kRowShuffles.control[indices]));
+  return hn::TableLookupBytes(colors, hn::Load(Block8(), kDxtRowShuffles.control[indices]));
 }
 
 /// Four bytes of `alphas` from 4 * row on to the alpha places of four pixels.
@@ -212,9 +184,7 @@ void DecodeRow(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t cou
     const size_t together = count - i < lanes ? count - i : lanes;
     for (size_t k = 0; k < together; ++k) {
       const uint8_t* color_block = blocks + k * kBlockBytes + kColors;
-      words[k] =
-          static_cast<uint32_t>(color_block[0]) | static_cast<uint32_t>(color_block[1]) << 8 |
-          static_cast<uint32_t>(color_block[2]) << 16 | static_cast<uint32_t>(color_block[3]) << 24;
+      words[k] = LoadLe32(color_block);
     }
     StoreColors<kOrder>(hn::Load(d, words), colors);
     for (size_t k = 0; k < together; ++k) {
@@ -225,32 +195,25 @@ void DecodeRow(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t cou
   }
 }
 
-const DxtRows& DxtTable() {
-  static const DxtRows kRows = {hwy::TargetName(HWY_TARGET),
-                                DecodeRow<AlphaKind::kNone, ColorOrder::kDxt1>,
-                                DecodeRow<AlphaKind::kDxt3, ColorOrder::kFourColors>,
-                                DecodeRow<AlphaKind::kDxt5, ColorOrder::kFourColors>};
+const DxtRows& TargetDxtRows() {
+  static const DxtRows kRows = {.target = hwy::TargetName(HWY_TARGET),
+                                .dxt1 = DecodeRow<AlphaKind::kNone, ColorOrder::kDxt1>,
+                                .dxt3 = DecodeRow<AlphaKind::kDxt3, ColorOrder::kFourColors>,
+                                .dxt5 = DecodeRow<AlphaKind::kDxt5, ColorOrder::kFourColors>};
   return kRows;
 }
 
 #else
 
 // Without byte shuffles the plain code serves.
-const DxtRows& DxtTable() { return PlainDxtRows(); }
+const DxtRows& TargetDxtRows() { return PlainDxtRows(); }
 
 #endif
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(DxtRows, SelectedDxtRows, DxtTable, PlainDxtRows)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(DxtRows, DxtRows);
 #endif

@@ -3,16 +3,11 @@
 #include <algorithm>
 #include <bit>
 
+#include "codecs/dxt_block_encoder-inl.h"
 #include "codecs/dxt_block_encoder.h"
 
 namespace zav {
 namespace {
-
-#include "codecs/dxt_color_fit-inl.h"
-
-#include "codecs/dxt_alpha_fit-inl.h"
-
-#include "codecs/dxt_block_encoder-inl.h"
 
 /// One block at a time, in plain integers.
 struct OneLane {
@@ -71,7 +66,8 @@ struct OneLane {
   static void Store(V v, int32_t* out) { *out = v; }
 };
 
-constexpr DxtEncoder kPlain = {"plain", 1, BlockEncoder<OneLane>::Encode};
+constexpr DxtEncoder kPlain = {
+    .target = "plain", .lanes = 1, .encode = plain::BlockEncoder<OneLane>::Encode};
 
 }  // namespace
 

@@ -8,22 +8,15 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "codecs/dxt_encoder_vector.cpp"
 #include <hwy/foreach_target.h>
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/highway.h>
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
-namespace {
+#include "codecs/dxt_block_encoder-inl.h"
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
-
-namespace hn = hwy::HWY_NAMESPACE;
-
-#include "codecs/dxt_color_fit-inl.h"
-
-#include "codecs/dxt_alpha_fit-inl.h"
-
-#include "codecs/dxt_block_encoder-inl.h"
 
 /// As many blocks as a vector has 32-bit lanes.
 struct VectorLanes {
@@ -100,29 +93,23 @@ struct VectorLanes {
   static HWY_INLINE void Store(V v, int32_t* out) { hn::StoreU(v, D(), out); }
 };
 
-const DxtEncoder& DxtEncoderTable() {
-  static const DxtEncoder kEncoder = {hwy::TargetName(HWY_TARGET), hn::Lanes(VectorLanes::D()),
-                                      BlockEncoder<VectorLanes>::Encode};
+const DxtEncoder& TargetDxtEncoder() {
+  static const DxtEncoder kEncoder = {.target = hwy::TargetName(HWY_TARGET),
+                                      .lanes = hn::Lanes(VectorLanes::D()),
+                                      .encode = BlockEncoder<VectorLanes>::Encode};
   return kEncoder;
 }
 
 #else
 
-const DxtEncoder& DxtEncoderTable() { return PlainDxtEncoder(); }
+const DxtEncoder& TargetDxtEncoder() { return PlainDxtEncoder(); }
 
 #endif
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(DxtEncoder, SelectedDxtEncoder, DxtEncoderTable, PlainDxtEncoder)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(DxtEncoder, DxtEncoder);
 #endif

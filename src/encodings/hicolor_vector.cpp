@@ -1,33 +1,30 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cstring>
+
 #include "encodings/hicolor_rows.h"
 #include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
-#include <hwy/cache_control.h>
-
-#include <algorithm>
-#include <cstring>
-
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "encodings/hicolor_vector.cpp"
 #include <hwy/foreach_target.h>
-// The order matters.
+// After foreach_target.h, which includes this file once per target.
+#include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "platform/byte_pairs-inl.h"
+#include "platform/target_namespace.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav::HWY_NAMESPACE {
+ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR
 
-const HicolorRows& HicolorTable() { return PlainHicolorRows(); }
+const HicolorRows& TargetHicolorRows() { return PlainHicolorRows(); }
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 // 256 bits are enough to be bound by memory, and leave one or two blocks of 128 bits whose order
 // has to be looked after.
@@ -370,7 +367,7 @@ void WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size
   return row(l, source, dest, count);
 }
 
-const HicolorRows& HicolorTable() {
+const HicolorRows& TargetHicolorRows() {
   static const HicolorRows kRows = {
       .target = hwy::TargetName(HWY_TARGET),
       .narrow_32 = {.stored = NarrowRow<4, false>, .streamed = NarrowRow<4, true>},
@@ -382,15 +379,10 @@ const HicolorRows& HicolorTable() {
 
 #endif
 
-}  // namespace zav::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(HicolorRows, SelectedHicolorRows, HicolorTable, PlainHicolorRows)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(HicolorRows, HicolorRows);
 #endif

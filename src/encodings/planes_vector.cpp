@@ -8,20 +8,19 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "encodings/planes_vector.cpp"
 #include <hwy/foreach_target.h>
-// The order matters.
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/highway.h>
 
-HWY_BEFORE_NAMESPACE();
-namespace zav::HWY_NAMESPACE {
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
 // Without an instruction that shuffles bytes there is nothing to gain.
-const PlaneRows& PlaneTable() { return PlainPlaneRows(); }
+const PlaneRows& TargetPlaneRows() { return PlainPlaneRows(); }
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 using D = hn::ScalableTag<uint8_t>;
 
@@ -70,7 +69,7 @@ void Split4(const uint8_t* pixels, uint8_t* const* planes, size_t count) {
   if (!covered) PlainPlaneRows().split4(pixels, planes, count);
 }
 
-const PlaneRows& PlaneTable() {
+const PlaneRows& TargetPlaneRows() {
   static const PlaneRows kPlanes = {.target = hwy::TargetName(HWY_TARGET),
                                     .interleave3 = Interleave3,
                                     .interleave4 = Interleave4,
@@ -80,15 +79,10 @@ const PlaneRows& PlaneTable() {
 
 #endif
 
-}  // namespace zav::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(PlaneRows, SelectedPlaneRows, PlaneTable, PlainPlaneRows)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(PlaneRows, PlaneRows);
 #endif

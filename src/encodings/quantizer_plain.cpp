@@ -28,7 +28,7 @@ void Map(const IndexTable& table, LeafSums& sums, const uint8_t* pixels, uint8_t
   }
 }
 
-constexpr QuantizerRows kPlain = {"plain", FindUncovered, Map};
+constexpr QuantizerRows kPlain = {.target = "plain", .find_uncovered = FindUncovered, .map = Map};
 
 }  // namespace
 

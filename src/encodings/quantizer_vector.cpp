@@ -1,30 +1,29 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
+#include <cstring>
+
 #include "base/endian.h"
 #include "encodings/quantizer_rows.h"
 #include "platform/vector_table.h"
 
 #ifdef ZAV_HAVE_HIGHWAY
 
-#include <cstring>
-
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "encodings/quantizer_vector.cpp"
 #include <hwy/foreach_target.h>
-// The order matters.
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/highway.h>
 
-HWY_BEFORE_NAMESPACE();
-namespace zav::HWY_NAMESPACE {
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 // SSE2 multiplies 32-bit lanes in several steps.
 #if HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_SSE2
 
-const QuantizerRows& QuantizerTable() { return PlainQuantizerRows(); }
+const QuantizerRows& TargetQuantizerRows() { return PlainQuantizerRows(); }
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 // Look-ups are made one at a time; vectors find the places for a block of pixels, pass over blocks
 // that repeat the pixel before them, and add a pixel's four sums at once.
@@ -132,22 +131,18 @@ void Map(const IndexTable& table, LeafSums& sums, const uint8_t* pixels, uint8_t
   PlainQuantizerRows().map(table, sums, pixels + done * 4, dest + done, count - done);
 }
 
-const QuantizerRows& QuantizerTable() {
-  static const QuantizerRows kRows = {hwy::TargetName(HWY_TARGET), FindUncovered, Map};
+const QuantizerRows& TargetQuantizerRows() {
+  static const QuantizerRows kRows = {
+      .target = hwy::TargetName(HWY_TARGET), .find_uncovered = FindUncovered, .map = Map};
   return kRows;
 }
 
 #endif
 
-}  // namespace zav::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(QuantizerRows, SelectedQuantizerRows, QuantizerTable, PlainQuantizerRows)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(QuantizerRows, QuantizerRows);
 #endif

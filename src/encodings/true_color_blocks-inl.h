@@ -2,25 +2,23 @@
 // SPDX-License-Identifier: MIT
 
 // Included once per target.
-#if defined(ZAV_CONVERT_TRUE_COLOR_BLOCKS_INL_H) == defined(HWY_TARGET_TOGGLE)
-#ifdef ZAV_CONVERT_TRUE_COLOR_BLOCKS_INL_H
-#undef ZAV_CONVERT_TRUE_COLOR_BLOCKS_INL_H
+#if defined(ZAV_ENCODINGS_TRUE_COLOR_BLOCKS_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_ENCODINGS_TRUE_COLOR_BLOCKS_INL_H_
+#undef ZAV_ENCODINGS_TRUE_COLOR_BLOCKS_INL_H_
 #else
-#define ZAV_CONVERT_TRUE_COLOR_BLOCKS_INL_H
+#define ZAV_ENCODINGS_TRUE_COLOR_BLOCKS_INL_H_
 #endif
 
 #include <hwy/cache_control.h>
 #include <hwy/highway.h>
 
 #include "base/endian.h"
+#include "platform/byte_shuffle.h"
+#include "platform/target_namespace.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
+ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 // Every block below reads and writes exactly its own pixels, and loads all before it stores. A row
 // that does not end with a whole block gets one more that ends with it and repeats pixels that are
@@ -40,37 +38,32 @@ using Words = hn::FixedTag<uint32_t, kBytes / 4>;
 template <size_t kBytes>
 using Vector = hn::Vec<Bytes<kBytes> >;
 
-/// A shuffle of the 4-byte pixels or groups of a 16-byte block; 0x80 gives 0.
-struct alignas(16) Pattern {
-  uint8_t bytes[16];
-};
-
-constexpr Pattern kSwap32 = {{2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15}};
+constexpr ByteShuffle kSwap32 = {{2, 1, 0, 3, 6, 5, 4, 7, 10, 9, 8, 11, 14, 13, 12, 15}};
 
 /// Four pixels of 4 bytes become 12 bytes and 4 zeros.
-constexpr Pattern NarrowPattern(bool swap) {
-  Pattern pattern{};
+constexpr ByteShuffle NarrowShuffle(bool swap) {
+  ByteShuffle shuffle{};
   for (size_t i = 0; i < 16; ++i) {
     const size_t byte = i % 3;
-    pattern.bytes[i] = static_cast<uint8_t>(i < 12 ? i / 3 * 4 + (swap ? 2 - byte : byte) : 0x80);
+    shuffle.from[i] = static_cast<uint8_t>(i < 12 ? i / 3 * 4 + (swap ? 2 - byte : byte) : 0x80);
   }
-  return pattern;
+  return shuffle;
 }
 
 /// Four pixels of 3 bytes, from byte `start` on, become 4 bytes each, alpha 0.
-constexpr Pattern WidenPattern(bool swap, size_t start) {
-  Pattern pattern{};
+constexpr ByteShuffle WidenShuffle(bool swap, size_t start) {
+  ByteShuffle shuffle{};
   for (size_t i = 0; i < 16; ++i) {
     const size_t byte = i % 4;
-    pattern.bytes[i] =
+    shuffle.from[i] =
         static_cast<uint8_t>(byte < 3 ? start + i / 4 * 3 + (swap ? 2 - byte : byte) : 0x80);
   }
-  return pattern;
+  return shuffle;
 }
 
 template <size_t kBytes>
-Vector<kBytes> LoadPattern(const Pattern& pattern) {
-  return hn::LoadDup128(Bytes<kBytes>(), pattern.bytes);
+Vector<kBytes> LoadShuffle(const ByteShuffle& shuffle) {
+  return hn::LoadDup128(Bytes<kBytes>(), shuffle.from);
 }
 
 /// Streamed destinations are aligned.
@@ -148,22 +141,22 @@ template <size_t kBytes, bool kSwap, bool kStream>
 struct NarrowBlock {
   static constexpr size_t kPixels = kBytes;  // four vectors of 4-byte pixels
   static constexpr size_t kSourceBytes = 4, kDestBytes = 3;
-  static constexpr Pattern kPattern = NarrowPattern(kSwap);
+  static constexpr ByteShuffle kShuffle = NarrowShuffle(kSwap);
 
-  NarrowBlock() : pattern(LoadPattern<kBytes>(kPattern)) {}
+  NarrowBlock() : shuffle(LoadShuffle<kBytes>(kShuffle)) {}
 
   void operator()(const uint8_t* source, uint8_t* dest, size_t first) const {
     const Bytes<kBytes> d;
     const uint8_t* from = source + first * 4;
     PrefetchAhead<kStream, kBytes * 4>(from);
     packer.template Store<kStream>(
-        hn::TableLookupBytesOr0(hn::LoadU(d, from), pattern),
-        hn::TableLookupBytesOr0(hn::LoadU(d, from + kBytes), pattern),
-        hn::TableLookupBytesOr0(hn::LoadU(d, from + 2 * kBytes), pattern),
-        hn::TableLookupBytesOr0(hn::LoadU(d, from + 3 * kBytes), pattern), dest + first * 3);
+        hn::TableLookupBytesOr0(hn::LoadU(d, from), shuffle),
+        hn::TableLookupBytesOr0(hn::LoadU(d, from + kBytes), shuffle),
+        hn::TableLookupBytesOr0(hn::LoadU(d, from + 2 * kBytes), shuffle),
+        hn::TableLookupBytesOr0(hn::LoadU(d, from + 3 * kBytes), shuffle), dest + first * 3);
   }
 
-  Vector<kBytes> pattern;
+  Vector<kBytes> shuffle;
   Packer<kBytes> packer;
 };
 
@@ -175,14 +168,14 @@ template <size_t kBytes, bool kSwap, bool kStream>
 struct WidenBlock {
   static constexpr size_t kPixels = kBytes;
   static constexpr size_t kSourceBytes = 3, kDestBytes = 4;
-  static constexpr Pattern kAt0 = WidenPattern(kSwap, 0);
-  static constexpr Pattern kAt4 = WidenPattern(kSwap, 4);
-  static constexpr Pattern kAlpha = {{0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255}};
+  static constexpr ByteShuffle kAt0 = WidenShuffle(kSwap, 0);
+  static constexpr ByteShuffle kAt4 = WidenShuffle(kSwap, 4);
+  static constexpr ByteShuffle kAlpha = {{0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 0, 255}};
 
   WidenBlock()
-      : at_0(LoadPattern<kBytes>(kAt0)),
-        at_4(LoadPattern<kBytes>(kAt4)),
-        alpha(LoadPattern<kBytes>(kAlpha)) {}
+      : at_0(LoadShuffle<kBytes>(kAt0)),
+        at_4(LoadShuffle<kBytes>(kAt4)),
+        alpha(LoadShuffle<kBytes>(kAlpha)) {}
 
   void operator()(const uint8_t* source, uint8_t* dest, size_t first) const {
     const uint8_t* from = source + first * 3;
@@ -203,8 +196,8 @@ struct WidenBlock {
     }
   }
 
-  void Store(Vector<kBytes> bytes, Vector<kBytes> pattern, uint8_t* to) const {
-    Put<kStream, kBytes>(hn::Or(hn::TableLookupBytesOr0(bytes, pattern), alpha), to);
+  void Store(Vector<kBytes> bytes, Vector<kBytes> shuffle, uint8_t* to) const {
+    Put<kStream, kBytes>(hn::Or(hn::TableLookupBytesOr0(bytes, shuffle), alpha), to);
   }
 
   Vector<kBytes> at_0, at_4, alpha;
@@ -244,10 +237,10 @@ struct LookupBlock32 {
 template <bool kStream>
 struct LookupBlock24 {
   static constexpr size_t kPixels = 16, kDestBytes = 3;
-  static constexpr Pattern kPattern = NarrowPattern(false);
+  static constexpr ByteShuffle kShuffle = NarrowShuffle(false);
 
   explicit LookupBlock24(const uint8_t* entries)
-      : palette(entries), pattern(LoadPattern<16>(kPattern)) {}
+      : palette(entries), shuffle(LoadShuffle<16>(kShuffle)) {}
 
   void operator()(const uint8_t* source, uint8_t* dest, size_t first) const {
     const uint8_t* from = source + first;
@@ -256,18 +249,16 @@ struct LookupBlock24 {
   }
 
   Vector<16> Narrowed(const uint8_t* indices) const {
-    return hn::TableLookupBytesOr0(LookUpFour(palette, LoadLe32(indices)), pattern);
+    return hn::TableLookupBytesOr0(LookUpFour(palette, LoadLe32(indices)), shuffle);
   }
 
   const uint8_t* palette;
-  Vector<16> pattern;
+  Vector<16> shuffle;
   Packer<16> packer;
 };
 
 #endif
 
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif

@@ -35,23 +35,21 @@ void Lookup24Row(const uint8_t* source, const uint8_t* palette, uint8_t* dest, s
   }
 }
 
-constexpr TrueColorRows kPlain = {
-    "plain",
-    ShuffleRow<4, 4, true>,
-    ShuffleRow<3, 3, true>,
-    ShuffleRow<4, 3, false>,
-    ShuffleRow<4, 3, true>,
-    ShuffleRow<3, 4, false>,
-    ShuffleRow<3, 4, true>,
-    Lookup32Row,
-    Lookup24Row,
+constexpr TrueColorRows kRows = {
+    .swap_red_blue_32 = ShuffleRow<4, 4, true>,
+    .swap_red_blue_24 = ShuffleRow<3, 3, true>,
+    .narrow_32_to_24 = ShuffleRow<4, 3, false>,
+    .narrow_32_to_24_swap = ShuffleRow<4, 3, true>,
+    .widen_24_to_32 = ShuffleRow<3, 4, false>,
+    .widen_24_to_32_swap = ShuffleRow<3, 4, true>,
+    .lookup_32 = Lookup32Row,
+    .lookup_24 = Lookup24Row,
 };
+
+constexpr TrueColorTables kPlain = {.target = "plain", .rows = kRows, .streaming = kRows};
 
 }  // namespace
 
-const TrueColorTables& PlainTrueColor() {
-  static constexpr TrueColorTables kTables = {kPlain, kPlain};
-  return kTables;
-}
+const TrueColorTables& PlainTrueColor() { return kPlain; }
 
 }  // namespace zav

@@ -13,9 +13,8 @@ using PixelRow = void (*)(const uint8_t* source, uint8_t* dest, size_t count);
 using PaletteRow = void (*)(const uint8_t* source, const uint8_t* palette, uint8_t* dest,
                             size_t count);
 
-/// One implementation of the row functions of the true-colour kernels.
+/// The row functions of the true-colour kernels.
 struct TrueColorRows {
-  const char* target;  ///< "plain" or the instruction set's name
   PixelRow swap_red_blue_32;
   PixelRow swap_red_blue_24;
   PixelRow narrow_32_to_24;
@@ -26,10 +25,11 @@ struct TrueColorRows {
   PaletteRow lookup_24;  ///< entry bytes 0 to 2
 };
 
-/// Rows for any picture, and streaming ones (platform/stream_copy.h). Those take what StreamRow
-/// gives them: a destination that starts a cache line, a multiple of 64 pixels, not in place, and
-/// at least one more source pixel on both sides.
+/// One implementation: rows for any picture, and streaming ones (platform/stream_copy.h). Those
+/// take what StreamRow gives them: a destination that starts a cache line, a multiple of 64 pixels,
+/// not in place, and at least one more source pixel on both sides.
 struct TrueColorTables {
+  const char* target;  ///< "plain" or the instruction set's name
   TrueColorRows rows, streaming;
 };
 

@@ -8,18 +8,18 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "encodings/true_color_vector.cpp"
 #include <hwy/foreach_target.h>
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/highway.h>
 
 #include "encodings/true_color_blocks-inl.h"
+#include "platform/target_namespace.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
+ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
 // Without an instruction that shuffles bytes there is nothing to gain.
-const TrueColorTables& TrueColorTable() { return PlainTrueColor(); }
+const TrueColorTables& TargetTrueColor() { return PlainTrueColor(); }
 
 #else
 
@@ -28,9 +28,9 @@ const TrueColorTables& TrueColorTable() { return PlainTrueColor(); }
 template <size_t kBytes, bool kStream = false>
 size_t SwapVectors32(const uint8_t* source, uint8_t* dest, size_t first, size_t count) {
   const Bytes<kBytes> d;
-  const auto pattern = LoadPattern<kBytes>(kSwap32);
+  const auto shuffle = LoadShuffle<kBytes>(kSwap32);
   for (; count - first >= kBytes / 4; first += kBytes / 4) {
-    Put<kStream, kBytes>(hn::TableLookupBytes(hn::LoadU(d, source + first * 4), pattern),
+    Put<kStream, kBytes>(hn::TableLookupBytes(hn::LoadU(d, source + first * 4), shuffle),
                          dest + first * 4);
   }
   return first;
@@ -147,46 +147,41 @@ void StreamLookup(const uint8_t* source, const uint8_t* palette, uint8_t* dest, 
   RunBlocks(Block(palette), source, dest, count);
 }
 
-const TrueColorTables& TrueColorTable() {
-  static const TrueColorTables tables = {
-      {
-          hwy::TargetName(HWY_TARGET),
-          SwapRow32,
-          SwapRow24,
-          Row<NarrowBlock, false, &TrueColorRows::narrow_32_to_24>,
-          Row<NarrowBlock, true, &TrueColorRows::narrow_32_to_24_swap>,
-          Row<WidenBlock, false, &TrueColorRows::widen_24_to_32>,
-          Row<WidenBlock, true, &TrueColorRows::widen_24_to_32_swap>,
-          LookupRow<LookupBlock32<false>, &TrueColorRows::lookup_32>,
-          LookupRow<LookupBlock24<false>, &TrueColorRows::lookup_24>,
-      },
-      {
-          hwy::TargetName(HWY_TARGET),
-          StreamSwap32,
-          StreamSwap24,
-          StreamBlocks<NarrowBlock, false>,
-          StreamBlocks<NarrowBlock, true>,
-          StreamBlocks<WidenBlock, false>,
-          StreamBlocks<WidenBlock, true>,
-          StreamLookup<LookupBlock32<true> >,
-          StreamLookup<LookupBlock24<true> >,
-      },
+const TrueColorTables& TargetTrueColor() {
+  static const TrueColorTables kTables = {
+      .target = hwy::TargetName(HWY_TARGET),
+      .rows =
+          {
+              .swap_red_blue_32 = SwapRow32,
+              .swap_red_blue_24 = SwapRow24,
+              .narrow_32_to_24 = Row<NarrowBlock, false, &TrueColorRows::narrow_32_to_24>,
+              .narrow_32_to_24_swap = Row<NarrowBlock, true, &TrueColorRows::narrow_32_to_24_swap>,
+              .widen_24_to_32 = Row<WidenBlock, false, &TrueColorRows::widen_24_to_32>,
+              .widen_24_to_32_swap = Row<WidenBlock, true, &TrueColorRows::widen_24_to_32_swap>,
+              .lookup_32 = LookupRow<LookupBlock32<false>, &TrueColorRows::lookup_32>,
+              .lookup_24 = LookupRow<LookupBlock24<false>, &TrueColorRows::lookup_24>,
+          },
+      .streaming =
+          {
+              .swap_red_blue_32 = StreamSwap32,
+              .swap_red_blue_24 = StreamSwap24,
+              .narrow_32_to_24 = StreamBlocks<NarrowBlock, false>,
+              .narrow_32_to_24_swap = StreamBlocks<NarrowBlock, true>,
+              .widen_24_to_32 = StreamBlocks<WidenBlock, false>,
+              .widen_24_to_32_swap = StreamBlocks<WidenBlock, true>,
+              .lookup_32 = StreamLookup<LookupBlock32<true> >,
+              .lookup_24 = StreamLookup<LookupBlock24<true> >,
+          },
   };
-  return tables;
+  return kTables;
 }
 
 #endif
 
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(TrueColorTables, SelectedTrueColor, TrueColorTable, PlainTrueColor)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(TrueColorTables, TrueColor);
 #endif

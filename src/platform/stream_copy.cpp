@@ -2,25 +2,24 @@
 // SPDX-License-Identifier: MIT
 #include "platform/stream_copy.h"
 
-#ifdef ZAV_HAVE_HIGHWAY
-
-#undef HWY_TARGET_INCLUDE
-#define HWY_TARGET_INCLUDE "platform/stream_copy.cpp"
-#include <hwy/cache_control.h>
-#include <hwy/foreach_target.h>
-#include <hwy/highway.h>
-
 #include <algorithm>
 #include <atomic>
 #include <cstring>
 
 #include "platform/vector_target.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
+#ifdef ZAV_HAVE_HIGHWAY
 
-namespace hn = hwy::HWY_NAMESPACE;
+#undef HWY_TARGET_INCLUDE
+#define HWY_TARGET_INCLUDE "platform/stream_copy.cpp"
+#include <hwy/foreach_target.h>
+// After foreach_target.h, which includes this file once per target.
+#include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#include "platform/target_namespace.h"
+
+ZAV_BEGIN_TARGET();
 
 /// `dest` starts a cache line and `count` is a multiple of one.
 void StreamLines(uint8_t* HWY_RESTRICT dest, const uint8_t* HWY_RESTRICT source, size_t count) {
@@ -32,9 +31,7 @@ void StreamLines(uint8_t* HWY_RESTRICT dest, const uint8_t* HWY_RESTRICT source,
   }
 }
 
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #if HWY_ONCE
 namespace zav {
@@ -73,8 +70,6 @@ void StreamFence() { hwy::FlushStream(); }
 #endif
 
 #else
-
-#include <cstring>
 
 namespace zav {
 

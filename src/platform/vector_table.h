@@ -31,17 +31,31 @@ class TableChoice {
 
 }  // namespace zav
 
-// Defines `const Table& Selected()`: what the fastest target's `Factory()` returns, or `Plain()`
-// where that is forced or all that there is. It stands in namespace zav at the end of a file of
-// kernels, for one target only. Factories need names of their own: the macro makes them global.
+// ZAV_SELECT_TABLE(Table, Name), at the end of a file of kernels and inside `#if ZAV_ONCE`, defines
+// `const Table& SelectedName()`. It returns the table that the fastest instruction set's
+// TargetName() returns, or PlainName()'s where that is forced or there is nothing else.
 #ifdef ZAV_HAVE_HIGHWAY
-#define ZAV_SELECT_TABLE(Table, Selected, Factory, Plain)                                       \
-  HWY_EXPORT(Factory);                                                                          \
-  const Table& Selected() {                                                                     \
-    static constinit TableChoice<Table> choice;                                                 \
-    return choice.Get(Plain, []() -> const Table& { return HWY_DYNAMIC_DISPATCH(Factory)(); }); \
-  }
+
+// HWY_ONCE is 1 for one of the instruction sets that a file is compiled for.
+#define ZAV_ONCE HWY_ONCE
+#define ZAV_SELECT_TABLE(Table, Name)                                                         \
+  namespace zav {                                                                             \
+  HWY_EXPORT(Target##Name);                                                                   \
+  const Table& Selected##Name() {                                                             \
+    static constinit TableChoice<Table> choice;                                               \
+    return choice.Get(Plain##Name,                                                            \
+                      []() -> const Table& { return HWY_DYNAMIC_DISPATCH(Target##Name)(); }); \
+  }                                                                                           \
+  }                                                                                           \
+  static_assert(true)
+
 #else
-#define ZAV_SELECT_TABLE(Table, Selected, Factory, Plain) \
-  const Table& Selected() { return Plain(); }
+
+#define ZAV_ONCE 1
+#define ZAV_SELECT_TABLE(Table, Name)                     \
+  namespace zav {                                         \
+  const Table& Selected##Name() { return Plain##Name(); } \
+  }                                                       \
+  static_assert(true)
+
 #endif

@@ -21,7 +21,7 @@ void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size
   }
 }
 
-constexpr MipFilter kPlain = {"plain", WeightedRow};
+constexpr MipFilter kPlain = {.target = "plain", .weighted = WeightedRow};
 
 }  // namespace
 

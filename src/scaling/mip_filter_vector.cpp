@@ -1,5 +1,6 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
+#include "platform/byte_shuffle.h"
 #include "platform/vector_table.h"
 #include "scaling/mip_filter.h"
 
@@ -8,22 +9,20 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "scaling/mip_filter_vector.cpp"
 #include <hwy/foreach_target.h>
-// The order matters.
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/highway.h>
 
 #include "platform/byte_pairs-inl.h"
+#include "platform/target_namespace.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav::HWY_NAMESPACE {
+ZAV_BEGIN_TARGET();
 
 // SSE2 has no byte shuffle; elsewhere products are not added in the pairs that are needed here.
 #if HWY_TARGET != HWY_SSE4 && HWY_TARGET != HWY_AVX2 && HWY_TARGET != HWY_AVX3
 
-const MipFilter& MipFilterTable() { return PlainMipFilter(); }
+const MipFilter& TargetMipFilter() { return PlainMipFilter(); }
 
 #else
-
-namespace hn = hwy::HWY_NAMESPACE;
 
 using Bytes = hn::ScalableTag<uint8_t>;
 using Shorts = hn::RebindToSigned<hn::RepartitionToWide<Bytes> >;
@@ -41,19 +40,16 @@ using VectorOfFloats = hn::Vec<Floats>;
 constexpr size_t kBlock = hn::MaxLanes(Words());
 constexpr size_t kVectorBytes = kBlock * 4;
 
-struct alignas(16) Pattern {
-  uint8_t bytes[16];
-};
-
 /// The planes of one source row, as pairs.
 struct RowPairs {
   VectorOfInts byte_0, byte_1, byte_2, alpha;
 
   HWY_INLINE explicit RowPairs(const uint8_t* pixels) {
-    static constexpr Pattern kByChannel = {{0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
-    const auto pattern = hn::LoadDup128(Bytes(), kByChannel.bytes);
-    const auto first = Load(pixels, pattern);
-    const auto second = Load(pixels + kVectorBytes, pattern);
+    static constexpr ByteShuffle kByChannel = {
+        {0, 4, 8, 12, 1, 5, 9, 13, 2, 6, 10, 14, 3, 7, 11, 15}};
+    const auto shuffle = hn::LoadDup128(Bytes(), kByChannel.from);
+    const auto first = Load(pixels, shuffle);
+    const auto second = Load(pixels + kVectorBytes, shuffle);
     const auto bytes_0_1 = hn::BitCast(Bytes(), hn::InterleaveLower(Words(), first, second));
     const auto bytes_2_alpha = hn::BitCast(Bytes(), hn::InterleaveUpper(Words(), first, second));
     const auto zero = hn::Zero(Bytes());
@@ -64,8 +60,8 @@ struct RowPairs {
   }
 
  private:
-  static HWY_INLINE VectorOfWords Load(const uint8_t* pixels, hn::Vec<Bytes> pattern) {
-    return hn::BitCast(Words(), hn::TableLookupBytes(hn::LoadU(Bytes(), pixels), pattern));
+  static HWY_INLINE VectorOfWords Load(const uint8_t* pixels, hn::Vec<Bytes> shuffle) {
+    return hn::BitCast(Words(), hn::TableLookupBytes(hn::LoadU(Bytes(), pixels), shuffle));
   }
 };
 
@@ -213,8 +209,9 @@ HWY_INLINE bool HasEqualWeights(const uint8_t* upper, const uint8_t* lower) {
 
 /// A block without weights.
 HWY_INLINE void FilterPlain(const uint8_t* upper, const uint8_t* lower, uint8_t* dest) {
-  static constexpr Pattern kNeighbours = {{0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15}};
-  const auto neighbours = hn::LoadDup128(Bytes(), kNeighbours.bytes);
+  static constexpr ByteShuffle kNeighbours = {
+      {0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15}};
+  const auto neighbours = hn::LoadDup128(Bytes(), kNeighbours.from);
   const auto quarters = [=](size_t at) HWY_ATTR {
     const auto ones = hn::Set(Bytes(), 1);
     const auto sum = [=](const uint8_t* pixels) HWY_ATTR {
@@ -265,22 +262,17 @@ void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size
   }
 }
 
-const MipFilter& MipFilterTable() {
-  static const MipFilter kFilter = {hwy::TargetName(HWY_TARGET), WeightedRow};
+const MipFilter& TargetMipFilter() {
+  static const MipFilter kFilter = {.target = hwy::TargetName(HWY_TARGET), .weighted = WeightedRow};
   return kFilter;
 }
 
 #endif
 
-}  // namespace zav::HWY_NAMESPACE
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(MipFilter, SelectedMipFilter, MipFilterTable, PlainMipFilter)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(MipFilter, MipFilter);
 #endif

@@ -3,24 +3,22 @@
 
 // The bilinear filter's blends across a row. Included once per target, after hwy/highway.h.
 
-#if defined(ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_
-#undef ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_
+#if defined(ZAV_SCALING_SCALE_BILINEAR_BLEND_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_SCALING_SCALE_BILINEAR_BLEND_INL_H_
+#undef ZAV_SCALING_SCALE_BILINEAR_BLEND_INL_H_
 #else
-#define ZAV_CONVERT_SCALE_FILTER_BLEND_INL_H_
+#define ZAV_SCALING_SCALE_BILINEAR_BLEND_INL_H_
 #endif
 
 #include <type_traits>
 
 #include "platform/byte_pairs-inl.h"
+#include "platform/target_namespace.h"
 #include "scaling/scale_bilinear_table-inl.h"
 
 #if !ZAV_SCALE_PLAIN
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
-namespace {
+ZAV_BEGIN_TARGET();
 
 // Blends work on 16-bit lanes, one to a channel. Four pixels of a 16-byte block of results are held
 // as two vectors. Where both come from one load these are the even bytes and the odd ones, which
@@ -137,10 +135,7 @@ HWY_INLINE Lanes BlendAcross(const FilterTable& table, const uint8_t* row, size_
   return {Columns<kReach>(table, at, 0).Blend(row), Columns<kReach>(table, at, 1).Blend(row)};
 }
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // !ZAV_SCALE_PLAIN
 

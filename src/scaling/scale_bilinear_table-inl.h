@@ -4,21 +4,19 @@
 // Where the bilinear filter finds the neighbours of each column, and how it weighs them: see
 // scale_filter_blend-inl.h. Included once per target, after hwy/highway.h.
 
-#if defined(ZAV_CONVERT_SCALE_FILTER_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef ZAV_CONVERT_SCALE_FILTER_TABLE_INL_H_
-#undef ZAV_CONVERT_SCALE_FILTER_TABLE_INL_H_
+#if defined(ZAV_SCALING_SCALE_BILINEAR_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_SCALING_SCALE_BILINEAR_TABLE_INL_H_
+#undef ZAV_SCALING_SCALE_BILINEAR_TABLE_INL_H_
 #else
-#define ZAV_CONVERT_SCALE_FILTER_TABLE_INL_H_
+#define ZAV_SCALING_SCALE_BILINEAR_TABLE_INL_H_
 #endif
 
+#include "platform/target_namespace.h"
 #include "scaling/scale_tables-inl.h"
 
 #if !ZAV_SCALE_PLAIN
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
-namespace {
+ZAV_BEGIN_TARGET();
 
 /// How far apart the neighbours of the pixels in a block lie: 16-byte loads for four pixels or two,
 /// or 8-byte loads for each.
@@ -209,10 +207,7 @@ void FillFilterTable(const ScaleJob& job, int64_t first, size_t count, FilterTab
                               whole + kVectorPixels);
 }
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // !ZAV_SCALE_PLAIN
 

@@ -1,5 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cstring>
+
 #include "platform/vector_table.h"
 #include "scaling/scale_kernels.h"
 
@@ -8,21 +11,20 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "scaling/scale_bilinear_vector.cpp"
 #include <hwy/foreach_target.h>
-// After foreach_target, which includes this file once per target.
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#include "platform/target_namespace.h"
 #include "scaling/scale_bilinear_blend-inl.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
+ZAV_BEGIN_TARGET();
 
 #if ZAV_SCALE_PLAIN
 
-const ScaleKernel& BilinearKernel() { return PlainBilinearKernel(); }
+const ScaleKernel& TargetBilinearKernel() { return PlainBilinearKernel(); }
 
 #else
-
-namespace {
 
 /// Writes the pixels of a vector: 4 bytes of each, or 3.
 template <size_t kBytes, class D>
@@ -396,25 +398,17 @@ void Bilinear(const ScaleJob& job) {
   }
 }
 
-}  // namespace
-
-const ScaleKernel& BilinearKernel() {
-  static const ScaleKernel kKernel = {hwy::TargetName(HWY_TARGET), Bilinear};
+const ScaleKernel& TargetBilinearKernel() {
+  static const ScaleKernel kKernel = {.target = hwy::TargetName(HWY_TARGET), .run = Bilinear};
   return kKernel;
 }
 
 #endif
 
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(ScaleKernel, SelectedBilinearKernel, BilinearKernel, PlainBilinearKernel)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(ScaleKernel, BilinearKernel);
 #endif

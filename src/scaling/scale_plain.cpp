@@ -51,8 +51,8 @@ void PlainBilinear(const ScaleJob& job) {
   }
 }
 
-constexpr ScaleKernel kPoint = {"plain", PlainPoint};
-constexpr ScaleKernel kBilinear = {"plain", PlainBilinear};
+constexpr ScaleKernel kPoint = {.target = "plain", .run = PlainPoint};
+constexpr ScaleKernel kBilinear = {.target = "plain", .run = PlainBilinear};
 
 }  // namespace
 

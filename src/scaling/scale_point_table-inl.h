@@ -4,21 +4,19 @@
 // How point sampling fetches the pixels of a row, and the tables for that. Included once per
 // target, after hwy/highway.h.
 
-#if defined(ZAV_CONVERT_SCALE_POINT_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef ZAV_CONVERT_SCALE_POINT_TABLE_INL_H_
-#undef ZAV_CONVERT_SCALE_POINT_TABLE_INL_H_
+#if defined(ZAV_SCALING_SCALE_POINT_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_SCALING_SCALE_POINT_TABLE_INL_H_
+#undef ZAV_SCALING_SCALE_POINT_TABLE_INL_H_
 #else
-#define ZAV_CONVERT_SCALE_POINT_TABLE_INL_H_
+#define ZAV_SCALING_SCALE_POINT_TABLE_INL_H_
 #endif
 
+#include "platform/target_namespace.h"
 #include "scaling/scale_tables-inl.h"
 
 #if !ZAV_SCALE_PLAIN
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
-namespace {
+ZAV_BEGIN_TARGET();
 
 /// How the pixels of a destination row are fetched.
 enum class Fetch {
@@ -169,10 +167,7 @@ void FillPointTable(const ScaleJob& job, Fetch fetch, int64_t first, size_t coun
   }
 }
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // !ZAV_SCALE_PLAIN
 

@@ -1,5 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
+#include <algorithm>
+#include <cstring>
+
 #include "platform/vector_table.h"
 #include "scaling/scale_kernels.h"
 
@@ -8,21 +11,20 @@
 #undef HWY_TARGET_INCLUDE
 #define HWY_TARGET_INCLUDE "scaling/scale_point_vector.cpp"
 #include <hwy/foreach_target.h>
-// After foreach_target, which includes this file once per target.
+// After foreach_target.h, which includes this file once per target.
 #include <hwy/cache_control.h>
+#include <hwy/highway.h>
+
+#include "platform/target_namespace.h"
 #include "scaling/scale_point_table-inl.h"
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
+ZAV_BEGIN_TARGET();
 
 #if ZAV_SCALE_PLAIN
 
-const ScaleKernel& PointKernel() { return PlainPointKernel(); }
+const ScaleKernel& TargetPointKernel() { return PlainPointKernel(); }
 
 #else
-
-namespace {
 
 /// One vector of destination bytes, `at` a multiple of its size.
 template <Fetch kFetch>
@@ -366,25 +368,17 @@ void Point(const ScaleJob& job) {
   kLoops[job.bytes - 1](job);
 }
 
-}  // namespace
-
-const ScaleKernel& PointKernel() {
-  static const ScaleKernel kKernel = {hwy::TargetName(HWY_TARGET), Point};
+const ScaleKernel& TargetPointKernel() {
+  static const ScaleKernel kKernel = {.target = hwy::TargetName(HWY_TARGET), .run = Point};
   return kKernel;
 }
 
 #endif
 
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_HAVE_HIGHWAY
 
-#if !defined(ZAV_HAVE_HIGHWAY) || HWY_ONCE
-namespace zav {
-
-ZAV_SELECT_TABLE(ScaleKernel, SelectedPointKernel, PointKernel, PlainPointKernel)
-
-}  // namespace zav
+#if ZAV_ONCE
+ZAV_SELECT_TABLE(ScaleKernel, PointKernel);
 #endif

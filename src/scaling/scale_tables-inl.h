@@ -3,11 +3,11 @@
 
 // What the scaling kernels share. Included once per target, after hwy/highway.h.
 
-#if defined(ZAV_CONVERT_SCALE_TABLES_INL_H_) == defined(HWY_TARGET_TOGGLE)
-#ifdef ZAV_CONVERT_SCALE_TABLES_INL_H_
-#undef ZAV_CONVERT_SCALE_TABLES_INL_H_
+#if defined(ZAV_SCALING_SCALE_TABLES_INL_H_) == defined(HWY_TARGET_TOGGLE)
+#ifdef ZAV_SCALING_SCALE_TABLES_INL_H_
+#undef ZAV_SCALING_SCALE_TABLES_INL_H_
 #else
-#define ZAV_CONVERT_SCALE_TABLES_INL_H_
+#define ZAV_SCALING_SCALE_TABLES_INL_H_
 #endif
 
 #include <hwy/highway.h>
@@ -19,6 +19,7 @@
 #include "base/heap.h"
 #include "platform/byte_pairs-inl.h"
 #include "platform/stream_copy.h"
+#include "platform/target_namespace.h"
 #include "scaling/scale_kernels.h"
 
 // Which source pixels a destination column takes, and with which weights, is the same in every row.
@@ -35,12 +36,7 @@
 #else
 #define ZAV_SCALE_PLAIN 0
 
-HWY_BEFORE_NAMESPACE();
-namespace zav {
-namespace HWY_NAMESPACE {
-namespace {
-
-namespace hn = hwy::HWY_NAMESPACE;
+ZAV_BEGIN_TARGET();
 
 using Bytes = hn::ScalableTag<uint8_t>;
 using Words = hn::ScalableTag<int16_t>;
@@ -183,10 +179,7 @@ constexpr size_t RoundUpTo(size_t value, size_t multiple) {
   return (value + multiple - 1) / multiple * multiple;
 }
 
-}  // namespace
-}  // namespace HWY_NAMESPACE
-}  // namespace zav
-HWY_AFTER_NAMESPACE();
+ZAV_END_TARGET();
 
 #endif  // ZAV_SCALE_PLAIN
 
