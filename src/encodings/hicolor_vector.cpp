@@ -38,7 +38,7 @@ using V32 = hn::Vec<D32>;
 /// Pixels in one vector of words.
 constexpr size_t kPixels = hn::MaxLanes(D16());
 constexpr size_t kBlocks = kPixels / 8;
-constexpr size_t kVectorBytes = kPixels * 2;
+constexpr size_t kCappedBytes = hn::MaxLanes(D8());
 static_assert(kBlocks == 1 || kBlocks == 2);
 
 template <bool kStream>
@@ -53,7 +53,7 @@ HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
 // What Highway has no name for: 32-bit lanes to words, block by block; those words in their order;
 // and words in the order in which interleaving their bytes gives pixels in theirs.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
-HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
+HWY_INLINE V16 PackToWords(V32 first, V32 second) {
   return V16{_mm256_packus_epi32(first.raw, second.raw)};
 }
 HWY_INLINE V16 OrderBlocks(V16 words) {
@@ -69,7 +69,7 @@ HWY_INLINE V16 LoadHalvesApart(const uint8_t* source) {
 #else
 static_assert(kBlocks == 1);
 #if HWY_ARCH_X86
-HWY_INLINE V16 PackBlocks(V32 first, V32 second) {
+HWY_INLINE V16 PackToWords(V32 first, V32 second) {
   return V16{_mm_packus_epi32(first.raw, second.raw)};
 }
 #endif
@@ -108,7 +108,7 @@ HWY_INLINE PixelVectors LoadPixels(const uint8_t* source) {
   } else {
     const D8 d8;
     return {hn::BitCast(D32(), hn::LoadU(d8, source)),
-            hn::BitCast(D32(), hn::LoadU(d8, source + kVectorBytes))};
+            hn::BitCast(D32(), hn::LoadU(d8, source + kCappedBytes))};
   }
 }
 
@@ -142,7 +142,7 @@ struct ByFields {
 
 /// Narrowing by products, where they are exact.
 struct ByProducts {
-  static HWY_INLINE V32 Words(const HicolorProducts& p, V32 pixels) {
+  static HWY_INLINE V32 NarrowLanes(const HicolorProducts& p, V32 pixels) {
     const D32 d32;
     const hn::RebindToSigned<D16> di16;
     const hn::RebindToSigned<D32> di32;
@@ -155,7 +155,8 @@ struct ByProducts {
   }
 
   static HWY_INLINE V16 Narrow(const HicolorLayout& l, PixelVectors pixels) {
-    return PackBlocks(Words(l.products, pixels.first), Words(l.products, pixels.second));
+    return PackToWords(NarrowLanes(l.products, pixels.first),
+                       NarrowLanes(l.products, pixels.second));
   }
 };
 
@@ -245,7 +246,7 @@ struct Widening {
     const V8 even_bytes = hn::BitCast(d8, even);
     const V8 odd_bytes = hn::BitCast(d8, OddBytes(l, words));
     Store<kStream>(hn::InterleaveLower(d8, even_bytes, odd_bytes), dest);
-    Store<kStream>(hn::InterleaveUpper(d8, even_bytes, odd_bytes), dest + kVectorBytes);
+    Store<kStream>(hn::InterleaveUpper(d8, even_bytes, odd_bytes), dest + kCappedBytes);
   }
 
   static HWY_INLINE V16 HighByte(uint8_t value) {

@@ -26,15 +26,15 @@ ZAV_BEGIN_TARGET();
 // a time.
 
 #if HWY_MAX_BYTES >= 32 && !HWY_HAVE_SCALABLE
-constexpr size_t kVectorBytes = 32;  // wider ones gain nothing: the stores are the limit
+constexpr size_t kWideBytes = 32;  // wider ones gain nothing: the stores are the limit
 #else
-constexpr size_t kVectorBytes = 16;
+constexpr size_t kWideBytes = 16;
 #endif
 
 template <size_t kBytes>
 using Bytes = hn::FixedTag<uint8_t, kBytes>;
 template <size_t kBytes>
-using Words = hn::FixedTag<uint32_t, kBytes / 4>;
+using Uints = hn::FixedTag<uint32_t, kBytes / 4>;
 template <size_t kBytes>
 using Vector = hn::Vec<Bytes<kBytes> >;
 
@@ -96,17 +96,17 @@ void PrefetchAhead(const uint8_t* source) {
 template <size_t kBytes>
 struct Packer {
   static constexpr size_t kLanes = kBytes / 4;
-  using Indices = decltype(hn::SetTableIndices(Words<kBytes>(), static_cast<uint32_t*>(nullptr)));
-  using Mask = hn::Mask<Words<kBytes> >;
+  using Indices = decltype(hn::SetTableIndices(Uints<kBytes>(), static_cast<uint32_t*>(nullptr)));
+  using Mask = hn::Mask<Uints<kBytes> >;
 
   Packer()
       : rotation0(Rotation(0)),
         rotation1(Rotation(1)),
         rotation2(Rotation(2)),
         rotation3(Rotation(3)),
-        three_quarters(hn::FirstN(Words<kBytes>(), kLanes * 3 / 4)),
-        half(hn::FirstN(Words<kBytes>(), kLanes / 2)),
-        quarter(hn::FirstN(Words<kBytes>(), kLanes / 4)) {}
+        three_quarters(hn::FirstN(Uints<kBytes>(), kLanes * 3 / 4)),
+        half(hn::FirstN(Uints<kBytes>(), kLanes / 2)),
+        quarter(hn::FirstN(Uints<kBytes>(), kLanes / 4)) {}
 
   static Indices Rotation(size_t quarters) {
     uint32_t closed_up[kLanes];
@@ -116,18 +116,18 @@ struct Packer {
     for (size_t i = 0; i < kLanes; ++i) {
       indices[i] = closed_up[(i + quarters * kLanes / 4) % kLanes];
     }
-    return hn::SetTableIndices(Words<kBytes>(), indices);
+    return hn::SetTableIndices(Uints<kBytes>(), indices);
   }
 
   template <bool kStream>
   void Store(Vector<kBytes> v0, Vector<kBytes> v1, Vector<kBytes> v2, Vector<kBytes> v3,
              uint8_t* dest) const {
     const Bytes<kBytes> d;
-    const Words<kBytes> words;
-    const auto r0 = hn::TableLookupLanes(hn::BitCast(words, v0), rotation0);
-    const auto r1 = hn::TableLookupLanes(hn::BitCast(words, v1), rotation1);
-    const auto r2 = hn::TableLookupLanes(hn::BitCast(words, v2), rotation2);
-    const auto r3 = hn::TableLookupLanes(hn::BitCast(words, v3), rotation3);
+    const Uints<kBytes> uints;
+    const auto r0 = hn::TableLookupLanes(hn::BitCast(uints, v0), rotation0);
+    const auto r1 = hn::TableLookupLanes(hn::BitCast(uints, v1), rotation1);
+    const auto r2 = hn::TableLookupLanes(hn::BitCast(uints, v2), rotation2);
+    const auto r3 = hn::TableLookupLanes(hn::BitCast(uints, v3), rotation3);
     Put<kStream, kBytes>(hn::BitCast(d, hn::IfThenElse(three_quarters, r0, r1)), dest);
     Put<kStream, kBytes>(hn::BitCast(d, hn::IfThenElse(half, r1, r2)), dest + kBytes);
     Put<kStream, kBytes>(hn::BitCast(d, hn::IfThenElse(quarter, r2, r3)), dest + 2 * kBytes);

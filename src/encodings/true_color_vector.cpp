@@ -37,7 +37,7 @@ size_t SwapVectors32(const uint8_t* source, uint8_t* dest, size_t first, size_t 
 }
 
 void SwapRow32(const uint8_t* source, uint8_t* dest, size_t count) {
-  size_t done = SwapVectors32<kVectorBytes>(source, dest, 0, count);
+  size_t done = SwapVectors32<kWideBytes>(source, dest, 0, count);
   done = SwapVectors32<16>(source, dest, done, count);
   PlainTrueColor().rows.swap_red_blue_32(source + done * 4, dest + done * 4, count - done);
 }
@@ -50,7 +50,7 @@ constexpr uint8_t kFirstOfThree[36] = {
     255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0,
     255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0,
 };
-static_assert(kVectorBytes + 3 <= sizeof(kFirstOfThree));
+static_assert(kWideBytes + 3 <= sizeof(kFirstOfThree));
 
 template <size_t kBytes>
 struct SwapMasks24 {
@@ -90,8 +90,8 @@ void SwapRow24(const uint8_t* source, uint8_t* dest, size_t count) {
   const auto plain = PlainTrueColor().rows.swap_red_blue_24;
   if (count < 2) return plain(source, dest, count);
   plain(source, dest, 1);  // the loads begin two bytes early, and end two late
-  size_t done = SwapVectors24<kVectorBytes>(source, dest, 1, count - 1);
-  if (kVectorBytes > 16) done = SwapVectors24<16>(source, dest, done, count - 1);
+  size_t done = SwapVectors24<kWideBytes>(source, dest, 1, count - 1);
+  if (kWideBytes > 16) done = SwapVectors24<16>(source, dest, done, count - 1);
   plain(source + done * 3, dest + done * 3, count - done);
 }
 
@@ -109,7 +109,7 @@ size_t RunBlocks(const Block& block, const uint8_t* source, uint8_t* dest, size_
 
 template <template <size_t, bool, bool> class Block, bool kSwap, PixelRow TrueColorRows::*kPlain>
 void Row(const uint8_t* source, uint8_t* dest, size_t count) {
-  using Wide = Block<kVectorBytes, kSwap, false>;
+  using Wide = Block<kWideBytes, kSwap, false>;
   using Narrow = Block<16, kSwap, false>;
   const size_t left = count < Wide::kPixels ? RunBlocks(Narrow(), source, dest, count)
                                             : RunBlocks(Wide(), source, dest, count);
@@ -130,16 +130,16 @@ void LookupRow(const uint8_t* source, const uint8_t* palette, uint8_t* dest, siz
 // Streamed rows consist of whole blocks.
 
 void StreamSwap32(const uint8_t* source, uint8_t* dest, size_t count) {
-  SwapVectors32<kVectorBytes, true>(source, dest, 0, count);
+  SwapVectors32<kWideBytes, true>(source, dest, 0, count);
 }
 
 void StreamSwap24(const uint8_t* source, uint8_t* dest, size_t count) {
-  SwapVectors24<kVectorBytes, true>(source, dest, 0, count);
+  SwapVectors24<kWideBytes, true>(source, dest, 0, count);
 }
 
 template <template <size_t, bool, bool> class Block, bool kSwap>
 void StreamBlocks(const uint8_t* source, uint8_t* dest, size_t count) {
-  RunBlocks(Block<kVectorBytes, kSwap, true>(), source, dest, count);
+  RunBlocks(Block<kWideBytes, kSwap, true>(), source, dest, count);
 }
 
 template <typename Block>

@@ -33,13 +33,13 @@ HWY_INLINE hn::Vec128<int16_t> SumBytePairs(hn::Vec128<uint8_t> bytes,
 }
 
 /// Words of at most 255 to bytes, block by block.
-HWY_INLINE hn::Vec128<uint8_t> PackBlocks(hn::Vec128<int16_t> first, hn::Vec128<int16_t> second) {
+HWY_INLINE hn::Vec128<uint8_t> PackToBytes(hn::Vec128<int16_t> first, hn::Vec128<int16_t> second) {
   return hn::Vec128<uint8_t>{_mm_packus_epi16(first.raw, second.raw)};
 }
 
 /// The same for words of -128 to 127.
-HWY_INLINE hn::Vec128<uint8_t> PackSignedBlocks(hn::Vec128<int16_t> first,
-                                                hn::Vec128<int16_t> second) {
+HWY_INLINE hn::Vec128<uint8_t> PackSignedToBytes(hn::Vec128<int16_t> first,
+                                                 hn::Vec128<int16_t> second) {
   return hn::Vec128<uint8_t>{_mm_packs_epi16(first.raw, second.raw)};
 }
 
@@ -53,11 +53,11 @@ HWY_INLINE hn::Vec256<int16_t> SumBytePairs(hn::Vec256<uint8_t> bytes,
                                             hn::Vec256<uint8_t> weights) {
   return hn::Vec256<int16_t>{_mm256_maddubs_epi16(bytes.raw, weights.raw)};
 }
-HWY_INLINE hn::Vec256<uint8_t> PackBlocks(hn::Vec256<int16_t> first, hn::Vec256<int16_t> second) {
+HWY_INLINE hn::Vec256<uint8_t> PackToBytes(hn::Vec256<int16_t> first, hn::Vec256<int16_t> second) {
   return hn::Vec256<uint8_t>{_mm256_packus_epi16(first.raw, second.raw)};
 }
-HWY_INLINE hn::Vec256<uint8_t> PackSignedBlocks(hn::Vec256<int16_t> first,
-                                                hn::Vec256<int16_t> second) {
+HWY_INLINE hn::Vec256<uint8_t> PackSignedToBytes(hn::Vec256<int16_t> first,
+                                                 hn::Vec256<int16_t> second) {
   return hn::Vec256<uint8_t>{_mm256_packs_epi16(first.raw, second.raw)};
 }
 #endif
@@ -70,11 +70,11 @@ HWY_INLINE hn::Vec512<int16_t> SumBytePairs(hn::Vec512<uint8_t> bytes,
                                             hn::Vec512<uint8_t> weights) {
   return hn::Vec512<int16_t>{_mm512_maddubs_epi16(bytes.raw, weights.raw)};
 }
-HWY_INLINE hn::Vec512<uint8_t> PackBlocks(hn::Vec512<int16_t> first, hn::Vec512<int16_t> second) {
+HWY_INLINE hn::Vec512<uint8_t> PackToBytes(hn::Vec512<int16_t> first, hn::Vec512<int16_t> second) {
   return hn::Vec512<uint8_t>{_mm512_packus_epi16(first.raw, second.raw)};
 }
-HWY_INLINE hn::Vec512<uint8_t> PackSignedBlocks(hn::Vec512<int16_t> first,
-                                                hn::Vec512<int16_t> second) {
+HWY_INLINE hn::Vec512<uint8_t> PackSignedToBytes(hn::Vec512<int16_t> first,
+                                                 hn::Vec512<int16_t> second) {
   return hn::Vec512<uint8_t>{_mm512_packs_epi16(first.raw, second.raw)};
 }
 #endif

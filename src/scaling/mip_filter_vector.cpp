@@ -26,10 +26,10 @@ const MipFilter& TargetMipFilter() { return PlainMipFilter(); }
 
 using Bytes = hn::ScalableTag<uint8_t>;
 using Shorts = hn::RebindToSigned<hn::RepartitionToWide<Bytes> >;
-using Words = hn::RepartitionToWide<hn::RepartitionToWide<Bytes> >;
-using Ints = hn::RebindToSigned<Words>;
-using Floats = hn::RebindToFloat<Words>;
-using VectorOfWords = hn::Vec<Words>;
+using Uints = hn::RepartitionToWide<hn::RepartitionToWide<Bytes> >;
+using Ints = hn::RebindToSigned<Uints>;
+using Floats = hn::RebindToFloat<Uints>;
+using VectorOfUints = hn::Vec<Uints>;
 using VectorOfInts = hn::Vec<Ints>;
 using VectorOfFloats = hn::Vec<Floats>;
 
@@ -37,8 +37,8 @@ using VectorOfFloats = hn::Vec<Floats>;
 // vectors of each source row. Two neighbouring source pixels make one destination pixel: their
 // channels become pairs of 16-bit numbers, which one instruction multiplies by a pair of weights
 // and adds. Such a plane holds two pixels of the first vector and two of the second in turn.
-constexpr size_t kBlock = hn::MaxLanes(Words());
-constexpr size_t kVectorBytes = kBlock * 4;
+constexpr size_t kBlock = hn::MaxLanes(Uints());
+constexpr size_t kVectorBytes = hn::MaxLanes(Bytes());
 
 /// The planes of one source row, as pairs.
 struct RowPairs {
@@ -50,8 +50,8 @@ struct RowPairs {
     const auto shuffle = hn::LoadDup128(Bytes(), kByChannel.from);
     const auto first = Load(pixels, shuffle);
     const auto second = Load(pixels + kVectorBytes, shuffle);
-    const auto bytes_0_1 = hn::BitCast(Bytes(), hn::InterleaveLower(Words(), first, second));
-    const auto bytes_2_alpha = hn::BitCast(Bytes(), hn::InterleaveUpper(Words(), first, second));
+    const auto bytes_0_1 = hn::BitCast(Bytes(), hn::InterleaveLower(Uints(), first, second));
+    const auto bytes_2_alpha = hn::BitCast(Bytes(), hn::InterleaveUpper(Uints(), first, second));
     const auto zero = hn::Zero(Bytes());
     byte_0 = hn::BitCast(Ints(), hn::InterleaveLower(Bytes(), bytes_0_1, zero));
     byte_1 = hn::BitCast(Ints(), hn::InterleaveUpper(Bytes(), bytes_0_1, zero));
@@ -60,8 +60,8 @@ struct RowPairs {
   }
 
  private:
-  static HWY_INLINE VectorOfWords Load(const uint8_t* pixels, hn::Vec<Bytes> shuffle) {
-    return hn::BitCast(Words(), hn::TableLookupBytes(hn::LoadU(Bytes(), pixels), shuffle));
+  static HWY_INLINE VectorOfUints Load(const uint8_t* pixels, hn::Vec<Bytes> shuffle) {
+    return hn::BitCast(Uints(), hn::TableLookupBytes(hn::LoadU(Bytes(), pixels), shuffle));
   }
 };
 
@@ -116,10 +116,10 @@ class Divider {
 
   /// The quotient plus the rounder's bits. The quotient over kScale is added to a number whose last
   /// bit is worth 1 / kScale: that rounds it and puts it into the lowest bits.
-  HWY_INLINE VectorOfWords Divide(VectorOfInts numerator, uint32_t rounder) const {
+  HWY_INLINE VectorOfUints Divide(VectorOfInts numerator, uint32_t rounder) const {
     const auto quotient = hn::MulAdd(hn::ConvertTo(Floats(), numerator), reciprocal_, offset_);
-    return hn::BitCast(Words(),
-                       hn::Add(quotient, hn::BitCast(Floats(), hn::Set(Words(), rounder))));
+    return hn::BitCast(Uints(),
+                       hn::Add(quotient, hn::BitCast(Floats(), hn::Set(Uints(), rounder))));
   }
 
  private:
@@ -133,9 +133,9 @@ constexpr uint32_t kRounder = 0x48400000;
 constexpr uint32_t kRounder2 = 0x484077C0;
 static_assert(static_cast<uint32_t>(kRounder + (kRounder << 8) + (kRounder2 << 16)) == 0);
 
-HWY_INLINE VectorOfWords Divide(const Sums& sums, const Divider& divider) {
+HWY_INLINE VectorOfUints Divide(const Sums& sums, const Divider& divider) {
   // The alphas' sum times 64 is their quarter times 256; below that stands its fraction.
-  const auto alpha = hn::And(hn::BitCast(Words(), sums.alpha), hn::Set(Words(), 0xFF00));
+  const auto alpha = hn::And(hn::BitCast(Uints(), sums.alpha), hn::Set(Uints(), 0xFF00));
   const auto upper_half = hn::Add(divider.Divide(sums.byte_2, kRounder2), alpha);
   const auto byte_1 = hn::ShiftLeft<8>(divider.Divide(sums.byte_1, kRounder));
   return hn::Add(hn::Add(divider.Divide(sums.byte_0, kRounder), byte_1),
@@ -143,7 +143,7 @@ HWY_INLINE VectorOfWords Divide(const Sums& sums, const Divider& divider) {
 }
 
 /// A block in which four transparent pixels meet: those are averaged without weights.
-HWY_NOINLINE VectorOfWords FilterTransparent(const uint8_t* upper_pixels,
+HWY_NOINLINE VectorOfUints FilterTransparent(const uint8_t* upper_pixels,
                                              const uint8_t* lower_pixels) {
   const RowPairs upper(upper_pixels);
   const RowPairs lower(lower_pixels);
@@ -170,9 +170,9 @@ constexpr InOrder MakeInOrder() {
   return order;
 }
 
-HWY_INLINE void StoreInOrder(VectorOfWords pixels, uint8_t* dest) {
+HWY_INLINE void StoreInOrder(VectorOfUints pixels, uint8_t* dest) {
   static constexpr InOrder kInOrder = MakeInOrder();
-  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Words(), kInOrder.lanes));
+  const auto ordered = hn::TableLookupLanes(pixels, hn::SetTableIndices(Uints(), kInOrder.lanes));
   hn::StoreU(hn::BitCast(Bytes(), ordered), Bytes(), dest);
 }
 
@@ -195,7 +195,7 @@ HWY_INLINE void Finish(const Sums& sums, const Divider& divider, const uint8_t* 
 HWY_INLINE bool HasEqualWeights(const uint8_t* upper, const uint8_t* lower) {
   // Most blocks with soft alpha are told by one pixel.
   if (upper[3] != lower[7]) return false;
-  const Words d;
+  const Uints d;
   auto differing = hn::Zero(d);
   for (size_t i = 0; i < 2 * kVectorBytes; i += kVectorBytes) {
     const auto above = hn::BitCast(d, hn::LoadU(Bytes(), upper + i));
@@ -219,7 +219,7 @@ HWY_INLINE void FilterPlain(const uint8_t* upper, const uint8_t* lower, uint8_t*
     };
     return hn::ShiftRight<2>(hn::Add(sum(upper + at), sum(lower + at)));
   };
-  StoreInOrder(hn::BitCast(Words(), PackBlocks(quarters(0), quarters(kVectorBytes))), dest);
+  StoreInOrder(hn::BitCast(Uints(), PackToBytes(quarters(0), quarters(kVectorBytes))), dest);
 }
 
 void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count) {

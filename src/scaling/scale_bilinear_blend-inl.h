@@ -30,25 +30,25 @@ ZAV_BEGIN_TARGET();
 // of a product.
 
 /// Of pairs of bytes the first ones.
-HWY_INLINE hn::Vec<Words> FirstOfPairs(hn::Vec<Bytes> pairs) {
-  return hn::And(hn::BitCast(Words(), pairs), hn::Set(Words(), 255));
+HWY_INLINE hn::Vec<Shorts> FirstOfPairs(hn::Vec<Bytes> pairs) {
+  return hn::And(hn::BitCast(Shorts(), pairs), hn::Set(Shorts(), 255));
 }
 
 /// Of pairs of bytes the first - the second.
-HWY_INLINE hn::Vec<Words> Difference(hn::Vec<Bytes> pairs) {
+HWY_INLINE hn::Vec<Shorts> Difference(hn::Vec<Bytes> pairs) {
 #if HWY_ARCH_X86
-  const auto signs = hn::BitCast(Bytes(), hn::Set(Words(), static_cast<int16_t>(0xFF01)));
+  const auto signs = hn::BitCast(Bytes(), hn::Set(Shorts(), static_cast<int16_t>(0xFF01)));
   return SumBytePairs(pairs, signs);
 #else
-  const hn::RebindToUnsigned<Words> d;
-  const auto second = hn::BitCast(Words(), hn::ShiftRight<8>(hn::BitCast(d, pairs)));
+  const hn::RebindToUnsigned<Shorts> d;
+  const auto second = hn::BitCast(Shorts(), hn::ShiftRight<8>(hn::BitCast(d, pairs)));
   return hn::Sub(FirstOfPairs(pairs), second);
 #endif
 }
 
 /// A vector of results, in two with 16 bits to a byte.
 struct Lanes {
-  hn::Vec<Words> first, second;
+  hn::Vec<Shorts> first, second;
 };
 
 /// Even and odd bytes.
@@ -62,7 +62,7 @@ struct EvenOdd {
 struct Halves {
   static HWY_INLINE hn::Vec<Bytes> Join(Lanes lanes) {
 #if HWY_ARCH_X86
-    return PackBlocks(lanes.first, lanes.second);
+    return PackToBytes(lanes.first, lanes.second);
 #else
     return JoinLowBytes(lanes);
 #endif
@@ -70,7 +70,7 @@ struct Halves {
   /// From lanes of -128 to 127.
   static HWY_INLINE hn::Vec<Bytes> JoinSigned(Lanes lanes) {
 #if HWY_ARCH_X86
-    return PackSignedBlocks(lanes.first, lanes.second);
+    return PackSignedToBytes(lanes.first, lanes.second);
 #else
     return JoinLowBytes(lanes);
 #endif
@@ -91,7 +91,7 @@ template <Reach kReach>
 using LayoutOf = std::conditional_t<kReach == Reach::kFour, EvenOdd, Halves>;
 
 /// Pairs of base and other, blended.
-HWY_INLINE hn::Vec<Words> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Words> weight) {
+HWY_INLINE hn::Vec<Shorts> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Shorts> weight) {
   return hn::Add(FirstOfPairs(pairs), hn::MulHigh(Difference(pairs), weight));
 }
 
@@ -103,7 +103,7 @@ constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
 template <Reach kReach>
 struct Columns {
   hn::Vec<Bytes> shuffle;
-  hn::Vec<Words> weight;
+  hn::Vec<Shorts> weight;
   const uint32_t* load;
 
   /// `half` 0 or 1 of the vector at `at`.
@@ -111,15 +111,15 @@ struct Columns {
       : shuffle(hn::Load(Bytes(), table.shuffle + at * 2 + half * kVectorBytes)),
         load(table.load + at / kVectorBytes * kVectorLoads<kReach>) {
     if constexpr (kReach == Reach::kFour) {
-      weight = hn::Load(Words(), table.weight + at / 2);
+      weight = hn::Load(Shorts(), table.weight + at / 2);
     } else {
-      weight = hn::Load(Words(), table.weight + at + half * (kVectorBytes / 2));
+      weight = hn::Load(Shorts(), table.weight + at + half * (kVectorBytes / 2));
       load += half * (kVectorLoads<kReach> / 2);
     }
   }
 
   /// Half a vector of a row, blended across.
-  HWY_INLINE hn::Vec<Words> Blend(const uint8_t* row) const {
+  HWY_INLINE hn::Vec<Shorts> Blend(const uint8_t* row) const {
     const Bytes d8;
     if constexpr (kReach == Reach::kOne) {
       return BlendPairs(hn::TableLookupBytes(LoadHalfBlocks(d8, row, load), shuffle), weight);

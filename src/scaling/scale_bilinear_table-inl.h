@@ -53,10 +53,8 @@ struct FilterTable {
   int16_t* difference;  // lower row - upper row, the halves of each vector's blocks apart
 };
 
-constexpr size_t kVectorPixels = kVectorBytes / 4;
-
 /// Bytes of whole vectors of 4-byte pixels.
-size_t LaneBytes(size_t count) { return RoundUpTo(count * 4, kVectorBytes); }
+size_t LaneBytes(size_t count) { return WholeVectors(count * 4); }
 
 // The table is filled four columns at a time, one to a lane.
 using Four = hn::FixedTag<uint32_t, 4>;

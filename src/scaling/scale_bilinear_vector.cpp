@@ -28,7 +28,7 @@ const ScaleKernel& TargetBilinearKernel() { return PlainBilinearKernel(); }
 
 /// Writes the pixels of a vector: 4 bytes of each, or 3.
 template <size_t kBytes, class D>
-HWY_INLINE void StorePixels(hn::Vec<D> pixels, D d, uint8_t* dest) {
+HWY_INLINE void StoreNarrowed(hn::Vec<D> pixels, D d, uint8_t* dest) {
   if constexpr (kBytes == 4) {
     hn::StoreU(pixels, d, dest);
   } else if constexpr (hn::MaxLanes(D()) == kBlock) {
@@ -38,8 +38,8 @@ HWY_INLINE void StorePixels(hn::Vec<D> pixels, D d, uint8_t* dest) {
     hn::StoreU(hn::TableLookupBytes(pixels, hn::Load(d, kDropFourth)), d, dest);
   } else {
     const hn::Half<D> half;
-    StorePixels<kBytes>(hn::LowerHalf(half, pixels), half, dest);
-    StorePixels<kBytes>(hn::UpperHalf(half, pixels), half, dest + hn::MaxLanes(half) / 4 * 3);
+    StoreNarrowed<kBytes>(hn::LowerHalf(half, pixels), half, dest);
+    StoreNarrowed<kBytes>(hn::UpperHalf(half, pixels), half, dest + hn::MaxLanes(half) / 4 * 3);
   }
 }
 
@@ -52,8 +52,8 @@ HWY_INLINE void ForEachVector(size_t count, const Make& make) {
 }
 
 /// Writes a row; `pixels(at)` gives a vector of 4-byte pixels.
-template <size_t kBytes, class Pixels>
-HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
+template <size_t kBytes, class PixelsAt>
+HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const PixelsAt& pixels) {
   if (kBytes == 4 && count >= kVectorPixels) {
     return ForEachVector(
         count, [=](size_t at, size_t to) HWY_ATTR { hn::StoreU(pixels(at), Bytes(), dest + to); });
@@ -62,11 +62,11 @@ HWY_INLINE void StoreRow(uint8_t* dest, size_t count, const Pixels& pixels) {
   size_t left = count * kBytes;
   size_t at = 0;
   for (; left >= kVectorBytes; left -= kStride, dest += kStride, at += kVectorBytes) {
-    StorePixels<kBytes>(pixels(at), Bytes(), dest);
+    StoreNarrowed<kBytes>(pixels(at), Bytes(), dest);
   }
   while (left != 0) {
     HWY_ALIGN uint8_t tail[kVectorBytes];
-    StorePixels<kBytes>(pixels(at), Bytes(), tail);
+    StoreNarrowed<kBytes>(pixels(at), Bytes(), tail);
     if (count < kVectorPixels) return static_cast<void>(std::memcpy(dest, tail, left));
     const size_t rest = std::min(left, kStride);
     std::memcpy(dest + rest - kStride, tail, kStride);
@@ -82,8 +82,8 @@ HWY_INLINE uint32_t FractionOf(int64_t y) { return static_cast<uint32_t>(y & (kO
 HWY_INLINE bool LowerIsBase(int64_t y) { return FractionOf(y) >= 0x8000; }
 
 /// The weight of lower - upper: the fraction, or with the lower row as base fraction - 65536.
-HWY_INLINE hn::Vec<Words> DownWeight(int64_t y) {
-  return hn::Set(Words(), static_cast<int16_t>(FractionOf(y)));
+HWY_INLINE hn::Vec<Shorts> DownWeight(int64_t y) {
+  return hn::Set(Shorts(), static_cast<int16_t>(FractionOf(y)));
 }
 
 /// Blends source rows across once and keeps them while destination rows lie between them.
@@ -138,16 +138,16 @@ class KeptRows {
     }
 
     const uint8_t* base;
-    hn::Vec<Words> weight;
+    hn::Vec<Shorts> weight;
   };
 
   static HWY_INLINE Lanes Differences(const int16_t* difference, size_t at) {
-    return {hn::Load(Words(), difference + at),
-            hn::Load(Words(), difference + at + kVectorBytes / 2)};
+    return {hn::Load(Shorts(), difference + at),
+            hn::Load(Shorts(), difference + at + kVectorBytes / 2)};
   }
 
-  template <class Pixels>
-  HWY_INLINE void Emit(uint8_t* dest, const Pixels& pixels) const {
+  template <class PixelsAt>
+  HWY_INLINE void Emit(uint8_t* dest, const PixelsAt& pixels) const {
     if (!streams_) return StoreRow<kBytes>(dest, count_, pixels);
     StreamPieces(dest, count_, kBytes, [&](size_t first, size_t count, uint8_t* piece) {
       StoreRow<kBytes>(piece, count, [&](size_t at) HWY_ATTR { return pixels(first * 4 + at); });
@@ -173,7 +173,7 @@ class KeptRows {
   template <bool kDifference>
   void Fill(const uint8_t* row, uint8_t* filled, const uint8_t* upper) {
     const Bytes d8;
-    const Words d16;
+    const Shorts d16;
     const FilterTable table = table_;  // not to be fetched again after every store
     const size_t end = LaneBytes(count_);
     for (size_t at = 0; at < end; at += kVectorBytes) {
@@ -198,15 +198,15 @@ class KeptRows {
 /// Where a destination row lies between two rows of the source that have been blended across.
 struct Place {
   HWY_INLINE explicit Place(int64_t y)
-      : lower_is_base(hn::Set(Words(), LowerIsBase(y) ? -1 : 0)), weight(DownWeight(y)) {}
+      : lower_is_base(hn::Set(Shorts(), LowerIsBase(y) ? -1 : 0)), weight(DownWeight(y)) {}
 
-  HWY_INLINE hn::Vec<Words> Blend(hn::Vec<Words> upper, hn::Vec<Words> lower) const {
+  HWY_INLINE hn::Vec<Shorts> Blend(hn::Vec<Shorts> upper, hn::Vec<Shorts> lower) const {
     const auto base = hn::IfVecThenElse(lower_is_base, lower, upper);
     return hn::Add(base, hn::MulHigh(hn::Sub(lower, upper), weight));
   }
 
-  hn::Vec<Words> lower_is_base;
-  hn::Vec<Words> weight;
+  hn::Vec<Shorts> lower_is_base;
+  hn::Vec<Shorts> weight;
 };
 
 /// A destination row between two rows of the source.
@@ -215,21 +215,21 @@ struct RowBetween {
   HWY_INLINE RowBetween(int64_t y, const uint8_t* upper, const uint8_t* lower)
       : base(LowerIsBase(y) ? lower : upper),
         other(LowerIsBase(y) ? upper : lower),
-        weight(hn::Set(Words(),
+        weight(hn::Set(Shorts(),
                        static_cast<int16_t>(LowerIsBase(y) ? FractionOf(y) : 0 - FractionOf(y)))) {}
 
-  HWY_INLINE hn::Vec<Words> Blend(const Columns<kReach>& columns) const {
+  HWY_INLINE hn::Vec<Shorts> Blend(const Columns<kReach>& columns) const {
     const auto nearer = columns.Blend(base);
     return hn::Add(nearer, hn::MulHigh(hn::Sub(nearer, columns.Blend(other)), weight));
   }
 
   const uint8_t* base;
   const uint8_t* other;
-  hn::Vec<Words> weight;  ///< of base - other, as between columns
+  hn::Vec<Shorts> weight;  ///< of base - other, as between columns
 };
 
 struct TwoRows {
-  hn::Vec<Words> row, next_row;
+  hn::Vec<Shorts> row, next_row;
 };
 
 /// Two destination rows of which each lies between two rows of its own.

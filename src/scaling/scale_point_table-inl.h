@@ -31,8 +31,6 @@ enum class Fetch {
   kPixel        // singly
 };
 
-constexpr size_t kVectorPixels = kVectorBytes / 4;
-
 /// Whether vectors of 4-byte pixels come from two neighbouring ones of the source. Smaller vectors
 /// have too few pixels for that to pay.
 bool FitsLanes(const ScaleJob& job, size_t count) {
@@ -82,7 +80,7 @@ void FillShuffles(const PointTable& table, size_t count, uint32_t last_load) {
   const size_t whole = bytes / kVectorBytes * kVectorBytes;
   size_t pixel = 0;
   uint32_t channel = 0;
-  for (size_t block = 0; block * kTaken < RoundUpTo(bytes, kVectorBytes); ++block) {
+  for (size_t block = 0; block * kTaken < WholeVectors(bytes); ++block) {
     if (whole != 0 && block * kTaken == whole) {
       // The last vector ends with the row and repeats bytes of the one before.
       pixel = (bytes - kVectorBytes) / kBytes;

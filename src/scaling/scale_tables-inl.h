@@ -39,8 +39,9 @@
 ZAV_BEGIN_TARGET();
 
 using Bytes = hn::ScalableTag<uint8_t>;
-using Words = hn::ScalableTag<int16_t>;
+using Shorts = hn::ScalableTag<int16_t>;
 constexpr size_t kVectorBytes = HWY_LANES(uint8_t);
+constexpr size_t kVectorPixels = kVectorBytes / 4;
 constexpr size_t kBlock = 16;  // bytes of a load
 constexpr size_t kVectorBlocks = kVectorBytes / kBlock;
 constexpr int64_t kOnePixel = 0x10000;
@@ -93,6 +94,10 @@ class TileRoom {
   }
 
  private:
+  // Between two arrays. Their sizes are multiples of 1 KiB, so that without it most would start at
+  // one offset in a page: they would compete for the same sets of the cache, and loads would wait
+  // for stores into another array. Five cache lines keep the alignment, and are more than a vector
+  // of pixels takes of any array.
   static constexpr size_t kSkew = 320;
   static constexpr int64_t kStackColumns = 512;
   static constexpr int64_t kMaxColumns = 8192;  // the tables stay in the second-level cache
@@ -175,8 +180,9 @@ constexpr size_t AlternatingSlot(size_t block) {
   return block - in_group + in_group % 2 * kVectorBlocks + in_group / 2;
 }
 
-constexpr size_t RoundUpTo(size_t value, size_t multiple) {
-  return (value + multiple - 1) / multiple * multiple;
+/// `bytes`, rounded up to whole vectors.
+constexpr size_t WholeVectors(size_t bytes) {
+  return static_cast<size_t>(RoundUp(static_cast<int64_t>(bytes), int64_t{kVectorBytes}));
 }
 
 ZAV_END_TARGET();
