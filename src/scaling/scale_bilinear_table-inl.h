@@ -39,12 +39,12 @@ Reach ReachFor(const ScaleJob& job) {
 using FilterRoom = TileRoom<8 + 8 + 4 + 4 + 4 + 8>;
 
 struct FilterTable {
-  explicit FilterTable(FilterRoom& room)
-      : shuffle(room.Take<uint8_t>(8)),
-        weight(room.Take<int16_t>(8)),
-        load(room.Take<uint32_t>(4)),
-        rows{room.Take<uint8_t>(4), room.Take<uint8_t>(4)},
-        difference(room.Take<int16_t>(8)) {}
+  explicit FilterTable(FilterRoom::Arrays arrays)
+      : shuffle(arrays.Take<uint8_t>(8)),
+        weight(arrays.Take<int16_t>(8)),
+        load(arrays.Take<uint32_t>(4)),
+        rows{arrays.Take<uint8_t>(4), arrays.Take<uint8_t>(4)},
+        difference(arrays.Take<int16_t>(8)) {}
 
   uint8_t* shuffle;     // pairs of bytes: base, other
   int16_t* weight;      // of base - other, two or four lanes to a pixel

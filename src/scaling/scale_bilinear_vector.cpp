@@ -376,7 +376,7 @@ void FilterTile(const ScaleJob& job, const FilterTable& table, int64_t first, si
 template <size_t kBytes>
 void FilterTiles(const ScaleJob& job) {
   FilterRoom room(job.dest_width);
-  const FilterTable table(room);
+  const FilterTable table(room.arrays());
   const Reach reach = ReachFor(job);
   ForEachTile(job, room.columns(), [&](int64_t first, size_t count) {
     switch (reach) {

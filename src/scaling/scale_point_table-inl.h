@@ -58,24 +58,53 @@ Fetch FetchFor(const ScaleJob& job, size_t count) {
 // In bytes per column: at most a 16-byte shuffle and a 4-byte offset for two pixels.
 using PointRoom = TileRoom<8 + 2 + 4>;
 
-struct PointTable {
-  explicit PointTable(PointRoom& room)
-      : shuffle(room.Take<uint8_t>(8)),
-        load(room.Take<uint32_t>(2)),
-        pixel(room.Take<uint32_t>(4)) {}
+// A tile fills one of the following tables, all of which start where the room starts.
 
-  // Lanes and pairs take the place of the shuffles.
-  uint32_t* lanes() const { return reinterpret_cast<uint32_t*>(shuffle); }
-  uint64_t* pairs() const { return reinterpret_cast<uint64_t*>(shuffle); }
+struct ShuffleTable {
+  explicit ShuffleTable(PointRoom::Arrays arrays)
+      : shuffle(arrays.Take<uint8_t>(8)),
+        load(arrays.Take<uint32_t>(2)),
+        pixel(arrays.Take<uint32_t>(4)) {}
 
   uint8_t* shuffle;
   uint32_t* load;
   uint32_t* pixel;  // source offset of each destination pixel
 };
 
+struct LaneTable {
+  explicit LaneTable(PointRoom::Arrays arrays)
+      : lane(arrays.Take<uint32_t>(4)),
+        load(arrays.Take<uint32_t>(2)),
+        pixel(arrays.Take<uint32_t>(4)) {}
+
+  uint32_t* lane;
+  uint32_t* load;
+  uint32_t* pixel;  // as above
+};
+
+struct PairTable {
+  explicit PairTable(PointRoom::Arrays arrays) : pair(arrays.Take<uint64_t>(4)) {}
+
+  uint64_t* pair;
+};
+
+/// Source offsets of `count` pixels from the column `first` on.
+template <size_t kBytes>
+void FillPixels(const ScaleJob& job, int64_t first, size_t count, uint32_t* pixel) {
+  int64_t x = first * job.step_x;
+  for (size_t i = 0; i < count; ++i, x += job.step_x) {
+    pixel[i] = static_cast<uint32_t>(x >> 16) * uint32_t{kBytes};
+  }
+}
+
 /// The shuffles for `kTaken` destination bytes to a load.
 template <size_t kBytes, size_t kTaken>
-void FillShuffles(const PointTable& table, size_t count, uint32_t last_load) {
+void FillShuffles(const ScaleJob& job, int64_t first, size_t count, const ShuffleTable& table) {
+  FillPixels<kBytes>(job, first, count, table.pixel);
+  // A row of less than a vector is filled up with its last pixel.
+  std::fill(table.pixel + count, table.pixel + std::max(count, kVectorBytes),
+            table.pixel[count - 1]);
+  const auto last_load = static_cast<uint32_t>(RowBytes(job) - kBlock);
   const size_t bytes = count * kBytes;
   const size_t whole = bytes / kVectorBytes * kVectorBytes;
   size_t pixel = 0;
@@ -116,10 +145,11 @@ void FillShuffles(const PointTable& table, size_t count, uint32_t last_load) {
 /// Two offsets in one number, the first in its low half: one load then brings both. The last one of
 /// an odd number of columns is not used.
 template <size_t kBytes>
-void FillPairs(const PointTable& table, uint64_t x, uint64_t step, size_t count) {
-  uint64_t* pairs = table.pairs();
+void FillPairs(const ScaleJob& job, int64_t first, size_t count, const PairTable& table) {
+  const auto step = static_cast<uint64_t>(job.step_x);
+  uint64_t x = static_cast<uint64_t>(first) * step;
   for (size_t i = 0; i < count; i += 2, x += 2 * step) {
-    pairs[i / 2] = ((x >> 16) | (x + step) >> 16 << 32) * kBytes;
+    table.pair[i / 2] = ((x >> 16) | (x + step) >> 16 << 32) * kBytes;
   }
 }
 
@@ -127,7 +157,8 @@ constexpr uint32_t kSecondVector = 0x80000000;
 
 /// For each vector of pixels where its first source vector lies, and for each pixel the lane and
 /// which of the two vectors it comes from.
-void FillLanes(const ScaleJob& job, const PointTable& table, size_t count) {
+void FillLanes(const ScaleJob& job, int64_t first, size_t count, const LaneTable& table) {
+  FillPixels<4>(job, first, count, table.pixel);
   const auto last_load = static_cast<uint32_t>(job.source_row_bytes - int64_t{2 * kVectorBytes});
   for (size_t at = 0; at < count; at += kVectorPixels) {
     // The last vector ends with the row and repeats pixels of the one before.
@@ -136,32 +167,9 @@ void FillLanes(const ScaleJob& job, const PointTable& table, size_t count) {
     table.load[at / kVectorPixels] = load;
     for (size_t i = 0; i < kVectorPixels; ++i) {
       const uint32_t lane = (pixel[i] - load) / 4;
-      table.lanes()[at + i] =
+      table.lane[at + i] =
           lane < kVectorPixels ? lane : (lane - uint32_t{kVectorPixels}) | kSecondVector;
     }
-  }
-}
-
-template <size_t kBytes>
-void FillPointTable(const ScaleJob& job, Fetch fetch, int64_t first, size_t count,
-                    const PointTable& table) {
-  int64_t x = first * job.step_x;
-  if (fetch == Fetch::kPixel) {
-    return FillPairs<kBytes>(table, static_cast<uint64_t>(x), static_cast<uint64_t>(job.step_x),
-                             count);
-  }
-  for (size_t i = 0; i < count; ++i, x += job.step_x) {
-    table.pixel[i] = static_cast<uint32_t>(x >> 16) * uint32_t{kBytes};
-  }
-  if (fetch == Fetch::kLanes) return FillLanes(job, table, count);
-  // A row of less than a vector is filled up with its last pixel.
-  std::fill(table.pixel + count, table.pixel + std::max(count, kVectorBytes),
-            table.pixel[count - 1]);
-  const auto last_load = static_cast<uint32_t>(RowBytes(job) - kBlock);
-  if (fetch == Fetch::kWholeBlock) {
-    FillShuffles<kBytes, kBlock>(table, count, last_load);
-  } else {
-    FillShuffles<kBytes, kBlock / 2>(table, count, last_load);
   }
 }
 

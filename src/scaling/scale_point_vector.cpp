@@ -28,7 +28,7 @@ const ScaleKernel& TargetPointKernel() { return PlainPointKernel(); }
 
 /// One vector of destination bytes, `at` a multiple of its size.
 template <Fetch kFetch>
-HWY_INLINE hn::Vec<Bytes> PointVector(const PointTable& table, const uint8_t* row, size_t at) {
+HWY_INLINE hn::Vec<Bytes> PointVector(const ShuffleTable& table, const uint8_t* row, size_t at) {
   const Bytes d;
   if constexpr (kFetch == Fetch::kWholeBlock) {
     return hn::TableLookupBytes(LoadBlocks(d, row, table.load + at / kBlock),
@@ -45,7 +45,7 @@ HWY_INLINE hn::Vec<Bytes> PointVector(const PointTable& table, const uint8_t* ro
 }
 
 template <Fetch kFetch>
-void PointBlocks(const PointTable& table, const uint8_t* row, size_t first, uint8_t* dest,
+void PointBlocks(const ShuffleTable& table, const uint8_t* row, size_t first, uint8_t* dest,
                  size_t bytes) {
   const Bytes d;
   size_t at = 0;
@@ -133,8 +133,8 @@ void PointEvery(const RowSet<kRows>& given, const uint8_t* next, size_t count) {
 class TwoVectors {
  public:
   /// Of the tile's columns from `at` on.
-  HWY_INLINE TwoVectors(const PointTable& table, size_t at)
-      : offset_(table.load[at / kVectorPixels]), lanes_(hn::Load(Pixels(), table.lanes() + at)) {}
+  HWY_INLINE TwoVectors(const LaneTable& table, size_t at)
+      : offset_(table.load[at / kVectorPixels]), lanes_(hn::Load(Pixels(), table.lane + at)) {}
 
   HWY_INLINE hn::Vec<Pixels> Take(const uint8_t* row) const {
     const Pixels d;
@@ -154,7 +154,7 @@ class TwoVectors {
 };
 
 template <size_t kRows>
-void PointLanes(const PointTable& table, const RowSet<kRows>& given, size_t first, size_t count) {
+void PointLanes(const LaneTable& table, const RowSet<kRows>& given, size_t first, size_t count) {
   const RowSet<kRows> rows = given;
   for (size_t at = 0; at < count; at += kVectorPixels) {
     const size_t to = std::min(at, count - kVectorPixels) * 4;
@@ -234,15 +234,18 @@ void PointPixels(const uint64_t* pairs, const RowSet<kRows>& given, const uint8_
 template <size_t kBytes>
 class PointColumns {
  public:
-  PointColumns(const ScaleJob& job, const PointTable& table, int64_t first, size_t count)
+  PointColumns(const ScaleJob& job, const PointRoom& room, int64_t first, size_t count)
       : fetch_(FetchFor<kBytes>(job, count)),
-        table_(table),
+        shuffles_(room.arrays()),
+        lanes_(room.arrays()),
+        pairs_(room.arrays()),
         stride_(static_cast<size_t>(job.step_x >> 16) * kBytes),
         start_(first * job.step_x >> 16),
         step_(job.step_x) {
-    const bool by_table = fetch_ == Fetch::kWholeBlock || fetch_ == Fetch::kHalfBlock ||
-                          fetch_ == Fetch::kLanes || fetch_ == Fetch::kPixel;
-    if (by_table) FillPointTable<kBytes>(job, fetch_, first, count, table);
+    if (fetch_ == Fetch::kWholeBlock) FillShuffles<kBytes, kBlock>(job, first, count, shuffles_);
+    if (fetch_ == Fetch::kHalfBlock) FillShuffles<kBytes, kBlock / 2>(job, first, count, shuffles_);
+    if (fetch_ == Fetch::kLanes) FillLanes(job, first, count, lanes_);
+    if (fetch_ == Fetch::kPixel) FillPairs<kBytes>(job, first, count, pairs_);
   }
 
   /// Makes `count` pixels from the column `at` of the tile on: all that are left, or both multiples
@@ -266,16 +269,16 @@ class PointColumns {
         PointStride<kBytes>(From(row, at), stride_, dest, count);
         break;
       case Fetch::kWholeBlock:
-        PointBlocks<Fetch::kWholeBlock>(table_, row, at * kBytes, dest, count * kBytes);
+        PointBlocks<Fetch::kWholeBlock>(shuffles_, row, at * kBytes, dest, count * kBytes);
         break;
       case Fetch::kHalfBlock:
-        PointBlocks<Fetch::kHalfBlock>(table_, row, at * kBytes, dest, count * kBytes);
+        PointBlocks<Fetch::kHalfBlock>(shuffles_, row, at * kBytes, dest, count * kBytes);
         break;
       case Fetch::kLanes:
-        PointLanes<1>(table_, {{row}, {dest}}, at, count);
+        PointLanes<1>(lanes_, {{row}, {dest}}, at, count);
         break;
       case Fetch::kPixel:
-        PointPixels<kBytes, 1>(table_.pairs() + at / 2, {{row}, {dest}}, next, count);
+        PointPixels<kBytes, 1>(pairs_.pair + at / 2, {{row}, {dest}}, next, count);
         break;
     }
   }
@@ -296,9 +299,9 @@ class PointColumns {
       case Fetch::kFourth:
         return PointEvery<4>(begun, nullptr, count);
       case Fetch::kLanes:
-        return PointLanes(table_, rows, 0, count);
+        return PointLanes(lanes_, rows, 0, count);
       default:
-        return PointPixels<4>(table_.pairs(), rows, nullptr, count);
+        return PointPixels<4>(pairs_.pair, rows, nullptr, count);
     }
   }
 
@@ -309,15 +312,17 @@ class PointColumns {
   }
 
   Fetch fetch_;
-  const PointTable& table_;
+  ShuffleTable shuffles_;
+  LaneTable lanes_;
+  PairTable pairs_;
   size_t stride_;
   int64_t start_;  // source column
   int64_t step_;
 };
 
 template <size_t kBytes>
-void PointTile(const ScaleJob& job, const PointTable& table, int64_t first, size_t count) {
-  const PointColumns<kBytes> columns(job, table, first, count);
+void PointTile(const ScaleJob& job, const PointRoom& room, int64_t first, size_t count) {
+  const PointColumns<kBytes> columns(job, room, first, count);
   // Where the source is the larger one, reading it is what takes the time.
   const bool streams = job.step_x < kOnePixel && StreamsRows(job, count);
   // Where the source is far, the next row is asked for instead.
@@ -357,9 +362,8 @@ void PointTile(const ScaleJob& job, const PointTable& table, int64_t first, size
 template <size_t kBytes>
 void PointTiles(const ScaleJob& job) {
   PointRoom room(job.dest_width);
-  const PointTable table(room);
   ForEachTile(job, room.columns(),
-              [&](int64_t first, size_t count) { PointTile<kBytes>(job, table, first, count); });
+              [&](int64_t first, size_t count) { PointTile<kBytes>(job, room, first, count); });
 }
 
 void Point(const ScaleJob& job) {

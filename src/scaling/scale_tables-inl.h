@@ -77,7 +77,7 @@ class TileRoom {
     heap_ = AllocateBytes(columns * int64_t{kBytesPerColumn} + int64_t{kVectorBytes + 8 * kSkew});
     if (heap_ == nullptr) return;
     columns_ = columns;
-    next_ = heap_ + (kVectorBytes - reinterpret_cast<uintptr_t>(heap_) % kVectorBytes);
+    start_ = heap_ + (kVectorBytes - reinterpret_cast<uintptr_t>(heap_) % kVectorBytes);
   }
   TileRoom(const TileRoom&) = delete;
   TileRoom& operator=(const TileRoom&) = delete;
@@ -85,13 +85,24 @@ class TileRoom {
 
   int64_t columns() const { return columns_; }
 
-  /// The next array of so many bytes per column.
-  template <typename T>
-  T* Take(size_t bytes_per_column) {
-    T* array = reinterpret_cast<T*>(next_);
-    next_ += bytes_per_column * static_cast<size_t>(columns_) + kSkew;
-    return array;
-  }
+  /// Divides the room into arrays, from its start on.
+  class Arrays {
+   public:
+    explicit Arrays(const TileRoom& room) : next_(room.start_), columns_(room.columns_) {}
+
+    /// The next array of so many bytes per column.
+    template <typename T>
+    T* Take(size_t bytes_per_column) {
+      T* array = reinterpret_cast<T*>(next_);
+      next_ += bytes_per_column * static_cast<size_t>(columns_) + kSkew;
+      return array;
+    }
+
+   private:
+    uint8_t* next_;
+    int64_t columns_;
+  };
+  Arrays arrays() const { return Arrays(*this); }
 
  private:
   // Between two arrays. Their sizes are multiples of 1 KiB, so that without it most would start at
@@ -104,7 +115,7 @@ class TileRoom {
 
   HWY_ALIGN uint8_t stack_[kStackColumns * kBytesPerColumn + 8 * kSkew];
   uint8_t* heap_ = nullptr;
-  uint8_t* next_ = stack_;
+  uint8_t* start_ = stack_;
   int64_t columns_ = kStackColumns;
 };
 
