@@ -84,13 +84,27 @@ bool Widen24To32Swap(ZAV_CONVERTER& converter) {
 
 void SwapRedBlue32(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
                    int32_t source_pitch, int32_t dest_pitch) {
-  Shuffle(Rows(source, dest, width, height, source_pitch, dest_pitch, 4, 4),
+  Shuffle(Rows(RowLayout{.source = source,
+                         .dest = dest,
+                         .width = width,
+                         .height = height,
+                         .source_pitch = source_pitch,
+                         .dest_pitch = dest_pitch,
+                         .source_bytes = 4,
+                         .dest_bytes = 4}),
           &TrueColorRows::swap_red_blue_32);
 }
 
 void SwapRedBlue24(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
                    int32_t source_pitch, int32_t dest_pitch) {
-  Shuffle(Rows(source, dest, width, height, source_pitch, dest_pitch, 3, 3),
+  Shuffle(Rows(RowLayout{.source = source,
+                         .dest = dest,
+                         .width = width,
+                         .height = height,
+                         .source_pitch = source_pitch,
+                         .dest_pitch = dest_pitch,
+                         .source_bytes = 3,
+                         .dest_bytes = 3}),
           &TrueColorRows::swap_red_blue_24);
 }
 

@@ -11,30 +11,43 @@
 
 namespace zav {
 
+/// Two pictures of one size: one to read, and one to write.
+struct RowLayout {
+  const uint8_t* source;
+  uint8_t* dest;
+  int32_t width, height;
+  int32_t source_pitch, dest_pitch;
+  int32_t source_bytes, dest_bytes;  ///< per pixel
+};
+
 /// A picture's rows on both sides as row functions see them. Where neither side has padding the
 /// whole picture is one long row, which spares narrow pictures the per-row start and tail.
 struct Rows {
-  Rows(const uint8_t* source_pixels, uint8_t* dest_pixels, int32_t columns, int32_t rows,
-       int32_t source_step, int32_t dest_step, int32_t source_pixel, int32_t dest_pixel)
-      : source(source_pixels),
-        dest(dest_pixels),
-        source_pitch(source_step),
-        dest_pitch(dest_step),
-        source_bytes(static_cast<size_t>(source_pixel)),
-        dest_bytes(static_cast<size_t>(dest_pixel)) {
-    if (columns < 1 || rows < 1) return;
-    width = static_cast<size_t>(columns);
-    height = static_cast<size_t>(rows);
-    if (source_pitch == int64_t{columns} * source_pixel &&
-        dest_pitch == int64_t{columns} * dest_pixel) {
+  explicit Rows(const RowLayout& layout)
+      : source(layout.source),
+        dest(layout.dest),
+        source_pitch(layout.source_pitch),
+        dest_pitch(layout.dest_pitch),
+        source_bytes(static_cast<size_t>(layout.source_bytes)),
+        dest_bytes(static_cast<size_t>(layout.dest_bytes)) {
+    if (layout.width < 1 || layout.height < 1) return;
+    width = static_cast<size_t>(layout.width);
+    height = static_cast<size_t>(layout.height);
+    if (source_pitch == int64_t{layout.width} * layout.source_bytes &&
+        dest_pitch == int64_t{layout.width} * layout.dest_bytes) {
       width *= height;
       height = 1;
     }
   }
   explicit Rows(const ZAV_CONVERTER& converter)
-      : Rows(converter.source.pixels, converter.dest.pixels, converter.source.width,
-             converter.source.height, converter.source.pitch, converter.dest.pitch,
-             BytesPerPixel(converter.source.format), BytesPerPixel(converter.dest.format)) {}
+      : Rows(RowLayout{.source = converter.source.pixels,
+                       .dest = converter.dest.pixels,
+                       .width = converter.source.width,
+                       .height = converter.source.height,
+                       .source_pitch = converter.source.pitch,
+                       .dest_pitch = converter.dest.pitch,
+                       .source_bytes = BytesPerPixel(converter.source.format),
+                       .dest_bytes = BytesPerPixel(converter.dest.format)}) {}
 
   /// Whether to stream: large destinations with rows of many cache lines; not in place, where every
   /// line that is written has just been read.
