@@ -60,7 +60,7 @@ void BareWrite(benchmark::State& state) {
   state.SetBytesProcessed(state.iterations() * kBytes);
 }
 
-/// Looks at one byte of every page, as little as a use of the pixels can be.
+/// Reads one byte of every page, the least that any use of the pixels does.
 uint32_t WalkPages(const uint8_t* bytes) {
   uint32_t sum = 0;
   for (int64_t i = 0; i < kBytes; i += 4096) sum += bytes[i];

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// DXT decoding, and encoding by the vector and the plain code. Quality and the encoders of others
-// are dxt_quality's subject.
+// DXT decoding, and encoding by the vector and the plain code. dxt_quality measures quality and the
+// encoders of others.
 
 #include <benchmark/benchmark.h>
 

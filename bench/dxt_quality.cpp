@@ -1,11 +1,11 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// dxt_quality TEXTURES: how near DXT blocks come to their pictures, and how fast they are made, by
-// this library and its peers, on the textures that dxt_textures.py picked. Single-threaded; the
-// best of several runs, every peer in the same run. Colours are measured in DXT1 with opaque
-// pixels, alpha in DXT5. PSNR is that of all textures taken together ("pooled") and the mean of the
-// textures'; "shown" decodes as hardware does, "own" as the library does.
+// dxt_quality TEXTURES: how close DXT blocks come to their pictures and how fast they are encoded,
+// by this library and its peers, on the textures picked by dxt_textures.py. Single-threaded; the
+// best of several runs, with every peer in each run. Colors are measured in DXT1 with opaque
+// pixels, alpha in DXT5. PSNR is given over all textures together ("pooled") and as the mean over
+// textures; "shown" decodes as hardware does, "own" as the library does.
 
 #include <algorithm>
 #include <chrono>
@@ -125,7 +125,7 @@ Bytes DecodeOwn(const Bytes& blocks, const Texture& texture, int variant) {
 
 // ---- measuring ----------------------------------------------------------------------------------
 
-/// Squared differences and how many there are.
+/// Squared differences and their count.
 struct Errors {
   double sum = 0;
   double count = 0;
@@ -194,7 +194,7 @@ std::vector<Peer> Peers(int variant) {
 
 void Measure(const std::vector<Texture>& textures, int variant, bool alpha) {
   std::printf("\nDXT%d, %s, %zu textures\n%-20s %14s %12s %14s %8s %s\n", variant,
-              alpha ? "alpha" : "colours", textures.size(), "", "shown: pooled", "mean",
+              alpha ? "alpha" : "colors", textures.size(), "", "shown: pooled", "mean",
               "own: pooled", "MP/s", "time against zav");
   double zav_seconds = 0;
   for (const Peer& peer : Peers(variant)) {

@@ -4,7 +4,7 @@
 """Picks textures for dxt_quality out of the data packages of free games.
 
 dxt_textures.py OUT [PACKAGE...] downloads the packages (apt-get download), unpacks them, and writes
-24 textures with many colours (color_NN.bgra) and 20 with soft alpha (alpha_NN.bgra), at most 512
+24 textures with many colors (color_NN.bgra) and 20 with soft alpha (alpha_NN.bgra), at most 512
 pixels a side, never more than one from a folder. A file is width and height (32 bits, little-endian)
 and B, G, R, A bytes. The choice is repeatable for the same packages. Needs PIL (python3-pil).
 """

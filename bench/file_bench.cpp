@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// From a file in memory to 32-bit pixels, ours and peers on the same bytes. Rows are called
-// File/<kind>_<content>/<side>/<who>; PIL's come from a Python program that this one runs, so they
-// hold its best time, where the others hold the mean.
+// From a file in memory to 32-bit pixels, by this library and its peers, from the same bytes. Rows
+// are called File/<kind>_<content>/<side>/<who>. PIL is timed by a Python program that this one
+// runs; its rows hold the best time, the others the mean.
 
 #include <benchmark/benchmark.h>
 #include <unistd.h>
@@ -53,7 +53,7 @@ void Photo(Bytes& pixels, size_t side, size_t pixel_bytes) {
   }
 }
 
-/// Rectangles of one colour each over each other, some of them tiny.
+/// Overlapping rectangles of one color each, some of them tiny.
 void FlatArt(Bytes& pixels, size_t side, size_t pixel_bytes) {
   zav::test::Random random(4);
   for (int i = 0; i < 1500; ++i) {
@@ -72,7 +72,7 @@ void FlatArt(Bytes& pixels, size_t side, size_t pixel_bytes) {
   }
 }
 
-/// Packets as encoders write them: runs of two and more, rows on their own.
+/// Packets as encoders write them: runs of two or more, none across rows.
 void AppendPackets(Bytes& file, const uint8_t* row, size_t width, size_t p) {
   const auto equal = [&](size_t a, size_t b) {
     return std::memcmp(row + a * p, row + b * p, p) == 0;
@@ -298,7 +298,7 @@ const int registered = [] {
   };
   for (const Kind& kind : kKinds) {
     for (bool flat : {false, true}) {
-      if (flat && !kind.packets) continue;  // raw pixels cost the same whatever they show
+      if (flat && !kind.packets) continue;  // raw pixels cost the same for any picture
       for (size_t side : {size_t{512}, size_t{2048}}) {
         Register("zav", DecodeZav, kind, flat, side);
 #ifdef ZAV_PEER_STB

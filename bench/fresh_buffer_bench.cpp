@@ -9,10 +9,9 @@
 
 #include "zav.h"
 
-// A host's whole conversion into a buffer that did not exist before, freed afterwards: "zav" lets
-// the library allocate, "malloc" supplies a buffer from malloc, "warm" the same buffer every time,
-// so that zav / warm shows what fresh memory costs. The counter has the page faults of a
-// conversion.
+// A host's whole conversion into a new buffer that is freed afterwards: "zav" lets the library
+// allocate, "malloc" supplies a buffer from malloc, "warm" the same buffer every time, so zav /
+// warm shows the cost of fresh memory. The counter has the page faults of a conversion.
 
 namespace {
 

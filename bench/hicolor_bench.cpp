@@ -49,8 +49,8 @@ struct Buffers {
     std::free(to.pixels);
   }
 
-  /// In memory of its own at the start of a cache line, so that no implementation depends on where
-  /// an allocation happens to lie.
+  /// In separate memory at the start of a cache line, so that no implementation depends on where an
+  /// allocation happens to be.
   static ZAV_GFXDEF Aligned(const Picture& picture) {
     ZAV_GFXDEF definition = picture.definition;
     definition.pixels = static_cast<uint8_t*>(std::aligned_alloc(4096, picture.pixels.size()));
@@ -101,7 +101,7 @@ void RegisterLibyuv(const char* kernel, int32_t source, int32_t dest, LibyuvRow 
   });
 }
 
-/// There is no direct way: two steps with a row's worth of 32-bit pixels between them.
+/// There is no direct conversion: two steps with a row of 32-bit pixels between them.
 int Rgb24ToRgb565(const uint8_t* source, int source_pitch, uint8_t* dest, int dest_pitch, int width,
                   int height) {
   std::vector<uint8_t> row(static_cast<size_t>(width) * 4);
@@ -145,12 +145,12 @@ void RegisterOpencv(const char* kernel, int32_t source, int32_t dest, int code) 
 }
 #endif
 
-/// As many bytes read and written together as the conversion's.
+/// Reads and writes as many bytes in total as the conversion.
 void Copy(Buffers& b) {
   const size_t side = static_cast<size_t>(b.side);
   const auto pixel = static_cast<size_t>(BytesPerPixel(b.from.format) + BytesPerPixel(b.to.format));
   const bool widens = b.to.pitch > b.from.pitch;
-  // Within the larger buffer, so that as much memory is used too.
+  // Within the larger buffer, so that the same amount of memory is used.
   uint8_t* const larger = widens ? b.to.pixels : b.from.pixels;
   const size_t half = side * side * pixel / 2;
   const size_t larger_bytes = side * static_cast<size_t>(widens ? b.to.pitch : b.from.pitch);

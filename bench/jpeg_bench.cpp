@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// JPEG data beside the codec called directly for the same work. Rows are called
-// Jpeg/<decode or encode>_<what>/<side>/<who>. For four channels whoever calls the codec directly
-// takes its colour steps for inks, and turns those round in a loop over each row.
+// JPEG data, compared with direct calls of the codec for the same work. Rows are called
+// Jpeg/<decode or encode>_<what>/<side>/<who>. For four channels the direct calls use the codec's
+// conversion for inks, and invert those in a loop over each row.
 
 #ifdef ZAV_HAVE_JPEG
 
@@ -112,7 +112,7 @@ void DecodeDirectly(const Bytes& file, int channels) {
   codec.out_color_space = channels == 4 ? JCS_CMYK : JCS_EXT_BGRA;
   jpeg_start_decompress(&codec);
   const size_t pitch = size_t{codec.output_width} * 4;
-  // As the library does it: what fresh memory costs is measured elsewhere.
+  // As the library does it; the cost of fresh memory is measured elsewhere.
   uint8_t* pixels = zav::AllocateBytes(static_cast<int64_t>(pitch * codec.output_height));
   while (codec.output_scanline < codec.output_height) {
     JSAMPROW row = pixels + codec.output_scanline * pitch;

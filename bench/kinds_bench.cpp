@@ -22,11 +22,11 @@ constexpr int32_t kCell = 128;
 constexpr int64_t kBytes = int64_t{kSide} * kSide * 4;
 
 /// A sheet of 16 x 16 sprites: round ones of different sizes with the grain of photographs, on
-/// nothing.
+/// transparent ground.
 Picture& SpriteSheet() {
   static Picture picture = [] {
     Picture made = zav::test::NoisePicture(ZAV_FMT_BGRA32, kSide, kSide, 0, 1);
-    // 32 sprites before one comes again, further away than the packer looks.
+    // 32 sprites before one repeats, further away than the packer searches.
     const auto photo = zav::test::MakePackerContent(PackerContent::kInterleaved, 256 * 2048 * 4);
     for (int32_t y = 0; y < kSide; ++y) {
       for (int32_t x = 0; x < kSide; ++x) {

@@ -64,7 +64,7 @@ void Plain(benchmark::State& state, int32_t side, bool opaque) {
 }
 
 #ifdef ZAV_PEER_LIBYUV
-/// Its box filter has no weights: for orientation.
+/// Its box filter has no weights, so this is only for orientation.
 void Libyuv(benchmark::State& state, int32_t side, bool opaque) {
   Level level(side, opaque);
   const ZAV_SURFACE& source = level.surfaces.source;

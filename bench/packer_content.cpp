@@ -66,8 +66,8 @@ uint8_t BlockByte(int32_t x, int32_t y, int32_t k) {
   }
   if (k < 4) {
     const int32_t grey = (k < 2 ? high : low) >> 3;
-    const int32_t colour = grey << 11 | grey << 6 | grey;
-    return static_cast<uint8_t>(k % 2 == 0 ? colour : colour >> 8);
+    const int32_t color = grey << 11 | grey << 6 | grey;
+    return static_cast<uint8_t>(k % 2 == 0 ? color : color >> 8);
   }
   int32_t bits = 0;
   for (int32_t i = 3; i >= 0; --i) {

@@ -8,7 +8,7 @@
 
 namespace zav::test {
 
-/// The kinds of bytes that the packer is handed, as repeatable imitations.
+/// Repeatable imitations of the kinds of bytes that the packer gets.
 enum class PackerContent {
   kPlanar,       ///< one channel of a photograph
   kPlanar5,      ///< the same with 5 bits kept
@@ -16,7 +16,7 @@ enum class PackerContent {
   kDrawn,        ///< one channel of a drawing: flat shapes, hatching, a gradient
   kIndices,      ///< a dithered palettized picture
   kMask,         ///< alpha of a few shapes with soft edges
-  kBlocks,       ///< 4x4 blocks of two end colours and sixteen 2-bit indices
+  kBlocks,       ///< 4x4 blocks of two end colors and sixteen 2-bit indices
   kNoise,        ///< does not shrink
 };
 inline constexpr PackerContent kAllPackerContents[] = {

@@ -48,8 +48,8 @@ void Plain(benchmark::State& state, const ColorPicture& colors, int32_t side) {
   SetPixels(state, side);
 }
 
-/// PIL measures itself, on the same pixels, handed over as a file. One iteration is the least of
-/// several runs, so that the interpreter's start and first use are not in it.
+/// PIL measures itself on the same pixels, passed as a file. One iteration is the least of several
+/// runs, so the interpreter's start and first use are not included.
 void Pil(benchmark::State& state, const ColorPicture& colors, int32_t side) {
   Picture picture = MakeColorPicture(colors, side, side);
   std::string path = "/tmp/zav_quantizer_XXXXXX";

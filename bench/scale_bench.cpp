@@ -31,7 +31,7 @@ struct Size {
   int32_t height;
 };
 
-// Source and destination in the second-level cache; both well beyond the last level.
+// Source and destination in the second-level cache, or both well beyond the last level.
 constexpr Size kSizes[] = {{"cache", 240, 180}, {"memory", 4800, 3600}};
 
 // Sides as parts of the larger picture's. The odd ratios have no simple step in either direction.

@@ -19,8 +19,8 @@
 #endif
 
 // Rows are named TrueColor/kernel/side/implementation. "memcpy" and "streamed" copy half of the
-// bytes that the kernel reads and writes together, and so move as many. "plain" is the plain twin
-// in the same walk.
+// bytes that the kernel reads and writes, and so move as many. "plain" is the plain twin in the
+// same walk.
 
 namespace zav {
 namespace {

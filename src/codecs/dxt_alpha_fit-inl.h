@@ -27,7 +27,7 @@ struct AlphaBlock {
 };
 
 /// Fits the two ends of an interpolated alpha block, and assigns every pixel one of the eight
-/// values. Pixels stand in pairs: pixel k in the low half of a lane, pixel k + 8 in the high half.
+/// values. Pixels come in pairs: pixel k in the low half of a lane, pixel k + 8 in the high half.
 ///
 /// kSteps is 7 where all values lie between the ends, 5 where two of the eight are 0 and 255.
 template <typename L, int32_t kSteps>
@@ -46,7 +46,7 @@ class AlphaFit {
     if (L::AllZero(best_.error)) return best_;
     Solve(low, high);
     Assign(low, high);
-    // Most blocks take the seven steps in the end; a second pass and a search pay for them only.
+    // Most blocks end up with the seven steps; only they are worth a second pass and a search.
     if (kSteps == 7) {
       Solve(low, high);
       SearchAround(low, high);
@@ -59,7 +59,7 @@ class AlphaFit {
   static V Pair(int32_t v) { return L::Set(v | v << 16); }
   static V HalvesSum(V v) { return L::Add(L::And(v, L::Set(0xFFFF)), L::Shr(16, v)); }
 
-  /// All ones in halves whose pixel takes part in the fit; 0 and 255 have values of their own.
+  /// All ones in halves whose pixel takes part in the fit; 0 and 255 are values outside it.
   static V Counts(V pair) {
     if (kSteps == 7) return L::Set(-1);
     return L::And(L::Gt16(pair, L::Set(0)), L::Gt16(Pair(255), pair));
@@ -76,7 +76,7 @@ class AlphaFit {
     high_ = L::Max(L::Max(L::And(high, L::Set(255)), L::Shr(16, high)), low_);
   }
 
-  /// Least squares ends for the assignment to the steps of the line from low to high.
+  /// Least-squares ends for the assignment to the steps of the line from low to high.
   void Solve(V& low, V& high) const {
     const V range = L::Sub(high, low);
     const V low_pair = Both(low);
@@ -124,7 +124,8 @@ class AlphaFit {
     return L::Min(L::Quotient(L::Add(scaled, half), determinant), L::Set(255));
   }
 
-  /// Ends a little apart from least squares: values are truncated and pixels few.
+  /// Ends near the least-squares ones: values are truncated and pixels are few, so these may be
+  /// better.
   void SearchAround(V low, V high) {
     static constexpr int32_t kAside[][2] = {{0, 0}, {-1, 0}, {1, 0}, {0, -1}, {0, 1}};
     for (const auto& aside : kAside) {
@@ -134,10 +135,10 @@ class AlphaFit {
     }
   }
 
-  /// Assigns every pixel to the nearest of the values between the ends; kept when it is the best so
-  /// far.
+  /// Assigns every pixel to the nearest of the values between the ends; keeps the result when it is
+  /// the best so far.
   void Assign(V low, V high) {
-    // With the greater end first the decoder knows seven steps, otherwise five.
+    // The decoder uses seven steps when the greater end comes first, otherwise five.
     const V ends[2] = {kSteps == 7 ? high : low, kSteps == 7 ? low : high};
     V values[8] = {Both(ends[0]), Both(ends[1])};
     for (int32_t j = 1; j < kSteps; ++j) {

@@ -66,7 +66,7 @@ class BlockEncoder {
     }
   }
 
-  /// All ones in lanes whose colours all are multiples of 8, 4 and 8.
+  /// All ones in lanes whose colors are all multiples of 8, 4 and 8.
   static V OnGrid(const BlockPixels<L>& pixels) {
     V low_bits = L::Set(0);
     for (int i = 0; i < 16; ++i) {
@@ -81,17 +81,16 @@ class BlockEncoder {
   static V Low(V ends) { return L::And(ends, L::Set(0xFFFF)); }
   static V High(V ends) { return L::And(L::Shr(16, ends), L::Set(0xFFFF)); }
 
-  /// DXT1 knows by the order of the ends whether a block has four colours or three and
-  /// transparency.
+  /// In DXT1 the order of the ends says whether a block has four colors, or three and transparency.
   static ColorBlock<L> PunchThrough(const BlockColors<L>& colors) {
     ColorBlock<L> four = ColorFit<L, 3>(colors).Run();
     ColorBlock<L> three = ColorFit<L, 2>(colors).Run();
-    // Four: the greater word first. Equal words would mean three colours: all pixels take the one.
+    // Four: the greater word first. Equal words would mean three colors: all pixels take the first.
     const M ascending = L::Gt(High(four.ends), Low(four.ends));
     four.indices = L::Select(ascending, L::Xor(four.indices, L::Set(0x55555555)), four.indices);
     four.ends = L::Select(ascending, Swapped(four.ends), four.ends);
     four.indices = L::Select(L::Eq(High(four.ends), Low(four.ends)), L::Set(0), four.indices);
-    // Three: the greater word last; index 2, between, and 3, transparent, stay.
+    // Three: the greater word last; indices 2 (between) and 3 (transparent) stay.
     const M descending = L::Gt(Low(three.ends), High(three.ends));
     const V ends_only = L::AndNot(L::Shr(1, three.indices), L::Set(0x55555555));
     three.indices = L::Select(descending, L::Xor(three.indices, ends_only), three.indices);

@@ -7,7 +7,7 @@
 
 namespace zav {
 
-/// The most blocks that an encoder takes at once.
+/// The most blocks an encoder takes at once.
 inline constexpr size_t kMostDxtLanes = 16;
 
 enum class DxtAlpha { kPunchThrough, kExplicit, kInterpolated };
@@ -17,8 +17,8 @@ enum class DxtAlpha { kPunchThrough, kExplicit, kInterpolated };
 using DxtEncodeBlocks = void (*)(const uint32_t (*rows)[4 * kMostDxtLanes], DxtAlpha alpha,
                                  uint8_t* blocks, size_t count);
 
-/// For every 8-bit value the pair of stored ends, the second shifted left by 8, of which a third
-/// of the way (or half, with two steps) comes nearest to it.
+/// For every 8-bit value, the pair of stored ends (the second shifted left by 8) whose point a
+/// third of the way between them (half, with two steps) is nearest to it.
 struct OneColorEnds {
   int32_t five[2][256];
   int32_t six[2][256];
@@ -36,7 +36,7 @@ constexpr OneColorEnds MakeOneColorEnds() {
           const int shown_a = a << (8 - bits) | a >> (2 * bits - 8);
           const int shown_b = b << (8 - bits) | b >> (2 * bits - 8);
           const int mixed = (steps - 1) * shown_a + shown_b;
-          // Of equal errors the closest pair: decoders differ in how they round between.
+          // Among equal errors, the closest pair: decoders round differently in between.
           const int spread = shown_a > shown_b ? shown_a - shown_b : shown_b - shown_a;
           const int low = mixed / steps - 3 < 0 ? 0 : mixed / steps - 3;
           for (int value = low; value <= 255 && value <= low + 7; ++value) {

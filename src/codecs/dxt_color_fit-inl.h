@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// The block encoder, written once against a handful of lane operations: a lane holds one block, so
-// that a vector of 32-bit lanes encodes as many blocks at once. The plain code is the instantiation
-// with one lane, and every instruction set computes the same integers.
+// The block encoder, written once against a set of lane operations. A lane holds one block, so a
+// vector of 32-bit lanes encodes as many blocks at once. The plain code is the instantiation with
+// one lane; every instruction set computes the same integers.
 //
-// `Lanes` offers V (32-bit lanes), M (masks) and static operations. Some take a V as two 16-bit
-// numbers side by side:
+// `L` offers V (32-bit lanes), M (masks) and static operations. Some treat a lane as two 16-bit
+// numbers:
 //   Set, Add, Sub, Mul, And, Or, Xor, AndNot(a, b) = ~a & b, Min, Max, Shl(n, v), Shr(n, v)
 //   (arithmetic), ShrBy(v, n) with an n per lane, Gt, Eq, Select(mask, yes, no),
 //   Bits(mask) = all ones or zero, Lookup(table, indices), AllZero(v) of all lanes
@@ -32,7 +32,7 @@
 
 ZAV_BEGIN_TARGET();
 
-// GCC compiles implicit constructors outside of the instruction set, so these have their own.
+// GCC compiles implicit constructors without the instruction set, so these are written out.
 
 /// The 16 pixels of each lane's block, row by row.
 template <typename L>
@@ -42,10 +42,10 @@ struct BlockPixels {
   V green_blue[16];  ///< green | blue << 16
   V red[16];
   V alpha[16];
-  V opaque[16];  ///< all ones where the pixel counts, else zero; its colours are zero then
+  V opaque[16];  ///< all ones where the pixel counts, else zero; its colors are zero then
 };
 
-/// Two ends of a colour line, as stored (5, 6, 5 bits) and as shown (8 bits).
+/// Two ends of a color line, as stored (5, 6, 5 bits) and as shown (8 bits).
 template <typename L>
 struct ColorEnds {
   using V = typename L::V;
@@ -53,7 +53,7 @@ struct ColorEnds {
   V red[2], green[2], blue[2];
 };
 
-/// What a fit gives: the colour block's two words, and its squared error over the block.
+/// The result of a fit: the color block's two words, and its squared error over the block.
 template <typename L>
 struct ColorBlock {
   using V = typename L::V;
@@ -62,17 +62,16 @@ struct ColorBlock {
   V error;
 };
 
-/// The colours of each lane's block, summed up: what the fits with three and with four colours
-/// share.
+/// Sums over the colors of each lane's block, which the fits with three and four colors share.
 template <typename L>
 class BlockColors {
   using V = typename L::V;
   using M = typename L::M;
 
  public:
-  /// `shown_grid`: lanes whose pixels all lie on the library's own 5-6-5 grid, which are fitted as
-  /// the library widens them (zeros in the low bits) instead of as renderers do (high bits
-  /// repeated).
+  /// `shown_grid`: lanes whose pixels all lie on the library's 5-6-5 grid. They are fitted for
+  /// colors widened as the library does it (zeros in the low bits) instead of as renderers do (high
+  /// bits repeated).
   BlockColors(const BlockPixels<L>& block, V shown_grid) : pixels(block), grid(shown_grid) {
     count = green_blue_sum = red_sum = L::Set(0);
     for (int i = 0; i < 16; ++i) {
@@ -126,7 +125,7 @@ class BlockColors {
     rb = center(rb, red, blue);
     gb = center(gb, green, blue);
 
-    // Power iteration, from the row of the greatest variance. Numbers are kept to 12 bits.
+    // Power iteration, from the row of the greatest variance. Numbers are limited to 12 bits.
     const V scale = Excess(L::Max(rr, L::Max(gg, bb)));
     rr = L::ShrBy(rr, scale);
     gg = L::ShrBy(gg, scale);
@@ -174,11 +173,11 @@ class BlockColors {
   }
 };
 
-/// Fits lines of kSteps + 1 colours: 3 steps for four colours, 2 for three (and transparency).
+/// Fits lines of kSteps + 1 colors: 3 steps for four colors, 2 for three (and transparency).
 ///
-/// Pixels are assigned to the steps of a first line along the principal axis; least squares then
-/// give the ends that suit the assignment best, which in turn assign the pixels anew. The best ends
-/// met are kept.
+/// Pixels are assigned to the steps of a first line along the principal axis. Least squares give
+/// the best ends for that assignment, and the pixels are assigned again by those ends. The best
+/// ends found are kept.
 template <typename L, int kSteps>
 class ColorFit {
   using V = typename L::V;
@@ -192,15 +191,15 @@ class ColorFit {
   ColorBlock<L> Run() {
     StartWithOneColor();
     // Thresholds in 256ths of the axis. The first line's ends are the outermost pixels; the
-    // second's lie nearer together, which suits blocks with two clusters.
+    // second's are closer together, which suits blocks with two clusters.
     static constexpr int32_t kThresholds[2][2][3] = {{{64, 192, 0}, {96, 160, 0}},
                                                      {{43, 128, 213}, {80, 128, 176}}};
     for (int i = 0; i < (kSteps == 3 ? 2 : 1); ++i) {
       const int32_t* thresholds = kThresholds[kSteps - 2][i];
       const Ends ends = Solve(Assign(colors_.place, colors_.start, colors_.length, thresholds));
       if (colors_.all_flat) break;
-      // A flat block is done, whatever its neighbours in the vector still need: results must not
-      // depend on who they are.
+      // A flat block is done even if others in the vector are not: results must not depend on which
+      // blocks share a vector.
       best_cost_ = L::Select(L::Eq(colors_.length, L::Set(0)), L::Set(-0x7FFFFFFF), best_cost_);
       Solve(AssignToLine(ends));
     }
@@ -208,7 +207,7 @@ class ColorFit {
   }
 
  private:
-  /// Which of the line's colours each pixel takes, summed up: counts of pixels at or beyond step 1,
+  /// Sums over the assignment of pixels to the line's colors: counts of pixels at or beyond step 1,
   /// 2, 3, and the pixels' channels weighted by their step.
   struct Assignment {
     V beyond[3];
@@ -287,7 +286,7 @@ class ColorFit {
     return {a, squares, c, L::Select(singular, mean, determinant), singular};
   }
 
-  /// The ends that suit the assignment best; kept when they are the best so far.
+  /// Finds the best ends for the assignment; keeps them when they are the best so far.
   Ends Solve(const Assignment& line) {
     const Equations e = Normal(line);
     Ends ends;
@@ -306,8 +305,8 @@ class ColorFit {
     return ends;
   }
 
-  /// Least squares ends of one channel, searched among the four pairs of stored numbers around them
-  /// for the least error. Returns the error without its constant.
+  /// The least-squares ends of one channel, rounded to the best of the four pairs of stored numbers
+  /// around them. Returns the error without its constant.
   V SolveChannel(const Equations& e, V sum, V y, bool six_bits, V* ends) const {
     const V x = L::Sub(L::Mul(L::Set(kSteps), sum), y);
     const V first = L::Sub(L::Mul(e.b, x), L::Mul(e.c, y));
@@ -345,9 +344,9 @@ class ColorFit {
     return L::Mul(shown, L::Sub(L::Mul(a, shown), L::Mul(L::Set(2 * kSteps), x)));
   }
 
-  /// kSteps * numerator / determinant, an 8-bit colour, as a stored number, rounded down.
+  /// kSteps * numerator / determinant, an 8-bit color, as a stored number, rounded down.
   V ToStored(V numerator, V determinant, bool six_bits) const {
-    // Shown by renderers 255 is the greatest number; on the grid a unit is 8 or 4.
+    // For renderers the greatest number is 255; on the grid a unit is 8 or 4.
     const int32_t levels = six_bits ? 63 : 31;
     const int32_t unit = six_bits ? 4 : 8;
     const M shown_by_renderers = L::Eq(grid_, L::Set(0));
@@ -357,8 +356,8 @@ class ColorFit {
     return L::Min(q, L::Set(levels));
   }
 
-  /// All pixels at step 1: the pair of ends whose mixture comes nearest to their mean. Flat blocks
-  /// have no better.
+  /// All pixels at step 1: the pair of ends whose mixture is nearest to their mean. This is the
+  /// best for flat blocks.
   void StartWithOneColor() {
     V cost = OneChannel(colors_.red_sum, false, best_.red);
     cost = L::Add(cost, OneChannel(Low16(colors_.green_blue_sum), true, best_.green));
@@ -373,13 +372,13 @@ class ColorFit {
         L::Lookup(six_bits ? kOneColor.six[kSteps - 2] : kOneColor.five[kSteps - 2], mean);
     ends[0] = L::And(pair, L::Set(255));
     ends[1] = L::Shr(8, pair);
-    // kSteps times the colour shown.
+    // kSteps times the color shown.
     const V shown =
         L::Add(L::Mul(L::Set(kSteps - 1), Show(six_bits, ends[0])), Show(six_bits, ends[1]));
     return Part(shown, colors_.count, sum);
   }
 
-  /// Assigns every pixel to the nearest of the colours that are really shown.
+  /// Assigns every pixel to the nearest of the colors that a decoder shows.
   ColorBlock<L> Finish() const {
     V green_blue[4], red[4];
     for (int i = 0; i < 2; ++i) {
@@ -392,7 +391,7 @@ class ColorFit {
       red[2] = Third(red[0], red[1]);
       red[3] = Third(red[1], red[0]);
     } else {
-      // A bit that moves from the upper number into the lower is masked.
+      // Masks the bits that move from the upper number into the lower.
       const V halves = L::Set(0x7FFF7FFF);
       green_blue[2] = L::And(L::Shr(1, L::Add16(green_blue[0], green_blue[1])), halves);
       red[2] = L::Shr(1, L::Add(red[0], red[1]));
@@ -409,7 +408,7 @@ class ColorFit {
         index = L::Select(L::Gt(least, distance), L::Set(k), index);
         least = L::Min(least, distance);
       }
-      // Index 3 is the transparent one where there are pixels that do not count.
+      // Index 3 is transparent where there are pixels that do not count.
       index = L::Or(index, L::AndNot(opaque, L::Set(3)));
       block.indices = L::Or(L::Shl(2, block.indices), index);
       block.error = L::Add(block.error, L::And(least, opaque));
@@ -419,7 +418,7 @@ class ColorFit {
   }
 
   /// (2 a + b) / 3 of both halves, truncated: 21846 is 2^16 / 3 rounded up, and sums are at most
-  /// 765, so that the excess stays below the third missing to the next whole number.
+  /// 765, so the excess cannot reach the next whole number, which is at least a third away.
   static V Third(V a, V b) {
     return L::MulHigh16(L::Add16(L::Add16(a, a), b), L::Set(21846 | 21846 << 16));
   }

@@ -29,8 +29,8 @@ uint32_t Word(const Color& color) {
   return color.blue | color.green << 8 | color.red << 16 | 0xFF000000u;
 }
 
-/// The four colours of a colour block. Only DXT1 knows the three-colour order, whose fourth colour
-/// is transparent.
+/// The four colors of a color block. Only DXT1 has the three-color order, whose fourth color is
+/// transparent.
 std::array<uint32_t, 4> BlockColors(const uint8_t* block, bool dxt1) {
   const uint32_t word0 = LoadLe16(block);
   const uint32_t word1 = LoadLe16(block + 2);

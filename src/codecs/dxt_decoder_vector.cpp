@@ -1,9 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// DXT decoders. Colours of several blocks are computed at once, a block to a 32-bit lane; each
-// block's 16 pixels are then byte shuffles of its four colours, whose controls are looked up by the
-// row's index byte.
+// DXT decoders. The colors of several blocks are computed at once, one block to a 32-bit lane. Each
+// row of a block is then a byte shuffle of its four colors, looked up by the row's index byte.
 
 #include "base/endian.h"
 #include "codecs/dxt_decoder.h"
@@ -29,7 +28,7 @@ using D16 = hn::Repartition<uint16_t, D32>;
 using V32 = hn::Vec<D32>;
 using Block8 = hn::Full128<uint8_t>;
 
-/// Blocks whose colours are computed together.
+/// Blocks whose colors are computed together.
 constexpr size_t kMostBlocks = HWY_MAX_BYTES / 4;
 
 enum class ColorOrder { kDxt1, kFourColors };
@@ -44,8 +43,8 @@ HWY_INLINE V32 Expand565(V32 word) {
 }
 
 /// (2 * a + b) / 3 per byte, truncated. x / 3 is x * 43691 >> 17 below 2^16: 43691 * 3 is 2^17 + 1,
-/// so the product exceeds the quotient by x / (3 * 2^17), less than the third that is missing to
-/// the next whole number. Bytes are taken apart into two vectors of 16-bit lanes.
+/// so the product exceeds the quotient by x / (3 * 2^17), less than the third that separates it
+/// from the next whole number. Bytes are split into two vectors of 16-bit lanes.
 HWY_INLINE V32 TwoThirds(V32 a, V32 b) {
   const D32 d;
   const D16 d16;
@@ -68,7 +67,7 @@ HWY_INLINE V32 Half(V32 a, V32 b) {
   return hn::Add(hn::And(a, b), hn::ShiftRight<1>(differing));
 }
 
-/// Stores the four colours of each of Lanes(D32) blocks, 16 bytes a block.
+/// Stores the four colors of each of Lanes(D32) blocks, 16 bytes a block.
 template <ColorOrder kOrder>
 HWY_INLINE void StoreColors(V32 words, uint32_t* colors) {
   const D32 d;
@@ -92,7 +91,7 @@ HWY_INLINE hn::Vec<Block8> RowColors(hn::Vec<Block8> colors, uint8_t indices) {
   return hn::TableLookupBytes(colors, hn::Load(Block8(), kDxtRowShuffles.control[indices]));
 }
 
-/// Four bytes of `alphas` from 4 * row on to the alpha places of four pixels.
+/// Moves four bytes of `alphas`, from 4 * row on, to the alpha bytes of four pixels.
 HWY_INLINE hn::Vec<Block8> RowAlphas(hn::Vec<Block8> alphas, int row) {
   alignas(16) static constexpr uint8_t kSpread[4][16] = {
       {128, 128, 128, 0, 128, 128, 128, 1, 128, 128, 128, 2, 128, 128, 128, 3},
@@ -135,7 +134,8 @@ HWY_INLINE hn::Vec<Block8> Dxt5Alphas(const uint8_t* block) {
                             hn::Mul(hn::Load(d16, kSecond[order]), hn::Set(d16, block[1])));
   const auto values =
       hn::Or(hn::MulHigh(sums, hn::Set(d16, kReciprocal[order])), hn::Load(d16, kFixed[order]));
-  // The 24 bits of either half to the low end of 64, then 8 indices of 3 bits apart to a byte each.
+  // Moves the 24 bits of either half to the low end of 64, then spreads 8 indices of 3 bits to a
+  // byte each.
   alignas(16) static constexpr uint8_t kHalves[16] = {2, 3, 4, 128, 128, 128, 128, 128,
                                                       5, 6, 7, 128, 128, 128, 128, 128};
   const auto bytes = hn::ZeroExtendVector(d, hn::LoadU(hn::Full64<uint8_t>(), block));
@@ -205,7 +205,7 @@ const DxtRows& TargetDxtRows() {
 
 #else
 
-// Without byte shuffles the plain code serves.
+// Without byte shuffles, use the plain code.
 const DxtRows& TargetDxtRows() { return PlainDxtRows(); }
 
 #endif

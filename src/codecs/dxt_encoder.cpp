@@ -14,7 +14,7 @@ namespace {
 
 std::atomic<DdrawState> g_state{DdrawState::kNotTried};
 
-/// Pixels as words 0xAARRGGBB; in DXT2 and DXT4 the colours are multiplied by their alpha.
+/// Pixels as words 0xAARRGGBB; in DXT2 and DXT4 the colors are multiplied by their alpha.
 void CopyPixels(const uint8_t* pixels, size_t count, int32_t variant, uint32_t* words) {
   for (size_t i = 0; i < count; ++i, pixels += 4) words[i] = LoadLe32(pixels);
   if (variant != 2 && variant != 4) return;

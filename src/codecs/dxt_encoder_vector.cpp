@@ -61,7 +61,7 @@ struct VectorLanes {
   }
   static HWY_INLINE V Dot(V a, V b) {
 #if HWY_ARCH_X86
-    // One instruction there, whose sums stay in their lanes; the second sum is not used.
+    // A single instruction on x86, whose sums stay in their lanes; the second sum is not used.
     V unused = hn::Zero(D());
     return hn::ReorderWidenMulAccumulate(D(), To16(a), To16(b), hn::Zero(D()), unused);
 #else

@@ -54,7 +54,7 @@ class GridBlock {
 
   bool on_grid() const { return on_grid_; }
 
-  /// Whether the block shows these colours already.
+  /// Whether the block already shows these colors.
   bool IsShownBy(const uint8_t* block, bool punch_through) const {
     const uint32_t word0 = LoadLe16(block), word1 = LoadLe16(block + 2);
     const bool three_colors = punch_through && word0 <= word1;
@@ -72,7 +72,7 @@ class GridBlock {
     return true;
   }
 
-  /// Tries every way of giving the colours to the indices; there are few, and few such blocks.
+  /// Tries every assignment of the colors to the indices; there are few, and few such blocks.
   bool Write(uint8_t* block, bool punch_through) const {
     if (colors_ == 0 || colors_ > 4) return false;
     std::array<int, 4> codes = {0, 1, 2, 3};
@@ -106,7 +106,7 @@ class GridBlock {
     return std::find(codes.begin(), end, 3) != end;
   }
 
-  /// Stored ends of one channel with which every colour shows exactly at its code.
+  /// Finds stored ends of one channel that show every color exactly at its code.
   bool FindEnds(const Channel& channel, const std::array<int, 4>& codes, bool three_colors,
                 int* ends) const {
     const int count = 1 << channel.bits;
@@ -144,7 +144,7 @@ class GridBlock {
     return true;
   }
 
-  std::array<uint32_t, 16> color_{};  ///< the different colours
+  std::array<uint32_t, 16> color_{};  ///< the different colors
   std::array<int, 16> color_of_{};    ///< which of them a pixel has; kNone: transparent
   int colors_ = 0;
   bool on_grid_ = true;

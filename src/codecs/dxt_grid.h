@@ -6,13 +6,13 @@
 
 namespace zav {
 
-/// Colours that the library itself has widened from 16 bits lie on a grid of multiples of 8, 4 and
-/// 8. For a block that lies on it wholly, looks for a colour block that the library's own decoder
-/// turns back into exactly these colours, and writes it over the one in `block` unless that one
-/// does already. Leaves `block` alone when the colours allow none.
+/// Colors that the library has widened from 16 bits lie on a grid of multiples of 8, 4 and 8. If
+/// the whole block lies on it, looks for a color block that the library's decoder turns back into
+/// exactly these colors, and writes it over the one in `block` unless that one already does. Leaves
+/// `block` alone when there is none.
 ///
 /// `rows` are four rows of words 0xAARRGGBB; with punch-through alpha, pixels below 128 are
-/// transparent and their colours do not matter.
+/// transparent and their colors do not matter.
 void MakeGridBlockExact(const uint32_t* const rows[4], bool punch_through, uint8_t* block);
 
 }  // namespace zav

@@ -6,7 +6,7 @@
 
 namespace zav {
 
-/// For every index byte of a block's row, the byte shuffle that spreads four 4-byte colours to four
+/// For every index byte of a block's row, the byte shuffle that spreads four 4-byte colors to four
 /// pixels.
 struct DxtRowShuffles {
   alignas(16) uint8_t control[256][16];

@@ -18,8 +18,8 @@
 namespace zav {
 namespace {
 
-// The codec reports errors by not returning. Attempt is the only frame that it jumps to, and what
-// runs inside has no destructors: what must be freed belongs to the frames outside of Attempt.
+// The codec reports errors by not returning. Attempt is the only frame it jumps to, and code inside
+// has no destructors: everything that must be freed belongs to the frames outside Attempt.
 
 struct ErrorExit {
   jpeg_error_mgr manager;  // first, so that the codec's pointer to it is one to all of this
@@ -30,8 +30,8 @@ struct ErrorExit {
   longjmp(reinterpret_cast<ErrorExit*>(codec->err)->resume, 1);
 }
 
-/// The codec would decode on with grey in place of what is missing. Only oddities that cost no
-/// pixel are passed over; nothing is printed.
+/// By default the codec goes on, with grey in place of missing data. Here only oddities that cost
+/// no pixel are ignored; nothing is printed.
 void OnMessage(j_common_ptr codec, int level) {
   if (level >= 0) return;
   switch (codec->err->msg_code) {
@@ -61,8 +61,8 @@ bool Attempt(ErrorExit& errors, Body&& body) {
 
 // --- decoding ------------------------------------------------------------------------------------
 
-/// A progressive file repeats itself scan by scan, and a few bytes can ask for work on the whole
-/// picture. Encoders write about ten.
+/// In a progressive file a scan of a few bytes can ask for work on the whole picture. Encoders
+/// write about ten scans.
 constexpr int kMaxScans = 100;
 
 struct Decoder {
@@ -77,7 +77,7 @@ struct Decoder {
   jpeg_progress_mgr progress{};
 };
 
-/// The whole file is there from the start: whoever wants more has a file that ends early.
+/// The whole file is available from the start: asking for more means that the file ends early.
 void SetSource(Decoder& decoder, const uint8_t* data, int64_t size) {
   jpeg_source_mgr& source = decoder.source;
   source.next_input_byte = data;
@@ -100,7 +100,7 @@ void SetSource(Decoder& decoder, const uint8_t* data, int64_t size) {
   decoder.codec.src = &source;
 }
 
-/// Inside Attempt: the file's header, with limits set for what follows.
+/// Inside Attempt: reads the file's header, and sets limits for the rest.
 bool Start(Decoder& decoder, const uint8_t* data, int64_t size) {
   jpeg_decompress_struct& codec = decoder.codec;
   codec.err = &decoder.errors.manager;
@@ -115,8 +115,8 @@ bool Start(Decoder& decoder, const uint8_t* data, int64_t size) {
   return codec.num_components == 3 || codec.num_components == 4;
 }
 
-/// Every block of 8 x 8 samples costs at least one bit, its first coefficient's code, whatever the
-/// file's kind. (Arithmetic coding could go below: a file of that kind that does is refused.)
+/// Every block of 8 x 8 samples costs at least one bit, its first coefficient's code, in every kind
+/// of file. (Arithmetic coding could go below that: such a file is refused.)
 bool IsPlausible(const Decoder& decoder) {
   int64_t blocks = 0;
   for (int i = 0; i < decoder.codec.num_components; ++i) {
@@ -128,7 +128,7 @@ bool IsPlausible(const Decoder& decoder) {
 
 void SetColors(jpeg_decompress_struct& codec, JpegOrder order) {
   if (codec.num_components == 4) {
-    // Without a marker: YCbCr and alpha, which the codec decodes as inks.
+    // Without a marker: YCbCr and alpha, which the codec takes for inks.
     if (codec.saw_Adobe_marker == FALSE) codec.jpeg_color_space = JCS_YCCK;
     codec.out_color_space = JCS_CMYK;
     return;
@@ -149,7 +149,7 @@ void SetColors(jpeg_decompress_struct& codec, JpegOrder order) {
   }
 }
 
-/// As many rows as the codec has at hand, straight to their place.
+/// Decodes straight into the picture, as many rows at a time as the codec has ready.
 void DecodeRows(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>& picture) {
   constexpr JDIMENSION kRows = 16;
   while (codec.output_scanline < codec.output_height) {
@@ -162,7 +162,7 @@ void DecodeRows(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>& pictur
   }
 }
 
-/// The same for four channels, which need a last step.
+/// The same for four channels, which need one more step.
 void DecodeFourChannels(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>& picture) {
   const bool inks = codec.saw_Adobe_marker != FALSE;
   auto* row = static_cast<JSAMPROW>(codec.mem->alloc_large(
@@ -178,7 +178,7 @@ void DecodeFourChannels(jpeg_decompress_struct& codec, const JpegPixels<uint8_t>
   }
 }
 
-/// A file may end in order without a scan for one of its channels.
+/// A valid end does not imply that every channel had a scan.
 bool HasEveryChannel(const jpeg_decompress_struct& codec) {
   for (int i = 0; i < codec.num_components; ++i) {
     if (codec.comp_info[i].quant_table == nullptr) return false;
@@ -217,8 +217,8 @@ bool DecodeJpeg(const uint8_t* data, int64_t size, const JpegPixels<uint8_t>& pi
     } else {
       DecodeRows(codec, picture);
     }
-    // All scans have been read when there are several; finishing reads on to the end marker, and
-    // frees what is looked at here.
+    // If there are several scans, all have been read. Finishing reads on to the end marker, and
+    // frees what HasEveryChannel checks.
     return HasEveryChannel(codec) && jpeg_finish_decompress(&codec) != FALSE;
   });
 }
@@ -277,8 +277,8 @@ void SetThreeChannels(jpeg_compress_struct& codec, JpegOrder order, JpegSampling
   codec.comp_info[0].v_samp_factor = sampling == JpegSampling::k2x2 ? 2 : 1;
 }
 
-/// YCbCr and alpha, which the codec codes as inks: alpha takes luma's sampling and tables. It has
-/// to leave out the marker that would say so.
+/// YCbCr and alpha, which the codec encodes as inks: alpha gets luma's sampling and tables. The
+/// marker that would declare inks is left out.
 void SetFourChannels(jpeg_compress_struct& codec) {
   codec.input_components = 4;
   codec.in_color_space = JCS_CMYK;

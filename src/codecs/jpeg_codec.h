@@ -6,11 +6,11 @@
 
 namespace zav {
 
-// JPEG data to rows of pixels and back, over libjpeg-turbo with its exact integer transform. Built
-// without that library every operation fails.
+// Decodes JPEG data to rows of pixels and encodes it, using libjpeg-turbo with its exact integer
+// transform. Without that library every operation fails.
 //
 // Files of three channels are YCbCr, or RGB where their markers say so. Four channels are YCbCr and
-// an alpha channel that no colour step touches; a file with an Adobe marker has inks instead.
+// alpha, which is stored as it is; a file with an Adobe marker has inks instead.
 
 /// The order of a pixel's bytes in memory.
 enum class JpegOrder { kRgb, kBgr, kRgba, kBgra };
@@ -18,7 +18,7 @@ constexpr int32_t JpegPixelBytes(JpegOrder order) {
   return order == JpegOrder::kRgb || order == JpegOrder::kBgr ? 3 : 4;
 }
 
-/// How many pixels share one pair of colour samples.
+/// How many pixels share one pair of color samples.
 enum class JpegSampling {
   k2x1,  ///< 4:2:2
   k2x2,  ///< 4:2:0
@@ -28,12 +28,12 @@ struct JpegHeader {
   int32_t width;
   int32_t height;
   int32_t channels;  ///< 3 or 4
-  /// Whether the bytes behind the header can hold such a picture at all. Ask before memory is
-  /// taken for it.
+  /// Whether the bytes after the header can hold such a picture at all. Check before allocating
+  /// memory for it.
   bool plausible;
 };
 
-/// False for data that is no JPEG file or has other numbers of channels.
+/// False for data that is not a JPEG file or has another number of channels.
 bool ReadJpegHeader(const uint8_t* data, int64_t size, JpegHeader& header);
 
 /// Rows from the top, `pitch` bytes apart. Bytes between rows are neither read nor written.
@@ -46,8 +46,8 @@ struct JpegPixels {
   JpegOrder order;
 };
 
-/// Decodes a whole file, whose sides must be those of the picture. The alpha of a file without one
-/// is 255. False for a file that ends early or whose coded data is corrupt; the picture is then
+/// Decodes a whole file, whose sides must be those of the picture. Alpha is 255 where the file has
+/// none. False for a file that ends early or whose coded data is corrupt; the picture is then
 /// partly filled.
 bool DecodeJpeg(const uint8_t* data, int64_t size, const JpegPixels<uint8_t>& picture);
 

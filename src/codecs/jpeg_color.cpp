@@ -7,7 +7,7 @@
 namespace zav {
 namespace {
 
-/// A pixel as a word, red in its lowest byte, to the bytes of the order.
+/// Stores a pixel, given as a word with red in its lowest byte, in the order.
 template <JpegOrder kOrder>
 void StorePixel(uint8_t* out, uint32_t pixel) {
   if constexpr (kOrder == JpegOrder::kBgra || kOrder == JpegOrder::kBgr) {
@@ -44,7 +44,7 @@ void ConvertRow(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order,
 
 uint32_t Opposite(uint32_t pixel) { return pixel ^ 0x00FFFFFF; }
 
-/// 255 where nothing is printed; black darkens the other three.
+/// 255 means no ink; black darkens the other three.
 uint32_t Print(uint32_t inks) {
   const uint32_t black = inks >> 24;
   uint32_t pixel = 0xFF000000;

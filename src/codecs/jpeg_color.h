@@ -8,16 +8,16 @@
 
 namespace zav {
 
-// Rows of four channels. The codec has no name for YCbCr with alpha, but one for inks that are
-// coded as YCbCr of their opposites, with a fourth ink that it does not touch: what it takes for
-// ink is 255 less red, green and blue, and alpha. So its own colour steps serve, with the results
-// that they have for three channels.
+// Rows of four channels. The codec has no color space for YCbCr with alpha, but it has one for inks
+// that are coded as the YCbCr of their opposites, with a fourth ink left as it is. So it is given
+// 255 minus red, green and blue as inks, and alpha as the fourth. Its color conversion then gives
+// the same results as for three channels.
 
-/// The codec's opposites and alpha to pixels of the order; orders without alpha drop it. With an
-/// order that has alpha it is its own reverse, and also makes opposites of pixels.
+/// Turns the codec's opposites and alpha into pixels of the order; orders without alpha drop it.
+/// For an order with alpha this is its own inverse, so it also turns pixels into opposites.
 void TurnToOpposites(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
 
-/// Inks, stored inverted as files with an Adobe marker do, to opaque pixels.
+/// Turns inks, stored inverted as files with an Adobe marker do, into opaque pixels.
 void InksToPixels(uint8_t* out, const uint8_t* in, int32_t width, JpegOrder order);
 
 }  // namespace zav

@@ -39,7 +39,7 @@ constexpr std::array<TableLength, 1 << kGroupBits> MakeLengths() {
 }
 constexpr auto kLengths = MakeLengths();
 
-/// The distances by the bits behind a match's first one: class and the remainder's 8 bits at most.
+/// The distances by the bits after a match's first one: class and at most 8 bits of remainder.
 constexpr std::array<uint16_t, 1 << 11> MakeDistances() {
   std::array<uint16_t, 1 << 11> table{};
   for (uint32_t bits = 0; bits < 1u << 11; ++bits) {
@@ -50,9 +50,9 @@ constexpr std::array<uint16_t, 1 << 11> MakeDistances() {
 }
 constexpr auto kDistances = MakeDistances();
 
-/// How a period of 1 to 7 bytes repeats: `mask` cuts it out of eight bytes, times `factor` it fills
-/// them, and behind them eight bytes can be copied from `multiple` bytes back, a multiple of the
-/// period. The last entry leaves eight bytes as they are.
+/// How a period of 1 to 7 bytes repeats: `mask` cuts it out of eight bytes, multiplying by `factor`
+/// fills them, and after that eight bytes at a time can be copied from `multiple` bytes back, a
+/// multiple of the period. The last entry leaves eight bytes as they are.
 struct Period {
   uint64_t mask;
   uint64_t factor;
@@ -71,9 +71,9 @@ constexpr std::array<Period, 9> MakePeriods() {
 }
 constexpr auto kPeriods = MakePeriods();
 
-/// Repeats what lies `distance` bytes back, for up to 4 bytes. By the byte: each was part of one
-/// store, from which the processor can forward it, while a wider load of bytes that several recent
-/// stores wrote would wait until they have reached the cache.
+/// Repeats the bytes `distance` back, up to 4 of them, one at a time: the processor can forward a
+/// byte from the store it was part of, but a wider load of bytes from several recent stores would
+/// wait until they have reached the cache.
 inline void Repeat4(uint8_t* out, uint64_t distance) {
   const uint8_t* from = out - distance;
   out[0] = from[0];
@@ -82,7 +82,7 @@ inline void Repeat4(uint8_t* out, uint64_t distance) {
   out[3] = from[3];
 }
 
-/// The same for up to `length` bytes, at most 32, which may be written.
+/// The same for at most 32 bytes; all 32 may be written.
 inline void Repeat32(uint8_t* out, uint64_t distance, uint32_t length) {
   if (distance == 1) {
     // Runs are half of the longer matches, and most of them follow the literal that they repeat.
@@ -99,8 +99,8 @@ inline void Repeat32(uint8_t* out, uint64_t distance, uint32_t length) {
   StoreLe64(out + 24, LoadLe64(out + 24 - back));
 }
 
-/// The stream's bits, the next one lowest. Behind its end come zeros, which the caller detects by
-/// the bits used.
+/// The stream's bits, the next one lowest. Zeros follow its end, which the caller detects by the
+/// bits used.
 class BitReader {
  public:
   BitReader(const uint8_t* stream, int64_t size) : stream_(stream), size_(size) {}
@@ -115,8 +115,8 @@ class BitReader {
     held_ -= static_cast<uint32_t>(count);
   }
 
-  /// Makes at least 56 bits available. Those of the 64 loaded that do not count as held are loaded
-  /// once more by the next refill.
+  /// Makes at least 56 bits available. Bits that are loaded but not counted as held are loaded
+  /// again by the next refill.
   void RefillWide() {
     bits_ |= LoadLe64(stream_ + next_) << held_;
     next_ += (63 - held_) >> 3;
@@ -153,7 +153,7 @@ class Decoder {
   bool Run();
 
  private:
-  /// What a turn of RunWide may write: four literals and 32 bytes of a match.
+  /// The most a turn of RunWide may write: four literals and 32 bytes of a match.
   static constexpr int64_t kOutSlack = 36;
 
   template <bool kCheckDistance>
@@ -169,7 +169,7 @@ class Decoder {
   uint8_t* end_;
 };
 
-/// Repeats what lies `distance` bytes back.
+/// Repeats the bytes `distance` back.
 bool Decoder::Copy(uint32_t distance, int64_t length) {
   if (length > end_ - out_ || int64_t{distance} > out_ - dest_) return false;
   uint8_t* const stop = out_ + length;
@@ -205,8 +205,8 @@ bool Decoder::TakeToken() {
 }
 
 /// Decodes until `limit` is reached or the stream's end is near: up to four literals and a match
-/// per turn. How many literals there are decides no branch, because it cannot be predicted. Where
-/// no distance can reach before the output any more, they are not checked.
+/// per turn. No branch depends on the number of literals, because it cannot be predicted. Distances
+/// are not checked once none can reach before the output.
 template <bool kCheckDistance>
 bool Decoder::RunWide(const uint8_t* limit) {
   BitReader reader = reader_;
@@ -214,7 +214,7 @@ bool Decoder::RunWide(const uint8_t* limit) {
   while (reader.wide() && out < limit) {
     reader.RefillWide();
     uint64_t bits = reader.bits();
-    // A literal's first bit is 0: the lowest set one of these positions says how many there are.
+    // A literal's first bit is 0: the lowest set bit among these positions says how many there are.
     constexpr uint64_t kFirstBits = 1 | 1 << 9 | 1 << 18 | 1 << 27, kStop = uint64_t{1} << 36;
     const auto literal_bits = static_cast<uint32_t>(std::countr_zero((bits & kFirstBits) | kStop));
     StoreLe32(out, static_cast<uint32_t>((bits >> 1 & 0xFF) | (bits >> 2 & 0xFF00) |

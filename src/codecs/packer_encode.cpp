@@ -15,18 +15,17 @@ constexpr auto kLengthGroups = MakeLengthGroups();
 
 /// Chains of the positions that begin with the same two bytes, newest first.
 ///
-/// Which position is chained to which does not depend on the matches that are taken, so the chains
-/// are made ahead of the search, a block at a time, in a loop without branches. Keys share the 4096
-/// heads, so a chain may hold positions of another key as well; their matches are shorter than two
-/// bytes and never win. The heads need no removal: positions that left the window are recognised by
-/// their distance.
+/// The chains do not depend on the matches that are taken, so they are built ahead of the search, a
+/// block at a time, in a loop without branches. Keys share the 4096 heads, so a chain may hold
+/// positions of another key as well; their matches are shorter than two bytes and never win. Heads
+/// are never removed: positions that left the window are recognised by their distance.
 class Chains {
  public:
   Chains() { std::fill(std::begin(newest_), std::end(newest_), 0u - kFar); }
 
-  /// Where `position` stands in the ring, which is what the chain's links are.
+  /// The slot of `position` in the ring; the chain's links are slots.
   static uint32_t Slot(uint32_t position) { return position & (kRing - 1); }
-  /// How far `older` lies before `slot`; more than kWindow for links that end a chain.
+  /// How far `older` is before `slot`; more than kWindow for links that end a chain.
   static uint32_t Distance(uint32_t slot, uint32_t older) { return (slot - older) & (kRing - 1); }
   uint32_t Older(uint32_t slot) const { return older_[slot]; }
 
@@ -45,7 +44,7 @@ class Chains {
   }
 
  private:
-  // From a position within a block, chains reach back kWindow positions, and one link of kFar more.
+  // From a position in a block, chains reach back kWindow positions, plus one link of kFar.
   static constexpr uint32_t kRing = 2048, kBlock = 512, kFar = kWindow + 1;
   static_assert(kBlock + kWindow <= kRing && kWindow + kFar < kRing);
 
@@ -78,15 +77,15 @@ class Encoder {
   const uint8_t* source_;
   uint32_t size_;
   uint8_t* dest_;
-  uint8_t* out_;  ///< where the word goes that `pending_` fills
+  uint8_t* out_;  ///< where `pending_` is stored once it is full
   uint64_t pending_ = 0;
   uint32_t held_ = 0;  ///< bits in `pending_`, fewer than 32 between fields
   Chains chains_;
 };
 
-/// Appends at most 32 bits; false once the block is as long as the data, which is when packing is
-/// given up. That is decided by whole words, the size word among them. The word that is being
-/// filled is stored every time, which saves a branch: it lies before dest + size + 4.
+/// Appends at most 32 bits; false once the block is as long as the data, when packing is given up.
+/// That is decided in whole words, including the size word. The word being filled is stored every
+/// time, which saves a branch; it always fits before dest + size + 4.
 inline bool Encoder::Put(uint64_t bits, uint32_t width) {
   pending_ |= bits << held_;
   held_ += width;
@@ -118,7 +117,7 @@ inline bool Encoder::PutMatch(uint32_t distance, uint32_t length) {
   return Put(excess, group);
 }
 
-/// How many bytes at `p` are equal to the ones at `m`, up to the end of the input.
+/// How many bytes at `p` equal those at `m`, up to the end of the input.
 inline uint32_t Encoder::MatchLength(uint32_t m, uint32_t p) const {
   const uint32_t start = p;
   for (; size_ - p >= 8; m += 8, p += 8) {
@@ -133,10 +132,10 @@ inline uint32_t Encoder::MatchLength(uint32_t m, uint32_t p) const {
 
 inline uint32_t Encoder::RunLength(uint32_t p) const { return 1 + MatchLength(p, p + 1); }
 
-/// The longest match for the bytes at `p`, the nearest one of equals; but the nearest one of those
-/// that reach the end of the input, whatever lies behind it. Eight bytes from `p` on are there.
+/// The longest match for the bytes at `p`, the nearest of equal ones. Matches that reach the end of
+/// the input count as equal. At least eight bytes follow from `p` on.
 inline Encoder::Match Encoder::Search(uint32_t p) const {
-  // A match and its distance in one number: the longer one is greater, and of equals the nearer.
+  // A match's length and distance in one number: longer is greater, and of equals the nearer is.
   constexpr int32_t kStep = 1024, kNone = kStep;
   const uint64_t wanted = LoadLe64(source_ + p);
   const uint32_t slot = Chains::Slot(p);
@@ -153,15 +152,15 @@ inline Encoder::Match Encoder::Search(uint32_t p) const {
   return {length, length * kStep - static_cast<uint32_t>(best)};
 }
 
-/// Goes on from the candidate in `older`, the first of eight bytes or more: shorter ones no longer
-/// count.
+/// Continues from the candidate in `older`, the first of at least eight bytes: shorter ones no
+/// longer count.
 Encoder::Match Encoder::SearchLong(uint32_t p, uint32_t older) const {
   const uint32_t slot = Chains::Slot(p);
   Match best{1, 0};
   for (;; older = chains_.Older(older)) {
     const uint32_t distance = Chains::Distance(slot, older);
     if (distance > kWindow) return best;
-    // Only a match that has the byte behind the best one's is longer.
+    // Only a match that also has the byte after the best one's end is longer.
     const uint32_t last = p + std::max(best.length, 7u);
     if (LoadLe64(source_ + last - 7) != LoadLe64(source_ + last - 7 - distance)) continue;
     const uint32_t length = MatchLength(p - distance, p);
@@ -170,7 +169,7 @@ Encoder::Match Encoder::SearchLong(uint32_t p, uint32_t older) const {
   }
 }
 
-/// Search, for the last bytes of the input.
+/// Like Search, for the last bytes of the input.
 Encoder::Match Encoder::SearchTail(uint32_t p) const {
   const uint32_t slot = Chains::Slot(p);
   Match best{1, 0};
@@ -183,7 +182,7 @@ Encoder::Match Encoder::SearchTail(uint32_t p) const {
   }
 }
 
-/// Packs and returns the block's length, 0 when given up.
+/// Packs, and returns the block's length, or 0 when given up.
 int32_t Encoder::Run() {
   StoreLe32(dest_, size_);
   Put(uint64_t{source_[0]} << 1, kLiteralBits);

@@ -6,15 +6,15 @@
 
 namespace zav {
 
-// Colours here are BGRA32 pixels as words (0xAARRGGBB); the alpha byte is ignored. A node at depth
-// d of the tree covers the colours that agree in the top d bits of red, green and blue: a cube.
+// Colors here are BGRA32 pixels as words (0xAARRGGBB); the alpha byte is ignored. A node at depth
+// d of the tree covers the colors that agree in the top d bits of red, green and blue: a cube.
 
 inline constexpr int32_t kMaxColors = 256;
 inline constexpr int kLeafDepth = 8;
 
-// A colour's place within a table over cubes is the concatenation of some bits of blue, green and
-// red. One multiplication gathers them at the top of a 32-bit word: it adds three shifted copies of
-// the masked colour, of which only the wanted fields reach the top without overlapping.
+// A color's place in a table over cubes is the concatenation of some bits of blue, green and red.
+// One multiplication gathers them at the top of a 32-bit word: it adds three shifted copies of the
+// masked color, and only the right fields reach the top, without overlapping.
 
 struct Place {
   uint32_t mask;

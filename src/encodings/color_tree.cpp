@@ -18,7 +18,7 @@ constexpr uint32_t Spread(uint32_t value) {
   return (value | value << 2) & 0x249249;
 }
 
-/// The path to a colour: three bits (red, green, blue) for each depth, the root's topmost.
+/// The path to a color: three bits (red, green, blue) for each depth, the root's topmost.
 uint32_t PathOf(uint32_t color) {
   return Spread(color >> 16 & 0xFF) << 2 | Spread(color >> 8 & 0xFF) << 1 | Spread(color & 0xFF);
 }
@@ -31,7 +31,7 @@ void CoveredColors::AddLeaf(uint32_t color, int depth) {
   if (depth <= 4) {
     FillCube(cells_.data(), kCell.Of(color), 4, 4 - depth, ~uint64_t{0});
   } else if (depth <= 6) {
-    // 8 subcells agree in all but the lowest bits of their places' three fields.
+    // The places of the 8 subcells differ only in the lowest bit of each of the three fields.
     const uint32_t subcell = kSubcell.Of(color);
     cells_[kCell.Of(color)] |=
         depth == 6 ? uint64_t{1} << subcell : uint64_t{0x330033} << (subcell & ~0x15u);
@@ -45,7 +45,7 @@ ColorTree::ColorTree(CoveredColors& covered) : covered_(covered) {
 ColorTree::Node* ColorTree::NewNode(uint32_t color, int depth, bool leaf) {
   void* block = pool_.Alloc();
   if (block == nullptr) return nullptr;
-  Node* node = new (block) Node;  // children stay as they are
+  Node* node = new (block) Node;  // children are not initialised
   node->next_reducible = nullptr;
   node->color = color;
   node->leaf = leaf;
@@ -77,9 +77,9 @@ bool ColorTree::Add(uint32_t color) {
   }
   if (node->leaf) return true;
 
-  // With all leaves taken, a chain of new nodes down to depth 8 would be reduced from its lower end
-  // at once, one node with a single child after the other, up to the depth of the deepest inner
-  // node that was there before. So the leaf is made there.
+  // With all leaves taken, a chain of new nodes down to depth 8 would at once be reduced from its
+  // lower end, node by node, up to the depth of the deepest inner node before. So the leaf is made
+  // there.
   const int leaf_depth = leaf_count_ < kMaxColors ? kLeafDepth : std::max(depth + 1, deepest_);
   while (depth < leaf_depth) {
     const size_t child = ChildIndex(path, depth);

@@ -35,8 +35,8 @@ bool Compress(ZAV_CONVERTER& converter, int32_t variant) {
   return CompressSurface(job, variant);
 }
 
-/// Columns and rows that no whole block covers are nobody's; in a buffer of the library's own they
-/// must not show what the heap held.
+/// Nothing is decoded into columns and rows that no whole block covers; in a buffer of the library
+/// they must not show old heap contents.
 void ClearUncovered(const ZAV_SURFACE& dest) {
   const int64_t covered_rows = dest.height / 4 * 4;
   const int64_t covered = dest.width / 4 * 16;

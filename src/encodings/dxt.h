@@ -8,7 +8,7 @@
 
 namespace zav {
 
-/// What a compression or decoding of DXT blocks works on. Frees the blocks where it allocated them.
+/// The buffers of a compression or decoding of DXT blocks. Frees the blocks if it allocated them.
 struct DxtJob {
   int32_t width = 0;
   int32_t height = 0;
@@ -24,16 +24,16 @@ struct DxtJob {
   ~DxtJob();
 };
 
-/// Bytes of the blocks of a picture: whole 4 x 4 cells, 8 bytes each in DXT1 and 16 in the others.
+/// Size of a picture's blocks: whole 4 x 4 cells, 8 bytes each in DXT1 and 16 in the others.
 int64_t DxtBlockBytes(int32_t variant, int64_t width, int64_t height);
 
-/// Compresses the job's pixels into DXT1 to DXT5. Without a blocks buffer one is allocated; with
-/// one its size must be the encoder's. False, with the blocks untouched, for sides that are no
-/// multiples of 4, another size, or no encoder.
+/// Compresses the job's pixels into DXT1 to DXT5. A missing blocks buffer is allocated; a given one
+/// must have the encoder's size. False, with the blocks untouched, for sides that are not multiples
+/// of 4, another size, or no encoder.
 bool CompressSurface(DxtJob& job, int32_t variant);
 
 // Decode the job's blocks into its pixels. Only whole cells are written: the last width mod 4
-// columns and height mod 4 rows are left alone. Colours widen from 5-6-5 without replicated bits,
+// columns and height mod 4 rows are left alone. Colors widen from 5-6-5 without replicated bits,
 // and thirds are truncated.
 void DecodeDXT1(const DxtJob& job);
 void DecodeDXT3(const DxtJob& job);

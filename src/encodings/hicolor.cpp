@@ -44,7 +44,7 @@ bool Narrow(ZAV_CONVERTER& converter, ChannelOrder order, HicolorRowPair Hicolor
   return true;
 }
 
-/// The two layouts that the variants are for.
+/// Whether the surface has one of the two layouts with variants.
 bool HasVariants(const ZAV_SURFACE& surface) {
   const FormatRow& rgb565 = Format(ZAV_FMT_RGB565);
   const FormatRow& rgb555 = Format(ZAV_FMT_RGB555);

@@ -11,7 +11,7 @@ namespace zav {
 /// Writes the fixed masks of formats 7 to 10 into the surface; a custom layout keeps its masks.
 void PrepareHicolorMasks(ZAV_SURFACE& surface);
 
-// Kernels between true colour and the 16-bit layouts. Narrowing keeps a channel's top bits;
+// Kernels between true color and the 16-bit layouts. Narrowing keeps a channel's top bits;
 // widening puts the stored bits at the top of the byte. They always return true.
 bool BGRA32ToHicolor(ZAV_CONVERTER& converter);
 bool RGBA32ToHicolor(ZAV_CONVERTER& converter);
@@ -20,8 +20,8 @@ bool RGB24ToHicolor(ZAV_CONVERTER& converter);
 bool HicolorToBGRA32(ZAV_CONVERTER& converter);
 
 /// How BGRA32ToHicolor writes the 565 and 555 layouts without alpha: one pixel at a time; with
-/// vectors and ordinary stores; with vectors, and non-temporal stores for large pictures. All give
-/// the same words. Other layouts and sources always get the fastest code.
+/// vectors and ordinary stores; with vectors, and non-temporal stores for large pictures. All write
+/// the same pixels. Other layouts and sources always use the fastest code.
 enum class HicolorVariant : uint32_t { kPlain, kMmx, kSse };
 
 /// Chooses the variant by the processor's feature word: SSE before MMX before plain. One word is

@@ -19,19 +19,19 @@ constexpr int32_t DeriveShift(uint32_t mask) {
 }
 
 constexpr HicolorChannel Channel(uint32_t mask) {
-  // The masks are 32-bit fields of which a 16-bit pixel has the low half.
+  // The masks are 32-bit fields; a 16-bit pixel uses the low half.
   const int32_t shift = DeriveShift(mask);
   return {static_cast<uint16_t>(mask), static_cast<uint16_t>(mask & (0xFF00u >> shift)), shift};
 }
 
-/// Of a surface or a format. Blue first, as 32-bit BGRA has them.
+/// The channels of a surface or a format, blue first as in 32-bit BGRA.
 template <class Masks>
 constexpr Channels ChannelsOf(const Masks& masks) {
   return {Channel(masks.blue_mask), Channel(masks.green_mask), Channel(masks.red_mask),
           Channel(masks.alpha_mask)};
 }
 
-/// The channel's bits as they stand in a byte.
+/// The channel's bits, moved to the top of a byte.
 constexpr uint32_t TopByte(const HicolorChannel& channel) {
   return uint32_t{channel.reach} << channel.shift >> 8;
 }
@@ -45,9 +45,9 @@ constexpr bool FieldsAreApart(const Channels& channels) {
   return true;
 }
 
-/// A channel's byte is wanted 2^(8 - shift) times; all are made whole by 2^places, and split into
-/// the weight of the byte and that of the sum of its pair. Byte weights up to 2^6 keep a pair's sum
-/// within 15 bits; sum weights up to 2^14 have a sign bit to spare.
+/// A channel's byte is needed 2^(8 - shift) times. A factor of 2^places makes all of these whole;
+/// each is then split into the weight of the byte and that of its pair's sum. Byte weights up to
+/// 2^6 keep a pair's sum within 15 bits; sum weights up to 2^14 have a sign bit to spare.
 constexpr HicolorProducts Products(const Channels& channels) {
   HicolorProducts products{FieldsAreApart(channels), 0, 0, 0, 0};
   for (const HicolorChannel& c : channels) {
@@ -103,7 +103,7 @@ constexpr HicolorLayout Widening(const Channels& channels) {
   return layout;
 }
 
-/// All that conversions to or from one format want.
+/// All layouts for conversions to or from one format.
 struct FormatLayouts {
   explicit constexpr FormatLayouts(const FormatRow& row) : widening(Widening(ChannelsOf(row))) {
     for (const ChannelOrder order : {ChannelOrder::kRedFirst, ChannelOrder::kBlueFirst}) {
@@ -118,15 +118,15 @@ struct FormatLayouts {
   HicolorLayout narrowing[2][2];
 };
 
-// The formats whose masks are fixed. What they want is worked out beforehand: for small pictures it
-// would take a tenth of the time.
+// The formats whose masks are fixed. Their layouts are computed at compile time: for small pictures
+// it would take a tenth of the time.
 constexpr FormatLayouts kFixed[] = {
     FormatLayouts(Format(ZAV_FMT_RGB565)), FormatLayouts(Format(ZAV_FMT_RGB555)),
     FormatLayouts(Format(ZAV_FMT_ARGB4444)), FormatLayouts(Format(ZAV_FMT_ARGB1555))};
 static_assert(ZAV_FMT_RGB555 == ZAV_FMT_RGB565 + 1 && ZAV_FMT_ARGB4444 == ZAV_FMT_RGB565 + 2 &&
               ZAV_FMT_ARGB1555 == ZAV_FMT_RGB565 + 3);
 
-/// Null where the surface has masks of its own.
+/// Null for custom masks.
 const FormatLayouts* FixedLayouts(const ZAV_SURFACE& surface) {
   const bool fixed = surface.format >= ZAV_FMT_RGB565 && surface.format <= ZAV_FMT_ARGB1555;
   return fixed ? &kFixed[surface.format - ZAV_FMT_RGB565] : nullptr;

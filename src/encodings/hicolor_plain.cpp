@@ -16,7 +16,7 @@ uint32_t Widen(uint32_t pixel, const HicolorChannel& channel) {
 
 template <int kBytes>
 void NarrowRow(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest, size_t count) {
-  const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
+  const HicolorLayout l = layout;  // a copy, which stores cannot alias
   for (size_t i = 0; i < count; ++i, source += kBytes, dest += 2) {
     const uint32_t alpha =
         kBytes == 4 ? Field(source[kBytes - 1], l.channels[3]) : l.channels[3].mask;

@@ -13,15 +13,15 @@ namespace zav {
 /// One channel of a 16-bit pixel.
 struct HicolorChannel {
   uint16_t mask;   ///< its bits in the pixel; possibly none, scattered, or shared
-  uint16_t reach;  ///< those of them that the bits of a byte come to when its top meets the mask's
+  uint16_t reach;  ///< the bits of `mask` that a byte covers when their tops are aligned
   int32_t shift;   ///< places from the mask's top bit to bit 15
 };
 
 /// Narrowing by products: every byte times a power of two, summed. Pairs of neighbouring bytes
-/// first, then the two sums, then `places` down. Exact while no two fields share a bit.
+/// first, then the two sums, then `places` down. Exact if no two fields share a bit.
 struct HicolorProducts {
   bool exact;
-  uint32_t kept;          ///< the bits of the pixel's bytes that end up in the word
+  uint32_t kept;          ///< the bits of the pixel's bytes that reach the word
   uint32_t byte_weights;  ///< four bytes
   uint32_t sum_weights;   ///< two words
   int32_t places;
@@ -35,11 +35,11 @@ struct HicolorPair {
   uint16_t high_up;
 };
 
-/// A 16-bit layout as the row functions want it, set up once per conversion. The channels stand in
-/// the order of the true-colour pixel's bytes, which makes one function serve both channel orders.
+/// A 16-bit layout as the row functions use it, set up once per conversion. The channels are in the
+/// order of the true-color pixel's bytes, so one function handles both channel orders.
 struct HicolorLayout {
   std::array<HicolorChannel, 4> channels;  ///< the fourth is alpha
-  uint8_t opaque = 0;                      ///< widening: what alpha is where the layout has none
+  uint8_t opaque = 0;                      ///< widening: alpha for a layout without it
   uint8_t fill = 0;  ///< widening: the bits of the alpha byte below the field, set from 128 up
   HicolorProducts products{};          ///< narrowing
   std::array<HicolorPair, 2> pairs{};  ///< widening: channels 0 and 2, channels 1 and 3
@@ -58,7 +58,7 @@ HicolorLayout WideningLayout(const ZAV_SURFACE& surface);
 using HicolorRow = void (*)(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest,
                             size_t count);
 
-/// One row function in its two ways of storing: anywhere, or whole cache lines, which it streams.
+/// A row function for any destination, and one that streams whole cache lines.
 struct HicolorRowPair {
   HicolorRow stored;
   HicolorRow streamed;

@@ -26,8 +26,8 @@ const HicolorRows& TargetHicolorRows() { return PlainHicolorRows(); }
 
 #else
 
-// 256 bits are enough to be bound by memory, and leave one or two blocks of 128 bits whose order
-// has to be looked after.
+// 256 bits are enough to be limited by memory, and leave the order of at most two blocks of 128
+// bits to restore.
 using D8 = hn::CappedTag<uint8_t, 32>;
 using D16 = hn::Repartition<uint16_t, D8>;
 using D32 = hn::Repartition<uint32_t, D8>;
@@ -50,8 +50,9 @@ HWY_INLINE void Store(V8 bytes, uint8_t* dest) {
   }
 }
 
-// What Highway has no name for: 32-bit lanes to words, block by block; those words in their order;
-// and words in the order in which interleaving their bytes gives pixels in theirs.
+// Operations that Highway has no name for: packing 32-bit lanes to words, block by block; restoring
+// the order of those words; and loading words so that interleaving their bytes gives pixels in
+// order.
 #if HWY_ARCH_X86 && HWY_TARGET <= HWY_AVX2
 HWY_INLINE V16 PackToWords(V32 first, V32 second) {
   return V16{_mm256_packus_epi32(first.raw, second.raw)};
@@ -59,8 +60,8 @@ HWY_INLINE V16 PackToWords(V32 first, V32 second) {
 HWY_INLINE V16 OrderBlocks(V16 words) {
   return V16{_mm256_permute4x64_epi64(words.raw, _MM_SHUFFLE(3, 1, 2, 0))};
 }
-/// Of two blocks the lower halves in the first block and the upper halves in the second. Loading
-/// each of them twice costs nothing; permuting does.
+/// Puts the lower halves of two blocks into the first and the upper halves into the second. Loading
+/// each block twice is free; permuting is not.
 HWY_INLINE V16 LoadHalvesApart(const uint8_t* source) {
   const auto twice = [](const uint8_t* block)
                          HWY_ATTR { return _mm256_castsi256_pd(hn::LoadDup128(D8(), block).raw); };
@@ -79,14 +80,15 @@ HWY_INLINE V16 LoadHalvesApart(const uint8_t* source) {
 }
 #endif
 
-/// Half the pixels of a step each, as 32-bit lanes. Narrowing puts four pixels of `first` and four
-/// of `second` into each block; 24-bit pixels are loaded so that this is their order.
+/// The pixels of a step, half in each vector, as 32-bit lanes. Narrowing puts four pixels of
+/// `first` and four of `second` into each block; 24-bit pixels are loaded so that this gives their
+/// order.
 struct PixelVectors {
   V32 first;
   V32 second;
 };
 
-/// Four 24-bit pixels to a block; byte 3 of a lane is byte 2 once more. Reads 4 bytes beyond.
+/// Loads four 24-bit pixels per block; byte 3 of a lane repeats byte 2. Reads 4 bytes beyond.
 HWY_INLINE V32 LoadTriples(const uint8_t* source) {
   const D8 d8;
   V8 bytes;
@@ -112,9 +114,9 @@ HWY_INLINE PixelVectors LoadPixels(const uint8_t* source) {
   }
 }
 
-/// Narrowing by fields, for any masks. A word that holds a channel in its high byte gives the field
-/// whatever its low byte holds: `reach` ends where the channel's bits end. So bytes 1 and 3 are
-/// taken as they stand in the two halves of a lane; bytes 0 and 2 are moved up.
+/// Narrowing by fields, for any masks. A word with a channel in its high byte gives the field for
+/// any low byte: `reach` ends where the channel's bits end. So bytes 1 and 3 can stay in the two
+/// halves of a lane; bytes 0 and 2 are moved up.
 struct ByFields {
   static HWY_INLINE V16 Field(V16 words, const HicolorChannel& channel) {
     return hn::And(hn::ShiftRightSame(words, channel.shift), hn::Set(D16(), channel.reach));
@@ -180,8 +182,8 @@ struct Narrowing {
   }
 };
 
-/// How a pair of channels is widened: both bytes stay, take one left shift, or the low byte a left
-/// or a right shift of its own (the high byte stays with kOnlyLowUp); or whichever it is.
+/// How a pair of channels is widened: both bytes stay; both take one left shift; the low byte takes
+/// another left shift or a right shift (with kOnlyLowUp the high byte stays); or any of these.
 enum class Pairing { kStay, kOneShift, kOnlyLowUp, kLowUp, kLowDown, kAny };
 /// kBit: the word's top bit fills the whole byte.
 enum class Alpha { kNo, kBit, kYes, kAny };
@@ -192,7 +194,7 @@ struct Widening {
   static constexpr size_t kDestBytes = 4;
   static constexpr size_t kReadBeyond = 0;
 
-  /// The words' two bytes, of which the high one is only there with `kHigh`, before masks.
+  /// The words' two bytes before masking; the high one only with `kHigh`.
   template <Pairing kPairing, bool kHigh>
   static HWY_INLINE V16 Pair(const HicolorPair& p, V16 words) {
     const D8 d8;
@@ -228,7 +230,7 @@ struct Widening {
       odd = hn::Or(odd, HighByte(l.opaque));
     }
     if constexpr (kAlpha != Alpha::kNo) {
-      // The fill has nothing for the green bytes, so it may go by their signs too.
+      // The fill is 0 for the green bytes, so applying it by their signs as well is harmless.
       const hn::RebindToSigned<D8> di8;
       const auto filled = hn::BitCast(di8, hn::Or(odd, HighByte(l.fill)));
       const auto signs = hn::BitCast(di8, odd);
@@ -254,7 +256,7 @@ struct Widening {
   }
 };
 
-/// Fewer pixels than a step, by way of memory of our own.
+/// Converts fewer pixels than a step through local buffers.
 template <class Kernel>
 HWY_INLINE void PartialStep(const HicolorLayout& l, const uint8_t* source, uint8_t* dest,
                             size_t count) {
@@ -265,8 +267,8 @@ HWY_INLINE void PartialStep(const HicolorLayout& l, const uint8_t* source, uint8
   std::memcpy(dest, out, count * Kernel::kDestBytes);
 }
 
-/// The processor's own prefetching stops at the ends of pages; asking half a page ahead makes large
-/// pictures a sixth faster. The address may lie beyond the buffer: nothing is read through it.
+/// The processor's prefetching stops at the ends of pages; asking half a page ahead makes large
+/// pictures a sixth faster. The address may be beyond the buffer: nothing is read through it.
 HWY_INLINE void PrefetchAhead(const uint8_t* source, size_t bytes) {
   constexpr size_t kAhead = 2048;
   for (size_t i = 0; i < bytes; i += 64) {
@@ -275,7 +277,7 @@ HWY_INLINE void PrefetchAhead(const uint8_t* source, size_t bytes) {
   }
 }
 
-/// Where a row stands, in pixels and bytes.
+/// The position in a row.
 struct Position {
   const uint8_t* source;
   uint8_t* dest;
@@ -289,7 +291,7 @@ struct Position {
   }
 };
 
-/// Makes `kSteps` steps at a time, as long as there are so many.
+/// Makes `kSteps` steps at a time while there are enough pixels.
 template <class Kernel, bool kStream, size_t kSteps>
 HWY_INLINE void WholeSteps(const HicolorLayout& l, Position& at) {
   constexpr size_t kPixelsBeyond =
@@ -320,7 +322,7 @@ HWY_INLINE void Steps(const HicolorLayout& l, const uint8_t* source, uint8_t* de
 template <class Kernel, bool kStream>
 void Row(const HicolorLayout& layout, const uint8_t* source, uint8_t* dest, size_t count) {
   const HicolorLayout l = layout;  // a copy, which the stores cannot be thought to change
-  // A short row does not earn the start that reaching a cache line costs.
+  // For a short row, aligning to a cache line costs more than it gains.
   constexpr size_t kLine = 64;
   constexpr size_t kLongRow = 2048;
   const size_t past = reinterpret_cast<uintptr_t>(dest) % kLine;
@@ -346,7 +348,7 @@ bool IsOneShift(const HicolorPair& pair) {
   return pair.low_down == 0 && pair.low_up == pair.high_up;
 }
 
-// The fixed layouts have loops of their own: 4444; 565; 555; 1555.
+// The fixed layouts have special loops: 4444; 565; 555; 1555.
 template <bool kStream>
 void WidenRow(const HicolorLayout& l, const uint8_t* source, uint8_t* dest, size_t count) {
   using enum Pairing;

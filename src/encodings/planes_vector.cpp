@@ -17,7 +17,7 @@ ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
-// Without an instruction that shuffles bytes there is nothing to gain.
+// Without an instruction that shuffles bytes, vectors gain nothing.
 const PlaneRows& TargetPlaneRows() { return PlainPlaneRows(); }
 
 #else

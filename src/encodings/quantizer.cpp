@@ -43,15 +43,15 @@ void IndexTable::AddLeaf(uint32_t color, int depth, uint32_t index) {
 
 namespace {
 
-// The picture is walked twice. The first walk only builds the tree, for which a pixel counts when
-// its colour has no leaf yet. The second gives each pixel its index in the finished tree and sums
-// the leaves' colours, which adds up to what leaves that grow by merging would have summed.
+// The picture is walked twice. The first walk only builds the tree, which changes only at a pixel
+// whose color has no leaf yet. The second gives each pixel its index in the finished tree and sums
+// the leaves' colors; the sums are those that merging leaves would have collected.
 
 struct FreeOnExit {
   void operator()(void* bytes) const { FreeBytes(bytes); }
 };
 
-/// Memory for a table that would burden a host thread's stack; null when it runs out.
+/// Allocates a table too large for a host thread's stack; null when memory runs out.
 template <typename T>
 std::unique_ptr<T, FreeOnExit> NewTable() {
   uint8_t* bytes = AllocateBytes(sizeof(T));
@@ -69,7 +69,7 @@ struct Leaves {
   size_t count = 0;
 };
 
-/// After an uncovered pixel this many are tried one at a time: new colours come in clusters.
+/// After an uncovered pixel, this many are tried one at a time: new colors come in clusters.
 constexpr size_t kCluster = 8;
 
 bool AddRow(const uint8_t* pixels, size_t count, const CoveredColors& covered, ColorTree& tree) {
@@ -98,7 +98,7 @@ bool FindLeaves(const ZAV_CONVERTER& converter, Leaves& leaves) {
   return built;
 }
 
-/// How many levels down from the root two colours share their path.
+/// How many levels down from the root two colors share their path.
 int SharedDepth(const Leaf& a, const Leaf& b) {
   const uint32_t differing = a.color ^ b.color;
   return std::countl_zero(static_cast<uint8_t>(differing | differing >> 8 | differing >> 16));
@@ -109,8 +109,8 @@ void FillTable(const Leaves& leaves, IndexTable& table) {
   for (size_t i = 0; i < leaves.count; ++i) {
     const Leaf& leaf = leaves.list[i];
     const int shared_after = i + 1 < leaves.count ? SharedDepth(leaf, leaves.list[i + 1]) : -1;
-    // At this depth the leaf is alone. Above depth 4, where a cube is more than one entry, nothing
-    // is gained by filling more than its own.
+    // At this depth the leaf is alone. Above depth 4, where a cube is more than one entry, filling
+    // more than the leaf's cube gains nothing.
     const int alone = std::max(shared_before, shared_after) + 1;
     table.AddLeaf(leaf.color, std::max(alone, std::min(leaf.depth, 4)), static_cast<uint32_t>(i));
     shared_before = shared_after;
@@ -127,7 +127,7 @@ struct Mapping {
   std::array<Totals, kMaxColors> totals{};
   size_t pending = 0;  ///< pixels in `sums`
 
-  /// As many pixels as 32-bit sums hold for certain.
+  /// The pixels that 32-bit sums certainly hold.
   static constexpr size_t kMostPending = size_t{1} << 24;
 
   void MapRow(const uint8_t* pixels, uint8_t* dest, size_t count);

@@ -25,7 +25,7 @@ const QuantizerRows& TargetQuantizerRows() { return PlainQuantizerRows(); }
 
 #else
 
-// Look-ups are made one at a time; vectors find the places for a block of pixels, pass over blocks
+// Look-ups are made one at a time. Vectors compute the places for a block of pixels, skip blocks
 // that repeat the pixel before them, and add a pixel's four sums at once.
 constexpr size_t kBlock = 8;
 using Block = hn::CappedTag<uint32_t, kBlock>;
@@ -78,7 +78,7 @@ size_t FindUncovered(const CoveredColors& covered, const uint8_t* pixels, size_t
     uint64_t all = 1;
     for (size_t i = 0; i < kBlock; ++i) all &= cells[places.cell[i]] >> places.subcell[i];
     if (all != 0) continue;
-    // Leaves of single colours: here as well most blocks are covered.
+    // With leaves of single colors, most blocks are still covered.
     all = 1;
     for (size_t i = 0; i < kBlock; ++i) {
       all &= cells[places.cell[i]] >> places.subcell[i] |

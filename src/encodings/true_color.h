@@ -9,9 +9,9 @@
 
 namespace zav {
 
-// Kernels among 24- and 32-bit true colour and from 8-bit palettized pixels. Each converts every
+// Kernels among 24- and 32-bit true color and from 8-bit palettized pixels. Each converts every
 // pixel of a prepared conversion; "Swap" exchanges red and blue. Symmetric pairs of formats share a
-// kernel, since the bytes move alike. They return false only where a palette is missing.
+// kernel, since their bytes move alike. They return false only where a palette is missing.
 
 bool Pal8ToBgra32(ZAV_CONVERTER& converter);
 bool Pal8ToRgba32(ZAV_CONVERTER& converter);

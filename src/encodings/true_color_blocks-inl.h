@@ -20,13 +20,13 @@ ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET != HWY_SCALAR && HWY_TARGET != HWY_EMU128
 
-// Every block below reads and writes exactly its own pixels, and loads all before it stores. A row
-// that does not end with a whole block gets one more that ends with it and repeats pixels that are
-// done already. Rows shorter than a block, and the ends of rows converted in place, go one pixel at
-// a time.
+// Every block below reads and writes exactly its pixels, and loads all before it stores. A row that
+// does not end with a whole block gets one more block, which ends with the row and repeats some
+// pixels. Rows shorter than a block, and the ends of rows converted in place, go one pixel at a
+// time.
 
 #if HWY_MAX_BYTES >= 32 && !HWY_HAVE_SCALABLE
-constexpr size_t kWideBytes = 32;  // wider ones gain nothing: the stores are the limit
+constexpr size_t kWideBytes = 32;  // wider ones gain nothing: stores are the limit
 #else
 constexpr size_t kWideBytes = 16;
 #endif
@@ -77,8 +77,8 @@ void Put(Vector<kBytes> vector, uint8_t* dest) {
   }
 }
 
-/// Where memory is the limit and less is written than read, the processor's own prefetching falls
-/// behind. A hint for addresses beyond the row does nothing.
+/// Where memory is the limit and less is written than read, the processor's prefetching is too
+/// late. A hint for addresses beyond the row does nothing.
 template <bool kStream, size_t kBytes>
 void PrefetchAhead(const uint8_t* source) {
   constexpr size_t kDistance = 1024;
@@ -90,8 +90,8 @@ void PrefetchAhead(const uint8_t* source) {
 // --- 32 to 24 bits -------------------------------------------------------------------------------
 
 /// Stores the pixels of four vectors, already narrowed to 12 bytes and 4 zeros in every block of
-/// 16, as three full vectors. The k-th vector's bytes are closed up and rotated by k quarters, so
-/// that they stand where they go: each stored vector is the end of one beside the start of the
+/// 16, as three full vectors. The k-th vector's bytes are closed up and rotated by k quarters,
+/// which moves them to their final lanes: each stored vector is the end of one and the start of the
 /// next.
 template <size_t kBytes>
 struct Packer {
@@ -162,8 +162,8 @@ struct NarrowBlock {
 
 // --- 24 to 32 bits -------------------------------------------------------------------------------
 
-/// Reads four vectors' worth of 3-byte pixels by loads that give every block of 16 bytes its own 12
-/// source bytes, at its start or at byte 4, so that none reaches out of the block's pixels.
+/// Reads four vectors' worth of 3-byte pixels. Each 16-byte load has the 12 source bytes of a block
+/// at its start or at byte 4, so no load reaches beyond these pixels.
 template <size_t kBytes, bool kSwap, bool kStream>
 struct WidenBlock {
   static constexpr size_t kPixels = kBytes;
@@ -205,8 +205,8 @@ struct WidenBlock {
 
 // --- palette lookup ------------------------------------------------------------------------------
 
-// Gathering instructions are slower than single loads here. What is won lies in the rest: indices
-// are read eight at a time, and four entries are stored as one vector.
+// Gather instructions are slower than single loads here. The gain is in the rest: indices are read
+// eight at a time, and four entries are stored as one vector.
 
 hn::Vec<hn::FixedTag<uint8_t, 8> > LookUpTwo(const uint8_t* palette, uint32_t i, uint32_t j) {
   const hn::FixedTag<uint8_t, 4> entry;

@@ -7,8 +7,8 @@
 namespace zav {
 namespace {
 
-// Every byte shuffle is this loop: kRed and kBlue say which source bytes land at 0 and 2. Pixels
-// are read whole before they are written, so that a swap can work in place.
+// Every byte shuffle is this loop; kSwap exchanges bytes 0 and 2. Pixels are read whole before they
+// are written, so a swap can work in place.
 template <size_t kSourceBytes, size_t kDestBytes, bool kSwap>
 void ShuffleRow(const uint8_t* source, uint8_t* dest, size_t count) {
   for (size_t i = 0; i < count; ++i, source += kSourceBytes, dest += kDestBytes) {

@@ -18,7 +18,7 @@ ZAV_BEGIN_TARGET();
 
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128
 
-// Without an instruction that shuffles bytes there is nothing to gain.
+// Without an instruction that shuffles bytes, vectors gain nothing.
 const TrueColorTables& TargetTrueColor() { return PlainTrueColor(); }
 
 #else
@@ -44,8 +44,8 @@ void SwapRow32(const uint8_t* source, uint8_t* dest, size_t count) {
 
 // --- 24-bit swap ---------------------------------------------------------------------------------
 
-// A byte of a swapped row is the source byte two further on (place 0 of its pixel), the one in the
-// same place (1) or the one two before (2). So three loads, two bytes apart, are blended by place.
+// A byte of a swapped row comes from two bytes further on (byte 0 of a pixel), the same place (byte
+// 1) or two bytes before (byte 2). So three loads, two bytes apart, are blended by place.
 constexpr uint8_t kFirstOfThree[36] = {
     255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0,
     255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0, 255, 0, 0,
@@ -67,8 +67,8 @@ struct SwapMasks24 {
   hn::Mask<Bytes<kBytes> > first, last;
 };
 
-/// Three vectors at a time, which hold whole pixels: all are loaded before one is stored, for work
-/// in place. What the loads catch of the pixels beside the three vectors is masked out.
+/// Three vectors at a time, which hold whole pixels. All are loaded before one is stored, so this
+/// works in place. Bytes that the loads get from neighbouring pixels are masked out.
 template <size_t kBytes, bool kStream = false>
 size_t SwapVectors24(const uint8_t* source, uint8_t* dest, size_t first, size_t count) {
   const SwapMasks24<kBytes> masks0(0), masks1(kBytes), masks2(2 * kBytes);

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// What Highway has no names for yet, for vectors of any size. Included once per target, after
-// hwy/highway.h. Where the processor is another, kernels find HWY_ARCH_X86 0 and do without.
+// Operations that Highway has no names for yet, for vectors of any size. Included once per target,
+// after hwy/highway.h. On other processors HWY_ARCH_X86 is 0 and kernels do without them.
 
 #if defined(ZAV_PLATFORM_BYTE_PAIRS_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZAV_PLATFORM_BYTE_PAIRS_INL_H_
@@ -19,32 +19,32 @@
 
 ZAV_BEGIN_TARGET();
 
-/// Two loads of 8 bytes, of which the second is no more work for being the upper half.
+/// Two loads of 8 bytes; loading the second as the upper half costs nothing extra.
 HWY_INLINE hn::Vec128<uint8_t> LoadTwo(const uint8_t* lower, const uint8_t* upper) {
   const __m128i half = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(lower));
   return hn::Vec128<uint8_t>{_mm_castps_si128(
       _mm_loadh_pi(_mm_castsi128_ps(half), reinterpret_cast<const __m64*>(upper)))};
 }
 
-/// Sums of neighbouring bytes times signed bytes, which must fit 16 signed bits.
+/// Adds neighbouring bytes times signed bytes; the sums must fit 16 signed bits.
 HWY_INLINE hn::Vec128<int16_t> SumBytePairs(hn::Vec128<uint8_t> bytes,
                                             hn::Vec128<uint8_t> weights) {
   return hn::Vec128<int16_t>{_mm_maddubs_epi16(bytes.raw, weights.raw)};
 }
 
-/// Words of at most 255 to bytes, block by block.
+/// Packs 16-bit lanes of at most 255 to bytes, block by block.
 HWY_INLINE hn::Vec128<uint8_t> PackToBytes(hn::Vec128<int16_t> first, hn::Vec128<int16_t> second) {
   return hn::Vec128<uint8_t>{_mm_packus_epi16(first.raw, second.raw)};
 }
 
-/// The same for words of -128 to 127.
+/// The same for lanes of -128 to 127.
 HWY_INLINE hn::Vec128<uint8_t> PackSignedToBytes(hn::Vec128<int16_t> first,
                                                  hn::Vec128<int16_t> second) {
   return hn::Vec128<uint8_t>{_mm_packs_epi16(first.raw, second.raw)};
 }
 
 #if HWY_TARGET <= HWY_AVX2
-/// As hn::Combine, which first clears what it is about to fill.
+/// Like hn::Combine, which first clears the lanes that it then fills.
 HWY_INLINE hn::Vec256<uint8_t> CombineBlocks(hn::Vec128<uint8_t> upper, hn::Vec128<uint8_t> lower) {
   return hn::Vec256<uint8_t>{
       _mm256_inserti128_si256(_mm256_castsi128_si256(lower.raw), upper.raw, 1)};

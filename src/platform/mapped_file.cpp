@@ -14,7 +14,7 @@ namespace zav {
 bool MappedFile::Open(const char* path) {
   Close();
   if (path == nullptr) return false;
-  // Without O_NONBLOCK, opening a pipe that nobody writes to would wait for ever.
+  // Without O_NONBLOCK, opening a pipe without a writer would wait forever.
   const int file = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
   if (file < 0) return false;
   struct stat status;

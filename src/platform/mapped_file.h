@@ -6,7 +6,7 @@
 
 namespace zav {
 
-/// Read-only view of a whole file. Lives inside one call; whatever outlives it is copied out.
+/// Read-only view of a whole file. Lives inside one call; data that outlives it is copied out.
 class MappedFile {
  public:
   MappedFile() = default;

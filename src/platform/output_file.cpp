@@ -10,7 +10,7 @@
 namespace zav {
 namespace {
 
-/// Calls `write_some(bytes, count)` until everything is taken or the system refuses.
+/// Calls `write_some(bytes, count)` until all bytes are written or the system refuses.
 template <typename WriteSome>
 bool WriteAll(const void* bytes, int64_t count, WriteSome&& write_some) {
   const char* next = static_cast<const char*>(bytes);

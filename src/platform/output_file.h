@@ -7,8 +7,8 @@
 namespace zav {
 
 /// A file being written: created with permission 0600, truncated when it exists, closed by the
-/// destructor. Writes go to the system as they are issued, so that the file's bytes and its offset
-/// are what the operations say even after one that failed.
+/// destructor. Writes are not buffered, so the file's bytes and its offset are as the operations
+/// left them, even after one that failed.
 class OutputFile {
  public:
   OutputFile() = default;
@@ -21,10 +21,10 @@ class OutputFile {
   void Close();
   bool is_open() const { return file_ >= 0; }
 
-  /// False when the system did not take all bytes.
+  /// False when the system did not accept all bytes.
   bool Write(const void* bytes, int64_t count);
 
-  /// The same at a place of one's own; the offset does not move.
+  /// The same at another offset; the file's offset does not move.
   bool WriteAt(int64_t offset, const void* bytes, int64_t count);
 
   /// The offset of the next write; -1 where the file has none.

@@ -8,33 +8,32 @@
 
 namespace zav {
 
-// Ordinary stores first read the memory that they are about to overwrite, and leave behind in the
-// caches the end of a picture whose start is already gone. Streaming stores go straight to memory:
-// for a destination that the caches cannot hold they halve what writing costs.
+// Ordinary stores first read the memory that they overwrite, and leave the end of a picture in the
+// caches when its start is already gone. Streaming stores go straight to memory: for a destination
+// that the caches cannot hold they halve the cost of writing.
 
 inline constexpr size_t kCacheLine = 64;
 
-/// From this size on a destination is streamed. Smaller ones stay in the last-level cache, where
-/// the host's next step finds them. Measured with 32 MiB of it: filling 12 MiB over and over is 1.4
-/// times as fast with ordinary stores, filling 16 MiB 1.2 times as fast with streaming ones.
+/// Destinations of at least this size are streamed. Smaller ones stay in the last-level cache,
+/// where the host's next step finds them. Measured with 32 MiB of it: filling 12 MiB over and over
+/// is 1.4 times as fast with ordinary stores, filling 16 MiB 1.2 times as fast with streaming ones.
 inline constexpr int64_t kStreamFrom = int64_t{16} << 20;
 
-/// Whether this machine should stream a destination of `rows` rows. Short ones have too many
+/// Whether this machine should stream a destination of `rows` rows. Short rows have too many
 /// partial lines at their ends.
 bool StreamingPays(int64_t row_bytes, int64_t rows);
 
-/// Tests set from how many bytes on destinations and their rows are streamed; 0 restores the
-/// default.
+/// For tests: the size from which destinations and their rows are streamed; 0 restores the default.
 void SetStreamFrom(int64_t bytes);
 
 /// Copies between buffers that do not overlap; whole cache lines of the destination are streamed.
-/// StreamFence ends a sequence of these: only after it may other threads be told of the bytes.
+/// StreamFence ends a sequence of copies: other threads may see the bytes only after it.
 void StreamCopy(uint8_t* dest, const uint8_t* source, size_t count);
 void StreamFence();
 
-/// Streams a row that is made piece by piece in the first-level cache: pieces of any size become
-/// whole cache lines of the destination. They are small enough for reads and writes to overlap (at
-/// 4 KiB a quarter of the speed is lost).
+/// Streams a row that is made piece by piece in the first-level cache, and turns pieces of any size
+/// into whole cache lines. Pieces are small enough for reads and writes to overlap (at 4 KiB a
+/// quarter of the speed is lost).
 class StreamedRow {
  public:
   static constexpr size_t kPiece = 1024;
@@ -42,13 +41,13 @@ class StreamedRow {
 
   explicit StreamedRow(uint8_t* dest) { Start(dest); }
 
-  /// The end of the row before, and the start of another one.
+  /// Starts another row; End the one before first.
   void Start(uint8_t* dest) {
     dest_ = dest;
     sent_ = held_ = reinterpret_cast<uintptr_t>(dest) % kCacheLine;
   }
 
-  /// Where the next piece is to be put: room for kMaxPiece bytes.
+  /// Room for the next piece: kMaxPiece bytes.
   uint8_t* room() { return buffer_ + held_; }
   void Send(size_t bytes) {
     held_ += bytes;
@@ -63,16 +62,16 @@ class StreamedRow {
   void End() { std::memcpy(dest_, buffer_ + sent_, held_ - sent_); }
 
  private:
-  // Lines of the buffer are lines of the destination, so that pieces need not be aligned in it. But
-  // it lies within a page: stores across the end of one wait for the streaming stores before them,
-  // which can make the whole three times as slow.
+  // Lines of the buffer are lines of the destination, so pieces need not be aligned in it. But the
+  // buffer must lie within a page: stores across the end of a page wait for the streaming stores
+  // before them, which can make this three times as slow.
   alignas(4096) uint8_t buffer_[kMaxPiece + 2 * kCacheLine];
   uint8_t* dest_;
   size_t sent_;  ///< bytes at the start that the destination has, or that lie before the row
   size_t held_;
 };
 
-/// Asks for memory that will be read next; a hint that cannot fault.
+/// Prefetches memory that will be read next; cannot fault.
 inline void PrefetchLines(const uint8_t* bytes, size_t count) {
 #if defined(__GNUC__)
   for (size_t i = 0; i < count; i += kCacheLine) __builtin_prefetch(bytes + i);

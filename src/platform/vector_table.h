@@ -8,8 +8,8 @@
 
 namespace zav {
 
-/// Remembers which table was chosen until a test forces another target: asking Highway takes longer
-/// than a row of a small picture.
+/// Remembers the chosen table until a test forces another target: asking Highway takes longer than
+/// a row of a small picture.
 template <typename Table>
 class TableChoice {
  public:

@@ -22,14 +22,14 @@ struct VectorTarget {
 /// `capacity` were stored.
 size_t AvailableVectorTargets(VectorTarget* out, size_t capacity);
 
-/// Makes every kernel use this target, until RestoreVectorTarget.
+/// Makes every kernel use this target until RestoreVectorTarget.
 void ForceVectorTarget(const VectorTarget& target);
 void RestoreVectorTarget();
 
 /// Whether the plain code has been forced.
 bool PlainForced();
 
-/// Another number, never 0, after each of these changes.
+/// A number that changes with each of these calls; never 0.
 inline constinit std::atomic<uint32_t> g_vector_target_generation{1};
 inline uint32_t VectorTargetGeneration() {
   return g_vector_target_generation.load(std::memory_order_acquire);

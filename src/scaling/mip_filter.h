@@ -10,10 +10,10 @@
 namespace zav {
 
 // Reduction of 32-bit pixels, alpha in byte 3, to half the size. The order of the other three
-// channels plays no part.
+// channels does not matter.
 
-/// Makes `count` pixels from twice as many in each of two rows: averages with alpha as weight, or
-/// without weight where all four pixels are transparent; every quotient truncated.
+/// Makes `count` pixels from twice as many in each of two rows. They are averages weighted by
+/// alpha, or unweighted where all four pixels are transparent; every quotient is truncated.
 using MipRow = void (*)(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size_t count);
 
 /// One implementation of the filter that does nearly all the work.

@@ -17,7 +17,7 @@
 
 ZAV_BEGIN_TARGET();
 
-// SSE2 has no byte shuffle; elsewhere products are not added in the pairs that are needed here.
+// SSE2 has no byte shuffle; other targets do not add products in the pairs needed here.
 #if HWY_TARGET != HWY_SSE4 && HWY_TARGET != HWY_AVX2 && HWY_TARGET != HWY_AVX3
 
 const MipFilter& TargetMipFilter() { return PlainMipFilter(); }
@@ -33,10 +33,10 @@ using VectorOfUints = hn::Vec<Uints>;
 using VectorOfInts = hn::Vec<Ints>;
 using VectorOfFloats = hn::Vec<Floats>;
 
-// A block is as many destination pixels as a vector has 32-bit lanes. They are made from two
-// vectors of each source row. Two neighbouring source pixels make one destination pixel: their
-// channels become pairs of 16-bit numbers, which one instruction multiplies by a pair of weights
-// and adds. Such a plane holds two pixels of the first vector and two of the second in turn.
+// A block has as many destination pixels as a vector has 32-bit lanes, made from two vectors of
+// each source row. Each channel of two neighbouring source pixels becomes a pair of 16-bit numbers,
+// which one instruction multiplies by a pair of weights and adds. These planes alternate between
+// two pixels of the first vector and two of the second.
 constexpr size_t kBlock = hn::MaxLanes(Uints());
 constexpr size_t kVectorBytes = hn::MaxLanes(Bytes());
 
@@ -71,7 +71,7 @@ HWY_INLINE VectorOfInts AddProducts(VectorOfInts a, VectorOfInts b) {
                                        hn::Zero(Ints()), unused);
 }
 
-/// A pixel's sums are whole numbers: colours times weights, and the alphas times kScale.
+/// A pixel's sums, as whole numbers: colors times weights, and alphas times kScale.
 struct Sums {
   VectorOfInts byte_0, byte_1, byte_2, alpha;
 };
@@ -85,7 +85,7 @@ HWY_INLINE Sums WeightedSums(const RowPairs& upper, const RowPairs& lower) {
           AddProducts(alphas, hn::Set(Ints(), kScale * 0x10001))};
 }
 
-/// For pixels without alpha: colours with the weight 1.
+/// For pixels without alpha: colors with the weight 1.
 HWY_INLINE Sums PlainSums(const RowPairs& upper, const RowPairs& lower) {
   const auto ones = hn::Set(Ints(), 0x10001);
   const auto add = [&](VectorOfInts a, VectorOfInts b) { return AddProducts(hn::Add(a, b), ones); };
@@ -99,14 +99,14 @@ HWY_INLINE VectorOfFloats Reciprocal(VectorOfFloats v) {
   return hn::Mul(estimate, hn::NegMulAdd(v, estimate, hn::Set(Floats(), 2.0f)));
 }
 
-/// Divides by multiplication with the reciprocal of the weights' sum times kScale.
+/// Divides by multiplying with the reciprocal of the sum of weights times kScale.
 ///
 /// Quotients are those of (numerator + 1/2) / denominator - 1/2, rounded to the nearest whole
 /// number, which is the truncated quotient of numerator / denominator: numerators are whole, at
-/// most 255 times the denominator, which is at most 1020, so that the rounded value is at least
-/// 1/2040 away from where rounding would turn, while its error is below 2^-12: 256 times a relative
-/// error below 2^-20 (reciprocal 2^-21, products and sums 2^-23). It is exact whatever the last
-/// bits of the reciprocal are.
+/// most 255 times the denominator, which is at most 1020, so that the value is at least 1/2040 away
+/// from where rounding changes, while its error is below 2^-12: 256 times a relative error below
+/// 2^-20 (reciprocal 2^-21, products and sums 2^-23). So the result is exact for any last bits of
+/// the reciprocal.
 class Divider {
  public:
   HWY_INLINE explicit Divider(VectorOfInts scaled_denominator)
@@ -127,14 +127,14 @@ class Divider {
   VectorOfFloats offset_;
 };
 
-// 3 * 2^16 in single precision, and a little more for byte 2: so much that the rounders' bits add
-// up to nothing where the bytes are put together.
+// 3 * 2^16 in single precision, and slightly more for byte 2, so that the rounders' bits add up to
+// 0 when the bytes are joined.
 constexpr uint32_t kRounder = 0x48400000;
 constexpr uint32_t kRounder2 = 0x484077C0;
 static_assert(static_cast<uint32_t>(kRounder + (kRounder << 8) + (kRounder2 << 16)) == 0);
 
 HWY_INLINE VectorOfUints Divide(const Sums& sums, const Divider& divider) {
-  // The alphas' sum times 64 is their quarter times 256; below that stands its fraction.
+  // The alphas' sum times 64 is their average times 256; the fraction is in the low byte.
   const auto alpha = hn::And(hn::BitCast(Uints(), sums.alpha), hn::Set(Uints(), 0xFF00));
   const auto upper_half = hn::Add(divider.Divide(sums.byte_2, kRounder2), alpha);
   const auto byte_1 = hn::ShiftLeft<8>(divider.Divide(sums.byte_1, kRounder));
@@ -142,7 +142,7 @@ HWY_INLINE VectorOfUints Divide(const Sums& sums, const Divider& divider) {
                  hn::ShiftLeft<16>(upper_half));
 }
 
-/// A block in which four transparent pixels meet: those are averaged without weights.
+/// Filters a block that has four transparent pixels together: those are averaged without weights.
 HWY_NOINLINE VectorOfUints FilterTransparent(const uint8_t* upper_pixels,
                                              const uint8_t* lower_pixels) {
   const RowPairs upper(upper_pixels);
@@ -157,7 +157,8 @@ HWY_NOINLINE VectorOfUints FilterTransparent(const uint8_t* upper_pixels,
                 Divider(hn::IfThenElse(transparent, hn::Set(Ints(), 4 * kScale), sums.alpha)));
 }
 
-/// From pairs of pixels, one of each vector in turn, to all of the first before all of the second.
+/// Reorders pairs of pixels that come from the two vectors in turn: all of the first, then all of
+/// the second.
 struct InOrder {
   alignas(64) uint32_t lanes[kBlock];
 };
@@ -189,11 +190,11 @@ HWY_INLINE void Finish(const Sums& sums, const Divider& divider, const uint8_t* 
   StoreInOrder(pixels, dest);
 }
 
-/// Whether the four pixels of every destination pixel in a block have one alpha. Their weights then
-/// cancel out: sums of colours times that alpha, over four times the alpha, are quarters of plain
-/// sums, just as without any alpha; and so is the alpha itself.
+/// Whether the four source pixels of every destination pixel in a block have the same alpha. The
+/// weights then cancel out: every channel, alpha included, is a quarter of the plain sum, as it is
+/// without any alpha.
 HWY_INLINE bool HasEqualWeights(const uint8_t* upper, const uint8_t* lower) {
-  // Most blocks with soft alpha are told by one pixel.
+  // One comparison rules out most blocks with soft alpha.
   if (upper[3] != lower[7]) return false;
   const Uints d;
   auto differing = hn::Zero(d);
@@ -207,7 +208,7 @@ HWY_INLINE bool HasEqualWeights(const uint8_t* upper, const uint8_t* lower) {
   return hn::AllTrue(d, hn::Eq(hn::And(differing, alphas), hn::Zero(d)));
 }
 
-/// A block without weights.
+/// Filters a block without weights.
 HWY_INLINE void FilterPlain(const uint8_t* upper, const uint8_t* lower, uint8_t* dest) {
   static constexpr ByteShuffle kNeighbours = {
       {0, 4, 1, 5, 2, 6, 3, 7, 8, 12, 9, 13, 10, 14, 11, 15}};
@@ -241,8 +242,8 @@ void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size
       at += kStep;
       continue;
     }
-    // A block is finished beside the next one's sums: the processor then has work while it waits
-    // for the reciprocal.
+    // A block is finished while the next one's sums are made, so the processor has work while it
+    // waits for the reciprocal.
     Sums sums = sums_of(at);
     Divider divider(sums.alpha);
     for (; at + kStep <= last && !plain(at + kStep); at += kStep) {
@@ -255,7 +256,7 @@ void WeightedRow(const uint8_t* upper, const uint8_t* lower, uint8_t* dest, size
     finish(sums, divider, at);
     at += kStep;
   }
-  // The last block ends with the row, and makes some pixels once more.
+  // The last block ends with the row, and makes some pixels again.
   if (at != last + kStep) {
     const Sums sums = sums_of(last);
     finish(sums, Divider(sums.alpha), last);

@@ -13,7 +13,7 @@ bool CanScale(const ZAV_SURFACE& source, const ZAV_SURFACE& dest) {
          source.height >= 1 && dest.width >= 1 && dest.height >= 1;
 }
 
-/// `width` and `height` are what the destination's sides divide.
+/// `width` and `height` are divided by the destination's sides to give the steps.
 ScaleJob MakeJob(const ZAV_SURFACE& source, const ZAV_SURFACE& dest, int64_t width,
                  int64_t height) {
   return {.source = source.pixels,

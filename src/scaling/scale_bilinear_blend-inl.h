@@ -21,20 +21,20 @@
 ZAV_BEGIN_TARGET();
 
 // Blends work on 16-bit lanes, one to a channel. Four pixels of a 16-byte block of results are held
-// as two vectors. Where both come from one load these are the even bytes and the odd ones, which
-// take the same weights and join with one shift; otherwise they are the first two pixels and the
-// last two, each from loads of their own. 3-byte pixels are blended as if they had a fourth byte.
+// as two vectors. Where all come from one load, these are the even and the odd bytes, which take
+// the same weights and join with one shift; otherwise they are the first and the last two pixels,
+// each from separate loads. 3-byte pixels are blended as if they had a fourth byte.
 //
 // p + floor((q - p) * f / 65536) equals q + floor((p - q) * (65536 - f) / 65536): with the nearer
 // of the two as base the factor fits 16 signed bits, and the blend is the base plus the high half
 // of a product.
 
-/// Of pairs of bytes the first ones.
+/// The first byte of each pair.
 HWY_INLINE hn::Vec<Shorts> FirstOfPairs(hn::Vec<Bytes> pairs) {
   return hn::And(hn::BitCast(Shorts(), pairs), hn::Set(Shorts(), 255));
 }
 
-/// Of pairs of bytes the first - the second.
+/// First - second of each pair of bytes.
 HWY_INLINE hn::Vec<Shorts> Difference(hn::Vec<Bytes> pairs) {
 #if HWY_ARCH_X86
   const auto signs = hn::BitCast(Bytes(), hn::Set(Shorts(), static_cast<int16_t>(0xFF01)));
@@ -46,7 +46,7 @@ HWY_INLINE hn::Vec<Shorts> Difference(hn::Vec<Bytes> pairs) {
 #endif
 }
 
-/// A vector of results, in two with 16 bits to a byte.
+/// A vector of results as two vectors, with 16 bits for each byte.
 struct Lanes {
   hn::Vec<Shorts> first, second;
 };
@@ -95,11 +95,11 @@ HWY_INLINE hn::Vec<Shorts> BlendPairs(hn::Vec<Bytes> pairs, hn::Vec<Shorts> weig
   return hn::Add(FirstOfPairs(pairs), hn::MulHigh(Difference(pairs), weight));
 }
 
-/// Offsets that one vector of results takes.
+/// Offsets per vector of results.
 template <Reach kReach>
 constexpr size_t kVectorLoads = kVectorPixels / kPixelsOfLoad<kReach>;
 
-/// What half of a vector of results takes from a row.
+/// How half a vector of results is made from a row.
 template <Reach kReach>
 struct Columns {
   hn::Vec<Bytes> shuffle;

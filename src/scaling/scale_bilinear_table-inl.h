@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Where the bilinear filter finds the neighbours of each column, and how it weighs them: see
-// scale_filter_blend-inl.h. Included once per target, after hwy/highway.h.
+// Where the bilinear filter finds the neighbours of each column, and how it weights them: see
+// scale_bilinear_blend-inl.h. Included once per target, after hwy/highway.h.
 
 #if defined(ZAV_SCALING_SCALE_BILINEAR_TABLE_INL_H_) == defined(HWY_TARGET_TOGGLE)
 #ifdef ZAV_SCALING_SCALE_BILINEAR_TABLE_INL_H_
@@ -90,7 +90,7 @@ class ColumnWalk {
   hn::Vec<Wide> low_, two_steps_;
 };
 
-/// What each lane's load starts at, where the load starts with the first pixel that it serves.
+/// The offset of each lane's load: that of the first pixel the load serves.
 template <Reach kReach>
 HWY_INLINE VectorOfFour FirstOfLoad(VectorOfFour bytes) {
   if constexpr (kReach == Reach::kFour) return hn::Broadcast<0>(bytes);
@@ -166,7 +166,7 @@ HWY_INLINE void FillColumns(const ScaleJob& job, const FilterTable& table, int64
   constexpr size_t kLoadBytes = kReach == Reach::kOne ? kBlock / 2 : kBlock;
   const auto last_load = hn::Set(d, static_cast<uint32_t>(RowBytes(job) - kLoadBytes));
   const auto pixel_bytes = hn::Set(d, uint32_t{kBytes});
-  // Where a load's pixel stands in a block of two loads.
+  // Where a load's pixel is in a block of two loads.
   alignas(16) static constexpr uint32_t kStarts[] = {0, 8, 0, 8};
   const auto starts = kReach == Reach::kOne ? hn::Load(d, kStarts) : hn::Zero(d);
   ColumnWalk walk(x, job.step_x);

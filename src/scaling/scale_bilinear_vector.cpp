@@ -43,8 +43,8 @@ HWY_INLINE void StoreNarrowed(hn::Vec<D> pixels, D d, uint8_t* dest) {
   }
 }
 
-/// For a row of at least a vector of 4-byte pixels: calls `make(at, to)` with where each vector's
-/// entries stand in the tables and where its pixels go. The last one ends with the row.
+/// For a row of at least a vector of 4-byte pixels: calls `make(at, to)` with the position of each
+/// vector's entries in the tables and of its pixels. The last vector ends with the row.
 template <class Make>
 HWY_INLINE void ForEachVector(size_t count, const Make& make) {
   const size_t last = count * 4 - kVectorBytes;
@@ -174,7 +174,7 @@ class KeptRows {
   void Fill(const uint8_t* row, uint8_t* filled, const uint8_t* upper) {
     const Bytes d8;
     const Shorts d16;
-    const FilterTable table = table_;  // not to be fetched again after every store
+    const FilterTable table = table_;  // a copy, which stores cannot alias
     const size_t end = LaneBytes(count_);
     for (size_t at = 0; at < end; at += kVectorBytes) {
       const auto pixels = LayoutOf<kReach>::Join(BlendAcross<kReach>(table, row, at));
@@ -232,7 +232,7 @@ struct TwoRows {
   hn::Vec<Shorts> row, next_row;
 };
 
-/// Two destination rows of which each lies between two rows of its own.
+/// Two destination rows, each between a different pair of source rows.
 template <Reach kReach>
 struct TwoApart {
   HWY_INLINE TwoRows Blend(const Columns<kReach>& columns) const {
@@ -258,7 +258,7 @@ struct TwoAmongThree {
   Place row, next_row;
 };
 
-/// Blends source rows across as often as they are needed: where few would serve twice.
+/// Blends source rows across each time they are needed, for steps where few are needed twice.
 template <size_t kBytes, Reach kReach>
 class BothRows {
  public:
@@ -291,10 +291,10 @@ class BothRows {
     BlendOne(row, dest, [](const uint32_t*) {});
   }
 
-  /// Two rows at once share what they take from the tables, and a source row where they can: the
-  /// first is left to be made alone where the second would then share one with the third.
+  /// Two rows at once share what they read from the tables and, where they can, a source row. If
+  /// the second can share one with the third instead, the first is left to be made alone.
   bool MakeTwo(int64_t y, int64_t next_y, uint8_t* dest) {
-    // All positions are above the source's last row: there is a row below each, weighed or not.
+    // All positions are above the source's last row, so there is always a row below.
     if (far_ || job_.source_row_bytes < int64_t{kBlock}) return false;
     const int64_t pitch = job_.source_pitch;
     const uint8_t* upper = job_.source + (y >> 16) * pitch;
@@ -347,7 +347,7 @@ class BothRows {
   SourceRow upper_, lower_;
 };
 
-/// Two rows at a time share what they take from the tables.
+/// Makes two rows at a time where it can, which share what they read from the tables.
 template <size_t kBytes, class Rows>
 void FilterRows(const ScaleJob& job, Rows&& rows, uint8_t* dest, size_t count) {
   const bool two = kBytes == 4 && count >= kVectorPixels;

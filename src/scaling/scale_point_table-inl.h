@@ -20,7 +20,7 @@ ZAV_BEGIN_TARGET();
 
 /// How the pixels of a destination row are fetched.
 enum class Fetch {
-  kRow,     // as they stand
+  kRow,     // unchanged
   kTwice,   // every one twice
   kSecond,  // every second one
   kFourth,

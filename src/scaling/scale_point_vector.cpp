@@ -100,14 +100,14 @@ struct RowSet {
   uint8_t* dest[kRows];
 };
 
-/// Every second or fourth 4-byte pixel. The row holds that many for each, also for the last.
+/// Every second or fourth 4-byte pixel. The row has that many for each one, including the last.
 template <size_t kStride>
 HWY_INLINE hn::Vec<Pixels> EveryPixel(const uint8_t* from) {
   if constexpr (kStride == 2) return EvenPixels(from);
   return hn::ConcatEven(Pixels(), EvenPixels(from + 2 * kVectorBytes), EvenPixels(from));
 }
 
-/// `next` is where a row made alone asks for the next one.
+/// A row made alone prefetches the row at `next`.
 template <size_t kStride, size_t kRows>
 void PointEvery(const RowSet<kRows>& given, const uint8_t* next, size_t count) {
   const RowSet<kRows> rows = given;
@@ -129,7 +129,7 @@ void PointEvery(const RowSet<kRows>& given, const uint8_t* next, size_t count) {
   }
 }
 
-/// How a vector of pixels is taken from two neighbouring ones of a row.
+/// How a vector of pixels is taken from two neighbouring vectors of a row.
 class TwoVectors {
  public:
   /// Of the tile's columns from `at` on.
@@ -201,14 +201,14 @@ HWY_INLINE void CopyFour(const uint64_t* pairs, const uint8_t* row, uint8_t* des
   StorePixels(hn::Combine(d, LoadPair(pairs[1], row), LoadPair(pairs[0], row)), d, dest);
 }
 
-/// `next` is the row that a row made alone asks for.
+/// A row made alone prefetches the row at `next`.
 template <size_t kBytes, size_t kRows>
 void PointPixels(const uint64_t* pairs, const RowSet<kRows>& given, const uint8_t* next,
                  size_t count) {
   const RowSet<kRows> rows = given;
   size_t i = 0;
   for (; i + 4 <= count; i += 4, pairs += 2) {
-    const uint64_t both[] = {pairs[0], pairs[1]};  // not to be fetched again after a store
+    const uint64_t both[] = {pairs[0], pairs[1]};  // a copy, which stores cannot alias
     if constexpr (kBytes == 4 && kRows == 1) hwy::Prefetch(next + static_cast<uint32_t>(both[0]));
     for (size_t r = 0; r < kRows; ++r) {
       uint8_t* dest = rows.dest[r] + i * kBytes;
@@ -248,8 +248,8 @@ class PointColumns {
     if (fetch_ == Fetch::kPixel) FillPairs<kBytes>(job, first, count, pairs_);
   }
 
-  /// Makes `count` pixels from the column `at` of the tile on: all that are left, or both multiples
-  /// of kPiecePixels. `next` is the source row that will be needed next.
+  /// Makes `count` pixels from column `at` of the tile: all that are left, or both are multiples of
+  /// kPiecePixels. `next` is the source row that will be needed next.
   HWY_INLINE void Make(const uint8_t* row, const uint8_t* next, size_t at, size_t count,
                        uint8_t* dest) const {
     switch (fetch_) {
@@ -283,7 +283,7 @@ class PointColumns {
     }
   }
 
-  /// Whether two rows at once are faster: where what they share is much of the work.
+  /// Whether two rows at once are faster, because they share much of the work.
   bool TakesTwo() const {
     return kBytes == 4 && (fetch_ == Fetch::kSecond || fetch_ == Fetch::kFourth ||
                            fetch_ == Fetch::kLanes || fetch_ == Fetch::kPixel);
@@ -323,9 +323,9 @@ class PointColumns {
 template <size_t kBytes>
 void PointTile(const ScaleJob& job, const PointRoom& room, int64_t first, size_t count) {
   const PointColumns<kBytes> columns(job, room, first, count);
-  // Where the source is the larger one, reading it is what takes the time.
+  // Where the source is larger, reading it takes most of the time.
   const bool streams = job.step_x < kOnePixel && StreamsRows(job, count);
-  // Where the source is far, the next row is asked for instead.
+  // Where the source is far away, the next row is prefetched instead.
   const bool two = columns.TakesTwo() && job.step_y >= kOnePixel && !ReachesFar(job);
   const auto row_of = [&job](int64_t j) {
     return std::min(j, job.dest_height - 1) * job.step_y >> 16;

@@ -22,13 +22,12 @@
 #include "platform/target_namespace.h"
 #include "scaling/scale_kernels.h"
 
-// Which source pixels a destination column takes, and with which weights, is the same in every row.
-// So it is worked out once, into tables that say for every block of destination bytes where its
-// source bytes lie: a 16-byte load and a byte shuffle. Loads are moved left where they would pass
-// the end of the row, and the shuffles account for it; rows of fewer than 16 bytes are read from a
-// copy.
+// The source pixels of a destination column and their weights are the same in every row. So they
+// are worked out once, in tables that give a 16-byte load and a byte shuffle for every block of
+// destination bytes. Loads are moved left where they would pass the end of the row, and the
+// shuffles account for it; rows of fewer than 16 bytes are read from a copy.
 
-// Targets without a byte shuffle, or whose lanes the tables do not describe, use the plain loops.
+// Targets without a byte shuffle, or with vectors of unknown size, use the plain loops.
 #undef ZAV_SCALE_PLAIN
 #if HWY_TARGET == HWY_SCALAR || HWY_TARGET == HWY_EMU128 || HWY_TARGET == HWY_SSE2 || \
     HWY_HAVE_SCALABLE
@@ -60,14 +59,13 @@ class SourceRow {
   uint8_t copy_[kBlock] = {};
 };
 
-/// Bytes that Get's rows have.
+/// Readable bytes of the rows that Get returns.
 size_t RowBytes(const ScaleJob& job) {
   return std::max(static_cast<size_t>(job.source_row_bytes), kBlock);
 }
 
-/// Room for the tables of a tile of columns: on the stack for narrow pictures. Wide ones get it
-/// from the heap, so that whole rows are worked off in the order of memory; where the heap has none
-/// they take more tiles.
+/// Room for the tables of a tile of columns: on the stack for narrow pictures. Wide ones use the
+/// heap, so that whole rows are processed in memory order; if that fails they take more tiles.
 template <size_t kBytesPerColumn>
 class TileRoom {
  public:
@@ -127,8 +125,8 @@ void ForEachTile(const ScaleJob& job, int64_t columns, const Tile& tile) {
   }
 }
 
-/// Whether the rows that are read lie beyond the second-level cache, so that it pays to ask for the
-/// next one: the processor does not foresee rows of which few pixels are read.
+/// Whether the rows that are read reach beyond the second-level cache, so that prefetching the next
+/// one pays: the processor does not foresee rows of which few pixels are read.
 bool ReachesFar(const ScaleJob& job) {
   constexpr int64_t kCached = int64_t{256} << 10;
   return ((job.dest_height - 1) * job.step_y >> 16) * job.source_pitch > kCached;
@@ -140,7 +138,7 @@ bool StreamsRows(const ScaleJob& job, size_t count) {
 }
 
 /// Streams a row of `count` pixels. `make(at, pixels, dest)` makes some of them: all that are left,
-/// or both multiples of kPiecePixels.
+/// or both numbers are multiples of kPiecePixels.
 constexpr size_t kPiecePixels = StreamedRow::kPiece / 4;
 template <class Make>
 HWY_INLINE void StreamPieces(uint8_t* dest, size_t count, size_t bytes, const Make& make) {
@@ -184,8 +182,8 @@ HWY_INLINE hn::Vec<D> LoadHalfBlocks([[maybe_unused]] D d, const uint8_t* row,
   }
 }
 
-/// Where a block's entries stand when vectors are combined so that the blocks of two alternate: of
-/// 2 * kVectorBlocks the even ones come first.
+/// The slot of a block's entries when vectors are combined so that the blocks of two alternate: of
+/// each 2 * kVectorBlocks blocks the even ones come first.
 constexpr size_t AlternatingSlot(size_t block) {
   const size_t in_group = block % (2 * kVectorBlocks);
   return block - in_group + in_group % 2 * kVectorBlocks + in_group / 2;

@@ -11,7 +11,7 @@
 
 namespace zav {
 
-/// Two pictures of one size: one to read, and one to write.
+/// Two pictures of one size, one to read and one to write.
 struct RowLayout {
   const uint8_t* source;
   uint8_t* dest;
@@ -20,8 +20,8 @@ struct RowLayout {
   int32_t source_bytes, dest_bytes;  ///< per pixel
 };
 
-/// A picture's rows on both sides as row functions see them. Where neither side has padding the
-/// whole picture is one long row, which spares narrow pictures the per-row start and tail.
+/// The rows of both pictures as row functions see them. Where neither has padding the whole picture
+/// is one long row, which saves narrow pictures the per-row start and tail.
 struct Rows {
   explicit Rows(const RowLayout& layout)
       : source(layout.source),
@@ -49,8 +49,8 @@ struct Rows {
                        .source_bytes = BytesPerPixel(converter.source.format),
                        .dest_bytes = BytesPerPixel(converter.dest.format)}) {}
 
-  /// Whether to stream: large destinations with rows of many cache lines; not in place, where every
-  /// line that is written has just been read.
+  /// Whether to stream: large destinations with rows of many cache lines, but not in place, where
+  /// every line written has just been read.
   bool Stream() const {
     return source != dest &&
            StreamingPays(static_cast<int64_t>(width * dest_bytes), static_cast<int64_t>(height));
@@ -81,10 +81,10 @@ void ReadRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
              [&](const uint8_t* source, uint8_t*, size_t count) { row(source, count); });
 }
 
-/// Converts a row through a block in the first-level cache, from which it is streamed. While a
-/// block is streamed nothing would be read, so the next one's source is asked for before. Blocks
-/// are small enough for reads and writes to overlap (at 4 KiB a quarter of the speed is lost) and
-/// whole cache lines, whatever a pixel's bytes.
+/// Converts a row through a block in the first-level cache, from which it is streamed. Nothing is
+/// read while a block is streamed, so the next block's source is prefetched first. Blocks are small
+/// enough for reads and writes to overlap (at 4 KiB a quarter of the speed is lost), and are whole
+/// cache lines for any pixel size.
 template <typename RowFunction>
 void StreamThroughBlocks(const Rows& rows, const uint8_t* source, uint8_t* dest, size_t width,
                          RowFunction& row) {
@@ -103,9 +103,9 @@ void StreamThroughBlocks(const Rows& rows, const uint8_t* source, uint8_t* dest,
   }
 }
 
-/// Calls `row(source, dest, pixels)` for the whole picture, not necessarily row by row. This is the
-/// one place that knows pitches, and that large pictures are streamed: a row function sees
-/// consecutive pixels, and a destination that need not be the picture itself.
+/// Calls `row(source, dest, pixels)` for the whole picture, not necessarily row by row. Only this
+/// file knows about pitches and streaming: a row function sees consecutive pixels, and its
+/// destination may be a buffer instead of the picture.
 template <typename RowFunction>
 void WalkRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
   const Rows rows(converter);
@@ -116,9 +116,9 @@ void WalkRows(const ZAV_CONVERTER& converter, RowFunction&& row) {
   StreamFence();
 }
 
-/// Converts a row with a row function and its twin that streams by itself. The twin gets whole
-/// cache lines of the destination, 64 pixels or a multiple at a time, with at least one pixel of
-/// the row before and after them.
+/// Converts a row with a row function and its streaming twin. The twin gets whole cache lines of
+/// the destination, a multiple of 64 pixels, with at least one pixel of the row before and after
+/// them.
 template <typename RowFunction, typename StreamedRowFunction>
 void StreamRow(const Rows& rows, const uint8_t* source, uint8_t* dest, size_t width,
                RowFunction& row, StreamedRowFunction& streamed) {
