@@ -39,13 +39,8 @@ class StreamedRow {
   static constexpr size_t kPiece = 1024;
   static constexpr size_t kMaxPiece = 2 * kPiece;
 
-  explicit StreamedRow(uint8_t* dest) { Start(dest); }
-
-  /// Starts another row; End the one before first.
-  void Start(uint8_t* dest) {
-    dest_ = dest;
-    sent_ = held_ = reinterpret_cast<uintptr_t>(dest) % kCacheLine;
-  }
+  explicit StreamedRow(uint8_t* dest)
+      : dest_(dest), sent_(reinterpret_cast<uintptr_t>(dest) % kCacheLine), held_(sent_) {}
 
   /// Room for the next piece: kMaxPiece bytes.
   uint8_t* room() { return buffer_ + held_; }
