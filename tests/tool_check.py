@@ -382,9 +382,9 @@ class Tool(unittest.TestCase):
         for at, value, where, text in (
                 (0, b"PNG", 0, "is not a container"), (4, b"\2", 4, "no records of kind 2"), (a, b"\3", a, "inside"),
                 (5, b"\xff" * 4, 4, "its size as -1"), (5, b"\x20\0\0\0", 4, "shorter than its header"),
-                (a + 10, bytes(4), a, "sides 0 x 16"), (a + 22, b"\xff" * 4, a + 22, "length as -1"),
-                (a + 26, b"\x41", a + 22, "announces"), (a + 30, b"\xff" * 16, a, "cannot decode"),
-                (b + 14, b"\x13", b, "pitch of 19"), (c + 10, b"\x0f", c, "gives its size as 658")):
+                (a + 10, bytes(4), a, "sides 0 x 16"), (a + 22, b"\xff" * 4, a, "cannot decode"),
+                (a + 26, b"\x41", a, "cannot decode"), (a + 30, b"\xff" * 16, a, "cannot decode"),
+                (b + 14, b"\x13", b, "cannot decode"), (c + 10, b"\x0f", c, "cannot decode")):
             bad = data[:at] + value + data[at + len(value):]
             self.expect(3, f"-: at offset {where}: .*{text}", "verify", "-", input=bad)
         draw = random.Random(4)

@@ -40,14 +40,17 @@ Picture DecodeLayer(const std::string& subject, ByteSpan file, const Record& lay
   const std::unique_ptr<void, CloseStream> stream(
       ZAV_OPEN_READ(bytes.data(), static_cast<int>(bytes.size())));
   Image image;
-  if (stream == nullptr || ZAV_DECODE_BITMAP(stream.get(), image.get()) != 0) {
+  // The library decodes by the layer's header; a longer record is wrong about its size.
+  int next = 0;
+  if (stream == nullptr || ZAV_DECODE_BITMAP(stream.get(), image.get()) != 0 ||
+      ZAV_GET_LAYER_TYPE(stream.get(), &next) != 0 || next != ZAV_KIND_END) {
     throw AsError(subject, Undecodable(layer));
   }
   Picture picture = TakeSource(image);
 
   // Blocks give the padded size.
   ZAV_GFXDEF& definition = picture.definition;
-  if ((definition.width != layer.width || definition.height != layer.height) &&
+  if ((definition.width > layer.width || definition.height > layer.height) &&
       !IsCopyOnly(definition.format)) {
     Picture pixels = Convert(subject, picture, ZAV_FMT_BGRA32);
     pixels.definition.width = layer.width;

@@ -18,7 +18,6 @@ constexpr int64_t kMagicBytes = 4;
 constexpr int64_t kFrameBytes = 5;  // kind and size
 constexpr int64_t kNameAt = 5;
 constexpr int64_t kNameBytes = 32;
-constexpr int64_t kChunkBytes = 65536;
 constexpr int64_t kMaxBytes = std::numeric_limits<int32_t>::max();
 
 int64_t SignedLong(const unsigned char* at) {
@@ -64,11 +63,7 @@ class Walker {
       at += record.size;
       const size_t before = walk_.problems.size();
       if (ReadHeader(record, parent)) {
-        if (IsImageRecord(record.kind())) {
-          ReadImage(record);
-        } else {
-          CheckLayer(record);
-        }
+        if (IsImageRecord(record.kind())) ReadImage(record);
         record.sound = walk_.problems.size() == before;
         records.push_back(std::move(record));
       }
@@ -143,8 +138,6 @@ class Walker {
     if (image.kind() == ZAV_REC_MIPMAP) announced = *At(image.offset + 37);
     if (image.kind() == ZAV_REC_TILED) {
       announced = static_cast<size_t>(*At(image.offset + 47) | *At(image.offset + 48) << 8);
-      const int logarithm = *At(image.offset + 45) | *At(image.offset + 46) << 8;
-      if (logarithm > 8) Blame(image.offset, fmt::format("tiles have sides of 2^{}", logarithm));
     }
     if (count != announced) {
       Blame(image.offset, fmt::format("the {} record holds {} layers instead of {}",
@@ -155,7 +148,6 @@ class Walker {
       image.width = image.layers[0].width;
       image.height = image.layers[0].height;
     }
-    if (image.kind() == ZAV_REC_SQUIZ) CheckStrip(image);
   }
 
   /// The table of a squiz image, which says for every block whether it is stored. Moves `at` past
@@ -177,119 +169,6 @@ class Walker {
       for (int64_t column = 0; column < columns; ++column) {
         image.stored_blocks += (*At(at + 8 + column / 8) & 0x80 >> column % 8) != 0;
       }
-    }
-    return true;
-  }
-
-  void CheckStrip(const Record& image) {
-    const Record& strip = image.layers[0];
-    const int64_t side = *At(image.offset + 45);
-    if (strip.height < side || strip.width / side < image.stored_blocks) {
-      Blame(strip.offset, fmt::format("{} x {} pixels do not hold {} blocks of {} x {}",
-                                      strip.width, strip.height, image.stored_blocks, side, side));
-    }
-  }
-
-  // --- layers
-  // -----------------------------------------------------------------------------------------------
-
-  /// Checks that the data of the layer are as long as its header and its size say.
-  void CheckLayer(const Record& layer) {
-    const RecordKind& kind = *FindRecordKind(layer.kind());
-    int64_t at = layer.offset + kind.header;
-    const int64_t end = layer.offset + layer.size;
-    int64_t bytes = 0;  // of the picture
-    if (kind.has_pitch) {
-      const int64_t pitch = SignedLong(At(layer.offset + kind.extent + 8));
-      const int64_t row = int64_t{layer.width} * FormatOf(StoredFormat(layer.header)).bits / 8;
-      bytes = pitch * layer.height;
-      if (pitch < row || bytes > kMaxBytes) {
-        Blame(layer.offset, fmt::format("the {} layer of {} x {} has a pitch of {}", kind.name,
-                                        layer.width, layer.height, pitch));
-        return;
-      }
-    }
-    if (!SkipData(layer, bytes, at, end) || at == end) return;
-    Blame(layer.offset, fmt::format("the {} layer is {} bytes long and gives its size as {}",
-                                    kind.name, at - layer.offset, layer.size));
-  }
-
-  bool SkipData(const Record& layer, int64_t bytes, int64_t& at, int64_t end) {
-    if (IsDxtLayer(layer.kind())) return SkipBlocks(layer, at, end);
-    if (IsJpegLayer(layer.kind())) return SkipJpeg(layer, at, end);
-    if (layer.kind() == ZAV_LAYER_PACKEDPAL8) {
-      return SkipRun(ZAV_PALETTE_BYTES, at, end) && SkipRun(bytes, at, end);
-    }
-    if (layer.kind() == ZAV_LAYER_PACKED32) {
-      const bool interleaved = (layer.header.fields[0] & 4) != 0;
-      if (interleaved) return SkipRun(bytes, at, end);
-      for (int plane = 0; plane < 4; ++plane) {
-        if (!SkipRun(bytes / 4, at, end)) return false;
-      }
-      return true;
-    }
-    if (layer.kind() == ZAV_LAYER_PAL8) {
-      const int entries = layer.header.fields[0];
-      bytes += 4 * (entries == 0 ? 256 : entries);
-    }
-    return Skip(bytes, at, end);
-  }
-
-  bool Skip(int64_t bytes, int64_t& at, int64_t end) {
-    if (bytes > end - at) {
-      return Blame(at, fmt::format("{} bytes are missing in a layer", bytes - (end - at)));
-    }
-    at += bytes;
-    return true;
-  }
-
-  bool SkipBlocks(const Record& layer, int64_t& at, int64_t end) {
-    const int64_t block = layer.kind() == ZAV_LAYER_DXT1 ? 8 : 16;
-    const int64_t needed = RoundUp(layer.width, 4) / 4 * (RoundUp(layer.height, 4) / 4) * block;
-    const bool packed = (layer.header.fields[0] & 1) != 0;
-    const int64_t at_total = at;
-    if (packed && !Skip(4, at, end)) return false;
-    const int64_t total = packed ? SignedLong(At(at_total)) : end - at;
-    if (total < needed) {
-      return Blame(at_total, fmt::format("{} x {} pixels take {} bytes of blocks instead of {}",
-                                         layer.width, layer.height, needed, total));
-    }
-    return packed ? SkipRun(total, at, end) : Skip(total, at, end);
-  }
-
-  bool SkipJpeg(const Record& layer, int64_t& at, int64_t end) {
-    int64_t bytes = end - at;
-    if (layer.kind() == ZAV_LAYER_JPEGMASK) {
-      const int64_t at_length = at;
-      if (!Skip(4, at, end)) return false;
-      bytes = SignedLong(At(at_length));
-    }
-    if (bytes < 2 || bytes > end - at || *At(at) != 0xFF || *At(at + 1) != 0xD8) {
-      return Blame(at, "here a JPEG file should begin");
-    }
-    at += bytes;
-    return layer.kind() != ZAV_LAYER_JPEGMASK ||
-           SkipRun((int64_t{layer.width} * layer.height + 7) / 8, at, end);
-  }
-
-  /// A packed run of `bytes` bytes: chunks, each a length and a block, whose first word says how
-  /// many bytes it decodes to, negative when it holds them as they are.
-  bool SkipRun(int64_t bytes, int64_t& at, int64_t end) {
-    for (; bytes > 0; bytes -= kChunkBytes) {
-      const int64_t share = std::min(bytes, kChunkBytes);
-      const int64_t chunk = at;
-      if (!Skip(8, at, end)) return false;
-      const int64_t length = SignedLong(At(chunk));
-      const int64_t word = SignedLong(At(chunk + 4));
-      if (length < 4 || length > end - chunk - 4) {
-        return Blame(chunk, fmt::format("a chunk gives its length as {}; {} bytes are left", length,
-                                        end - chunk - 4));
-      }
-      if (word != share && (word != -share || length < 4 + share)) {
-        return Blame(chunk, fmt::format("a chunk of {} bytes announces {} instead of {}", length,
-                                        word, share));
-      }
-      at = chunk + 4 + length;
     }
     return true;
   }

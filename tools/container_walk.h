@@ -28,7 +28,7 @@ struct Record {
   int64_t offset = 0;
   int64_t size = 0;       // of all its bytes, nested records included
   ZAV_LAYER header = {};  // as far as the kind's header goes
-  bool sound = true;      // nothing was found wrong with it or with what it contains
+  bool sound = true;      // its frame and header, and those of what it contains
   int32_t width = 0;      // plain and mipmap images: of the first layer
   int32_t height = 0;
   std::string name;            // image records
@@ -47,8 +47,8 @@ struct Walk {
   int64_t needed = 0;  // bytes that the file would need for all that its records announce
 };
 
-/// Goes through the records of a container, and checks every size, count and length on the way.
-/// Pixels are not decoded. Nothing outside of `file` is read, whatever it holds.
+/// Walks the records of a container by their frames and headers; the data of layers is not
+/// examined. Never reads outside `file`, no matter what it holds.
 Walk WalkContainer(ByteSpan file);
 
 }  // namespace zav::tool
