@@ -15,18 +15,21 @@ namespace zav::tool {
 namespace {
 
 constexpr int64_t kMagicBytes = 4;
-constexpr int64_t kFrameBytes = 5;  // kind and size
-constexpr int64_t kNameAt = 5;
-constexpr int64_t kNameBytes = 32;
 constexpr int64_t kMaxBytes = std::numeric_limits<int32_t>::max();
 
-int64_t SignedLong(const unsigned char* at) {
-  return static_cast<int32_t>(static_cast<uint32_t>(at[0]) | static_cast<uint32_t>(at[1]) << 8 |
-                              static_cast<uint32_t>(at[2]) << 16 |
-                              static_cast<uint32_t>(at[3]) << 24);
-}
-
 int64_t RoundUp(int64_t value, int64_t unit) { return (value + unit - 1) / unit * unit; }
+
+/// How many layers an image record's header announces.
+size_t LayersOf(const ZAV_LAYER& image) {
+  switch (image.kind) {
+    case ZAV_REC_TILED:
+      return static_cast<size_t>(FieldValue(image, Field::kTiles));
+    case ZAV_REC_MIPMAP:
+      return static_cast<size_t>(FieldValue(image, Field::kLevels));
+    default:
+      return 1;
+  }
+}
 
 class Walker {
  public:
@@ -78,8 +81,8 @@ class Walker {
       walk_.needed = std::max(walk_.needed, at + kFrameBytes);
       return Blame(at, fmt::format("a record is cut off: {} bytes are left", end - at));
     }
-    record.header.kind = *At(at);
-    record.size = SignedLong(At(at) + 1);
+    std::memcpy(&record.header, At(at), kFrameBytes);
+    record.size = FieldValue(record.header, Field::kSize);
     if (record.size < kFrameBytes) {
       return Blame(
           at, fmt::format("a record of kind {} gives its size as {}", record.kind(), record.size));
@@ -91,7 +94,7 @@ class Walker {
                                    parent == nullptr ? "" : " in its image"));
     }
     const RecordKind* kind = FindRecordKind(record.kind());
-    if (kind != nullptr && record.size < kind->header) {
+    if (kind != nullptr && record.size < kind->header()) {
       return Blame(record.offset,
                    fmt::format("the {} record of {} bytes is shorter than its header", kind->name,
                                record.size));
@@ -108,14 +111,12 @@ class Walker {
     if (parent != nullptr && IsImageRecord(record.kind())) {
       return Blame(record.offset, "an image record stands inside another one");
     }
-    std::memcpy(&record.header, At(record.offset), static_cast<size_t>(kind->header));
-    if (IsImageRecord(record.kind())) {
-      const auto* name = reinterpret_cast<const char*>(At(record.offset + kNameAt));
-      record.name.assign(name, ::strnlen(name, kNameBytes));
-    }
-    if (kind->extent == 0) return true;
-    const int64_t width = SignedLong(At(record.offset + kind->extent));
-    const int64_t height = SignedLong(At(record.offset + kind->extent + 4));
+    std::memcpy(&record.header, At(record.offset), static_cast<size_t>(kind->header()));
+    const std::span<const unsigned char> name = FieldBytes(record.header, Field::kName);
+    record.name.assign(name.begin(), std::ranges::find(name, 0));
+    if (FieldBytes(record.header, Field::kWidth).empty()) return true;
+    const int64_t width = FieldValue(record.header, Field::kWidth);
+    const int64_t height = FieldValue(record.header, Field::kHeight);
     if (width < 1 || height < 1 || width * height > kMaxBytes) {
       return Blame(record.offset,
                    fmt::format("the {} record has the sides {} x {}", kind->name, width, height));
@@ -127,18 +128,14 @@ class Walker {
 
   void ReadImage(Record& image) {
     const int64_t end = image.offset + image.size;
-    int64_t at = image.offset + FindRecordKind(image.kind())->header;
+    int64_t at = image.offset + FindRecordKind(image.kind())->header();
     if (image.kind() == ZAV_REC_SQUIZ && !ReadBlockRows(image, at)) return;
     const size_t problems = walk_.problems.size();
     image.layers = Records(at, end, &image);
     if (walk_.problems.size() != problems) return;
 
     const size_t count = image.layers.size();
-    size_t announced = 1;
-    if (image.kind() == ZAV_REC_MIPMAP) announced = *At(image.offset + 37);
-    if (image.kind() == ZAV_REC_TILED) {
-      announced = static_cast<size_t>(*At(image.offset + 47) | *At(image.offset + 48) << 8);
-    }
+    const size_t announced = LayersOf(image.header);
     if (count != announced) {
       Blame(image.offset, fmt::format("the {} record holds {} layers instead of {}",
                                       FindRecordKind(image.kind())->name, count, announced));
@@ -154,7 +151,7 @@ class Walker {
   /// it. A row: background colour and count (4 bytes each), then a mask, whose field takes a byte,
   /// not a bit, for every block, in multiples of 8.
   bool ReadBlockRows(Record& image, int64_t& at) {
-    const int64_t side = *At(image.offset + 45);
+    const int64_t side = FieldValue(image.header, Field::kBlockSize);
     if (side == 0) return Blame(image.offset, "a squiz record has blocks without size");
     const int64_t columns = (image.width + side - 1) / side;
     const int64_t rows = (image.height + side - 1) / side;

@@ -11,6 +11,7 @@
 
 #include "error.h"
 #include "formats.h"
+#include "little_endian.h"
 #include "output.h"
 
 namespace zav::tool {
@@ -50,10 +51,8 @@ constexpr uint32_t kCapsTexture = 0x1000;
 // Cube maps and volumes.
 constexpr uint32_t kCaps2Many = 0x200 | 0x200000;
 
-constexpr uint32_t FourCc(char a, char b, char c, char d) {
-  return static_cast<uint32_t>(a | b << 8 | c << 16 | d << 24);
-}
-constexpr uint32_t kDdsMagic = FourCc('D', 'D', 'S', ' ');
+constexpr uint32_t kDdsMagic = LoadLittle("DDS ", 4);
+constexpr uint32_t kDxt1Code = LoadLittle("DXT1", 4);  // the last byte counts the other variants
 
 /// Channels as masks of a little-endian pixel: alpha, red, green, blue.
 struct Layout {
@@ -86,8 +85,8 @@ Error NotSupported(const std::string& path, const std::string& what) {
 
 Header ParseHeader(const std::string& path, const std::vector<unsigned char>& bytes) {
   Header header = {};
-  for (size_t at = 0; at < std::min(bytes.size(), 4 * kWords); ++at) {
-    header[at / 4] |= static_cast<uint32_t>(bytes[at]) << at % 4 * 8;
+  for (size_t i = 0; i < std::min(bytes.size() / 4, header.size()); ++i) {
+    header[i] = LoadLittle(&bytes[4 * i], 4);
   }
   if (header[kMagic] != kDdsMagic) {
     throw BadFile(path, "is not a DDS file: it does not begin with DDS");
@@ -117,7 +116,7 @@ ZAV_GFXDEF ParseFormat(const std::string& path, const Header& header, bool& opaq
   definition.height = static_cast<int32_t>(header[kHeight]);
   opaque = false;
   if ((header[kFormatFlags] & kIsFourCc) != 0) {
-    const uint32_t variant = header[kFourCc] - FourCc('D', 'X', 'T', '1');
+    const uint32_t variant = header[kFourCc] - kDxt1Code;
     if (variant % (1U << 24) == 0 && variant >> 24 < 5) {
       definition.format = ZAV_FMT_DXT1 + static_cast<int32_t>(variant >> 24);
       return definition;
@@ -230,8 +229,7 @@ void WriteDds(const Picture& picture, const std::string& path) {
   header[kCaps] = kCapsTexture;
   if (blocks) {
     header[kFormatFlags] = kIsFourCc;
-    const char digit = static_cast<char>('1' + definition.format - ZAV_FMT_DXT1);
-    header[kFourCc] = FourCc('D', 'X', 'T', digit);
+    header[kFourCc] = kDxt1Code + (static_cast<uint32_t>(definition.format - ZAV_FMT_DXT1) << 24);
   } else {
     const auto* known = std::ranges::find(kLayouts, definition.format, &Layout::format);
     const Masks masks = known != std::end(kLayouts)
@@ -243,12 +241,8 @@ void WriteDds(const Picture& picture, const std::string& path) {
     std::copy(masks.begin() + 1, masks.end(), header.begin() + kRedMask);
     header[kRedMask + 3] = masks[0];
   }
-  std::vector<unsigned char> bytes;
-  for (const uint32_t word : header) {
-    for (int shift = 0; shift < 32; shift += 8) {
-      bytes.push_back(static_cast<unsigned char>(word >> shift));
-    }
-  }
+  std::vector<unsigned char> bytes(4 * kWords);
+  for (size_t i = 0; i < kWords; ++i) StoreLittle(header[i], &bytes[4 * i], 4);
   Output output(path);
   output.Write(bytes.data(), bytes.size());
   if (blocks) {

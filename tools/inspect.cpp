@@ -7,16 +7,17 @@
 #include <cstdint>
 
 #include "error.h"
+#include "little_endian.h"
 
 namespace zav::tool {
 namespace {
 
 using Bytes = std::vector<unsigned char>;
 
-int64_t Word(const Bytes& bytes, size_t at) { return bytes[at] | bytes[at + 1] << 8; }
+int64_t Word(const Bytes& bytes, size_t at) { return LoadLittle(&bytes[at], 2); }
 
 int64_t SignedLong(const Bytes& bytes, size_t at) {
-  return static_cast<int32_t>(Word(bytes, at) | Word(bytes, at + 2) << 16);
+  return static_cast<int32_t>(LoadLittle(&bytes[at], 4));
 }
 
 int64_t BigWord(const Bytes& bytes, size_t at) { return bytes[at] << 8 | bytes[at + 1]; }

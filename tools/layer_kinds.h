@@ -6,22 +6,60 @@
 #include <zav.h>
 
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 
 namespace zav::tool {
 
+/// The fields of record headers.
+enum class Field : uint8_t {
+  kSize,  // of the record; every kind has it
+  kName,
+  kWidth,
+  kHeight,
+  kPitch,
+  kTileLog,
+  kTiles,
+  kBlockSize,
+  kLevels,
+  kEntries,
+  kVariant,
+  kFlags,
+  kQuality,
+  kCut,   // levels of pixel bytes 0 to 3, below which they become 0
+  kBits,  // kept: of pixel bytes 2, 1, 0, 3, or of red, green, blue, alpha
+};
+
+struct FieldPlace {
+  Field field;
+  uint8_t offset;  // from the start of the record
+  uint8_t size;
+};
+
 /// What the command knows about a kind of container record.
 struct RecordKind {
-  int kind;               // ZAV_REC_*, ZAV_LAYER_*
-  std::string_view name;  // of layers: as --layer takes it
-  int header;             // bytes
-  int extent;             // offset of width and height; 0: the header has none
-  bool has_pitch;         // which then stands behind them
+  int kind;                            // ZAV_REC_*, ZAV_LAYER_*
+  std::string_view name;               // of layers: as --layer takes it
+  std::span<const FieldPlace> fields;  // after the size, without gaps
+
+  constexpr int header() const { return fields.back().offset + fields.back().size; }
 };
+
+/// Kind and size, with which every header starts.
+constexpr int kFrameBytes = 5;
+constexpr size_t kNameBytes = 32;
 
 /// Null for a kind that does not exist.
 const RecordKind* FindRecordKind(int kind);
+
+/// The bytes of a header's field; none for a field that the kind does not have.
+std::span<unsigned char> FieldBytes(ZAV_LAYER& header, Field field);
+std::span<const unsigned char> FieldBytes(const ZAV_LAYER& header, Field field);
+
+/// A field of at most 4 bytes as a number; 4 bytes are signed. 0 for a field that the kind does not
+/// have.
+int32_t FieldValue(const ZAV_LAYER& header, Field field);
 
 constexpr bool IsImageRecord(int kind) { return kind < ZAV_LAYER_PAL8; }
 constexpr bool IsDxtLayer(int kind) { return kind >= ZAV_LAYER_DXT1 && kind <= ZAV_LAYER_DXT5; }

@@ -19,7 +19,6 @@
 namespace zav::tool {
 namespace {
 
-constexpr size_t kNameBytes = 32;
 constexpr int kAllLevels = 32;  // sides have 31 bits
 
 struct Options {

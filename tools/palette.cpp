@@ -11,6 +11,7 @@
 #include "file_types.h"
 #include "formats.h"
 #include "input.h"
+#include "little_endian.h"
 
 namespace zav::tool {
 namespace {
@@ -27,7 +28,7 @@ size_t CountColours(const ZAV_GFXDEF& picture) {
   for (int64_t y = 0; y < picture.height; ++y) {
     const unsigned char* pixel = picture.pixels + y * picture.pitch;
     for (int32_t x = 0; x < picture.width; ++x, pixel += 4) {
-      seen->set(static_cast<size_t>(pixel[0] | pixel[1] << 8 | pixel[2] << 16));
+      seen->set(LoadLittle(pixel, 3));
     }
   }
   return seen->count();
