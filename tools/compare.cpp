@@ -6,17 +6,16 @@
 #include <array>
 #include <cmath>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "file_types.h"
 #include "formats.h"
+#include "json.h"
+#include "options.h"
 #include "terminal.h"
 
 namespace zav::tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct Options {
   std::string a;
@@ -75,8 +74,8 @@ Difference Measure(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
 
 Json Decibels(double psnr) { return std::isfinite(psnr) ? Json(psnr) : Json(nullptr); }
 
-void PrintJson(const Options& options, const ZAV_GFXDEF& a, const ZAV_GFXDEF& b,
-               const Difference* difference) {
+Json ToJson(const Options& options, const ZAV_GFXDEF& a, const ZAV_GFXDEF& b,
+            const Difference* difference) {
   Json result = {{"a", {{"file", options.a}, {"width", a.width}, {"height", a.height}}},
                  {"b", {{"file", options.b}, {"width", b.width}, {"height", b.height}}},
                  {"same_size", difference != nullptr},
@@ -92,7 +91,7 @@ void PrintJson(const Options& options, const ZAV_GFXDEF& a, const ZAV_GFXDEF& b,
           {"differing", channel.differing}};
     }
   }
-  fmt::print("{}\n", result.dump(2, ' ', false, Json::error_handler_t::replace));
+  return result;
 }
 
 std::string PsnrText(double psnr) {
@@ -133,7 +132,7 @@ void Run(const Options& options, int& exit_code) {
   if (same_size) measured = Measure(a.definition, b.definition);
   const Difference* difference = same_size ? &measured : nullptr;
   if (options.json) {
-    PrintJson(options, a.definition, b.definition, difference);
+    PrintJson(ToJson(options, a.definition, b.definition, difference));
   } else {
     Print(a.definition, b.definition, difference);
   }
@@ -147,7 +146,7 @@ void AddCompare(CLI::App& app, int& exit_code) {
   const auto options = std::make_shared<Options>();
   command->add_option("A", options->a, "Picture: " + InputEndings())->required();
   command->add_option("B", options->b, "Picture")->required();
-  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
+  AddType(*command, options->type);
   command->add_flag("--json", options->json, "Print an object; psnr is null for equal samples");
   command->footer(
       "Exit code 0: identical; 7: different pixels or sizes. Both are compared as 32-bit pixels.");

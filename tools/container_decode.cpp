@@ -8,6 +8,7 @@
 #include <array>
 #include <memory>
 
+#include "commands.h"
 #include "formats.h"
 #include "layer_kinds.h"
 #include "terminal.h"
@@ -63,8 +64,14 @@ Picture DecodeLayer(const std::string& subject, ByteSpan file, const Record& lay
 }  // namespace
 
 Error AsError(const std::string& subject, const Problem& problem) {
-  return Error(ErrorKind::kBadFile, subject,
-               fmt::format("at offset {}: {}", problem.offset, problem.what));
+  return BadFile(subject, fmt::format("at offset {}: {}", problem.offset, problem.what));
+}
+
+void ReportProblems(const std::string& subject, const Walk& walk, int& exit_code) {
+  for (const Problem& problem : walk.problems) {
+    Report(AsError(subject, problem));
+    exit_code = static_cast<int>(ErrorKind::kBadFile);
+  }
 }
 
 Picture DecodeRecord(const std::string& subject, ByteSpan file, const Record& record) {

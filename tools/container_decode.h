@@ -23,6 +23,9 @@ void VerifyPictures(const std::string& subject, ByteSpan file, Walk& walk);
 /// The problem as an Error of that file.
 Error AsError(const std::string& subject, const Problem& problem);
 
+/// Prints the problems of a walk. Any of them makes the exit code that of a bad file.
+void ReportProblems(const std::string& subject, const Walk& walk, int& exit_code);
+
 }  // namespace zav::tool
 
 #endif  // ZAV_TOOLS_CONTAINER_DECODE_H_

@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/core.h>
 
-#include <array>
 #include <cmath>
 #include <cstdio>
 #include <memory>
@@ -10,14 +9,13 @@
 #include "commands.h"
 #include "file_types.h"
 #include "formats.h"
+#include "options.h"
 
 namespace zav::tool {
 namespace {
 
 struct Options {
-  std::string in;
-  std::string out;
-  std::string type;
+  InOut files;
   std::string format;
   std::string masks;
   std::string size;
@@ -25,7 +23,7 @@ struct Options {
   int quality = -1;
 };
 
-Error Usage(const std::string& what) { return Error(ErrorKind::kUsage, "convert", what); }
+Error Usage(const std::string& what) { return UsageError(what, "convert"); }
 
 /// "320x200" or "50%"; a percentage gives at least one pixel.
 void ParseSize(const std::string& text, const ZAV_GFXDEF& source, Wanted& wanted) {
@@ -73,21 +71,20 @@ void Run(const Options& options) {
     throw Usage(fmt::format("there is no filter '{}'; use point or bilinear", options.filter));
   }
   wanted.bilinear = options.filter == "bilinear";
-  CheckTypes(options.type, std::array{options.in, options.out});
-  PictureFile out = OutputFile(options.out, options.type);
+  PictureFile out = options.files.Output();
   if (options.quality >= 0) {
     if (out.type->ending != "jpg") throw Usage("--quality goes with JPEG files");
     out.quality = options.quality;
   }
   if (wanted.format != 0) CheckHolds(out, wanted.format);
 
-  const Picture source = ReadPicture(InputFile(options.in, options.type));
+  const Picture source = options.files.Read();
   if (!options.size.empty()) ParseSize(options.size, source.definition, wanted);
   if (wanted.format == 0) {
     const int32_t format = DefaultFormat(*out.type, source);
     if (format != source.definition.format) wanted.format = format;
   }
-  WritePicture(Convert(options.in, source, wanted), out);
+  WritePicture(Convert(options.files.in, source, wanted), out);
 }
 
 }  // namespace
@@ -95,9 +92,7 @@ void Run(const Options& options) {
 void AddConvert(CLI::App& app, int&) {
   CLI::App* command = app.add_subcommand("convert", "Converts a picture to another format or size");
   const auto options = std::make_shared<Options>();
-  command->add_option("IN", options->in, "Picture to read: " + InputEndings())->required();
-  command->add_option("OUT", options->out, "Picture to write: " + OutputEndings())->required();
-  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
+  AddInOut(*command, options->files, OutputEndings());
   command
       ->add_option("--format", options->format,
                    "Pixel format to store. Default: what the picture has, as far as the file "

@@ -75,14 +75,6 @@ int64_t BlockBytes(int32_t format, int64_t width, int64_t height) {
   return (width + 3) / 4 * ((height + 3) / 4) * (format == ZAV_FMT_DXT1 ? 8 : 16);
 }
 
-Error BadFile(const std::string& path, const std::string& what) {
-  return Error(ErrorKind::kBadFile, path, what);
-}
-
-Error NotSupported(const std::string& path, const std::string& what) {
-  return Error(ErrorKind::kNotSupported, path, what);
-}
-
 Header ParseHeader(const std::string& path, const std::vector<unsigned char>& bytes) {
   Header header = {};
   for (size_t i = 0; i < std::min(bytes.size() / 4, header.size()); ++i) {
@@ -143,10 +135,7 @@ ZAV_GFXDEF ParseFormat(const std::string& path, const Header& header, bool& opaq
     throw NotSupported(path, fmt::format("has {}-bit pixels of an unknown order", bits));
   }
   definition.format = ZAV_FMT_CUSTOM16_1;
-  definition.alpha_mask = masks[0];
-  definition.red_mask = masks[1];
-  definition.green_mask = masks[2];
-  definition.blue_mask = masks[3];
+  SetMasks(definition, masks);
   return definition;
 }
 
@@ -185,7 +174,7 @@ Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std:
   storage = StorageText(header, definition);
 
   // Rows stand close together whatever the header says of a pitch: many writers get that wrong.
-  const int64_t row = int64_t{definition.width} * FormatOf(definition.format).bits / 8;
+  const int64_t row = RowBytes(definition);
   const bool blocks = IsDxt(definition.format);
   const int64_t needed = blocks ? BlockBytes(definition.format, definition.width, definition.height)
                                 : row * definition.height;
@@ -212,7 +201,7 @@ Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std:
 void WriteDds(const Picture& picture, const std::string& path) {
   const ZAV_GFXDEF& definition = picture.definition;
   const bool blocks = IsDxt(definition.format);
-  const int64_t row = int64_t{definition.width} * FormatOf(definition.format).bits / 8;
+  const int64_t row = RowBytes(definition);
   if (blocks &&
       definition.pitch < BlockBytes(definition.format, definition.width, definition.height)) {
     throw BadFile(path, fmt::format("{} bytes of blocks are too few for {} x {} pixels",
@@ -232,10 +221,7 @@ void WriteDds(const Picture& picture, const std::string& path) {
     header[kFourCc] = kDxt1Code + (static_cast<uint32_t>(definition.format - ZAV_FMT_DXT1) << 24);
   } else {
     const auto* known = std::ranges::find(kLayouts, definition.format, &Layout::format);
-    const Masks masks = known != std::end(kLayouts)
-                            ? known->masks
-                            : Masks{definition.alpha_mask, definition.red_mask,
-                                    definition.green_mask, definition.blue_mask};
+    const Masks masks = known != std::end(kLayouts) ? known->masks : MasksOf(definition);
     header[kFormatFlags] = kRgb | (masks[0] != 0 ? kAlphaPixels : 0);
     header[kBits] = static_cast<uint32_t>(FormatOf(definition.format).bits);
     std::copy(masks.begin() + 1, masks.end(), header.begin() + kRedMask);

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <stdexcept>
 #include <string>
+#include <string_view>
+#include <utility>
 
 namespace zav::tool {
 
@@ -34,6 +36,24 @@ class Error : public std::runtime_error {
   ErrorKind kind_;
   std::string subject_;
 };
+
+/// Adds to the names that a message lists.
+inline void AddName(std::string& names, std::string_view name, std::string_view separator = ", ") {
+  if (!names.empty()) names += separator;
+  names += name;
+}
+
+inline Error UsageError(const std::string& what, const std::string& subject = "") {
+  return Error(ErrorKind::kUsage, subject, what);
+}
+
+inline Error BadFile(const std::string& file, const std::string& what) {
+  return Error(ErrorKind::kBadFile, file, what);
+}
+
+inline Error NotSupported(const std::string& subject, const std::string& what) {
+  return Error(ErrorKind::kNotSupported, subject, what);
+}
 
 /// The system's refusal of something done to `file`.
 inline Error SystemError(const std::string& file, int code = errno) {

@@ -15,6 +15,7 @@
 #include "formats.h"
 #include "input.h"
 #include "layer_kinds.h"
+#include "options.h"
 #include "terminal.h"
 
 namespace zav::tool {
@@ -93,8 +94,7 @@ std::vector<Task> Plan(const Options& options, const Walk& walk) {
   }
   for (const std::string& name : options.names) {
     if (found.count(name) != 0) continue;
-    throw Error(ErrorKind::kUsage, options.file,
-                fmt::format("has no image named '{}'", Printable(name)));
+    throw UsageError(fmt::format("has no image named '{}'", Printable(name)), options.file);
   }
   return tasks;
 }
@@ -106,8 +106,7 @@ void Extract(const Options& options, ByteSpan file, const Task& task) {
   if (format == ZAV_FMT_BGRA32 && options.type == "tga" && !ShowsAlpha(picture)) {
     format = ZAV_FMT_BGR24;
   }
-  if (format != picture.definition.format) picture = Convert(options.file, picture, format);
-  WritePicture(picture, out);
+  WritePicture(InFormat(options.file, std::move(picture), format), out);
 }
 
 void Run(const Options& options, int& exit_code) {
@@ -118,7 +117,7 @@ void Run(const Options& options, int& exit_code) {
     Report(error);
     exit_code = std::max(exit_code, error.exit_code());
   };
-  for (const Problem& problem : walk.problems) fail(AsError(options.file, problem));
+  ReportProblems(options.file, walk, exit_code);
   const std::vector<Task> tasks = Plan(options, walk);
   std::error_code refused;
   std::filesystem::create_directories(options.directory, refused);
@@ -145,7 +144,7 @@ void Run(const Options& options, int& exit_code) {
 void AddExtract(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("extract", "Writes the images of a container to files");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "Container: .zav; - for standard input")->required();
+  AddContainer(*command, options->file);
   command->add_option("-o", options->directory, "Where to write; made if it is missing")
       ->type_name("DIR");
   command->add_option("--name", options->names, "Only images of this name; may be repeated")

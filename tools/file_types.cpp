@@ -102,7 +102,7 @@ std::string Endings(bool written) {
   std::string endings;
   for (const FileType& type : kTypes) {
     if (written && type.write == nullptr) continue;
-    endings += fmt::format("{}{}", endings.empty() ? "" : ", ", type.ending);
+    AddName(endings, type.ending);
   }
   return endings;
 }
@@ -119,18 +119,16 @@ const FileType* FindType(std::string ending) {
 /// `named` is what --type says.
 const FileType& TypeOf(const std::string& path, const std::string& named) {
   if (path == kStandard) {
-    if (named.empty()) throw Error(ErrorKind::kUsage, path, "--type has to say what - is");
+    if (named.empty()) throw UsageError("--type has to say what - is", path);
     const FileType& type = TypeNamed(named);
     if (type.read != ReadRawPicture) return type;
-    throw Error(ErrorKind::kNotSupported, path,
-                "raw pixels have a JSON file beside them: they need a name");
+    throw NotSupported(path, "raw pixels have a JSON file beside them: they need a name");
   }
   const size_t dot = path.find_last_of("./");
   const bool has_ending = dot != path.npos && path[dot] == '.';
   const FileType* type = FindType(has_ending ? path.substr(dot + 1) : "");
   if (type != nullptr) return *type;
-  throw Error(ErrorKind::kNotSupported, path,
-              fmt::format("has an unknown ending; known are {}", Endings(false)));
+  throw NotSupported(path, fmt::format("has an unknown ending; known are {}", Endings(false)));
 }
 
 }  // namespace
@@ -138,8 +136,8 @@ const FileType& TypeOf(const std::string& path, const std::string& named) {
 const FileType& TypeNamed(const std::string& name) {
   const FileType* type = FindType(name);
   if (type != nullptr) return *type;
-  throw Error(ErrorKind::kUsage, "",
-              fmt::format("there are no files of type '{}'; known are {}", name, Endings(false)));
+  throw UsageError(
+      fmt::format("there are no files of type '{}'; known are {}", name, Endings(false)));
 }
 
 PictureFile InputFile(const std::string& path, const std::string& types) {
@@ -151,15 +149,15 @@ PictureFile InputFile(const std::string& path, const std::string& types) {
 PictureFile OutputFile(const std::string& path, const std::string& types) {
   const FileType& type = TypeOf(path, types.substr(types.find(':') + 1));
   if (type.write == nullptr) {
-    throw Error(ErrorKind::kNotSupported, path,
-                fmt::format("{} files are read only; written are {}", type.name, OutputEndings()));
+    throw NotSupported(
+        path, fmt::format("{} files are read only; written are {}", type.name, OutputEndings()));
   }
   return {path, &type};
 }
 
 void CheckTypes(const std::string& types, std::span<const std::string> paths) {
   if (types.empty() || std::ranges::count(paths, kStandard) != 0) return;
-  throw Error(ErrorKind::kUsage, "", "--type goes with - for standard input or output");
+  throw UsageError("--type goes with - for standard input or output");
 }
 
 std::string InputEndings() { return Endings(false); }
@@ -187,11 +185,10 @@ void CheckHolds(const PictureFile& file, int32_t format) {
   if (Holds(type, format)) return;
   std::string held;
   for (const Stored& stored : type.stored) {
-    held += fmt::format("{}{}", held.empty() ? "" : ", ", FormatOf(stored.format).name);
+    AddName(held, FormatOf(stored.format).name);
   }
-  throw Error(
-      ErrorKind::kNotSupported, file.path,
-      fmt::format("a {} file cannot hold {}; it holds {}", type.name, FormatOf(format).name, held));
+  throw NotSupported(file.path, fmt::format("a {} file cannot hold {}; it holds {}", type.name,
+                                            FormatOf(format).name, held));
 }
 
 Picture ReadPicture(const PictureFile& file, std::string* storage, size_t* size) {

@@ -55,7 +55,6 @@ void CheckTypes(const std::string& types, std::span<const std::string> paths);
 /// Endings of files that are read, and of those that are written, for --help.
 std::string InputEndings();
 std::string OutputEndings();
-constexpr char kTypeHelp[] = "What - is, by its ending; IN:OUT where both are -";
 
 /// The format in which `type` takes this picture when the user names none.
 int32_t DefaultFormat(const FileType& type, const Picture& picture);

@@ -46,15 +46,18 @@ const PixelFormat& FormatNamed(const std::string& name) {
   std::string known;
   for (const PixelFormat& format : kFormats) {
     if (format.name == name) return format;
-    known += fmt::format("{}{}", known.empty() ? "" : " ", format.name);
+    AddName(known, format.name, " ");
   }
-  throw Error(ErrorKind::kUsage, "",
-              fmt::format("there is no pixel format '{}'; the names are {}", name, known));
+  throw UsageError(fmt::format("there is no pixel format '{}'; the names are {}", name, known));
 }
 
 bool HasAlpha(const ZAV_GFXDEF& definition) {
   if (IsCustom(definition.format)) return definition.alpha_mask != 0;
   return FormatOf(definition.format).alpha;
+}
+
+int64_t RowBytes(const ZAV_GFXDEF& definition) {
+  return int64_t{definition.width} * FormatOf(definition.format).bits / 8;
 }
 
 int64_t PictureBytes(const ZAV_GFXDEF& definition) {

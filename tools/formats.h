@@ -48,6 +48,9 @@ constexpr bool IsCopyOnly(int32_t code) {
 /// Whether pixels of this definition can be transparent.
 bool HasAlpha(const ZAV_GFXDEF& definition);
 
+/// Bytes of a row without padding; with blocks, which have no rows, the average.
+int64_t RowBytes(const ZAV_GFXDEF& definition);
+
 /// Bytes from the first pixel of the picture to the end of its last row.
 int64_t PictureBytes(const ZAV_GFXDEF& definition);
 

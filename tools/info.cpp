@@ -4,17 +4,16 @@
 
 #include <algorithm>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "file_types.h"
 #include "formats.h"
+#include "json.h"
+#include "options.h"
 #include "terminal.h"
 
 namespace zav::tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct Options {
   std::vector<std::string> files;
@@ -79,8 +78,7 @@ void Run(const Options& options, int& exit_code) {
     }
   }
   if (options.json) {
-    // Names need not be UTF-8; JSON must be.
-    fmt::print("{}\n", array.dump(2, ' ', false, Json::error_handler_t::replace));
+    PrintJson(array);
   } else {
     Print(all);
   }
@@ -92,7 +90,7 @@ void AddInfo(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("info", "Tells what pictures are");
   const auto options = std::make_shared<Options>();
   command->add_option("FILE", options->files, "Pictures: " + InputEndings())->required();
-  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
+  AddType(*command, options->type);
   command->add_flag("--json", options->json, "Print an array of objects");
   command->footer("A bad file does not end the list; the exit code is that of the worst one.");
   command->callback([options, &exit_code] { Run(*options, exit_code); });

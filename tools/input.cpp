@@ -23,7 +23,7 @@ int Open(const std::string& path) {
   if (path != kStandard) return ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   static bool taken = false;
   if (std::exchange(taken, true)) {
-    throw Error(ErrorKind::kUsage, path, "standard input can be read once only");
+    throw UsageError("standard input can be read once only", path);
   }
   return ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
 }
@@ -32,7 +32,7 @@ void CheckKind(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode)) throw SystemError(path, EISDIR);
   if (path == kStandard) {
     if (::isatty(STDIN_FILENO) == 0) return;
-    throw Error(ErrorKind::kUsage, path, "standard input is a terminal; give it a file or a pipe");
+    throw UsageError("standard input is a terminal; give it a file or a pipe", path);
   }
   // A device may never end.
   if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
@@ -90,7 +90,7 @@ std::vector<unsigned char> LoadFile(const std::string& path) {
   size_t length = 0;
   for (;;) {
     if (length > kMaxBytes) {
-      throw Error(ErrorKind::kNotSupported, path, "has more than 2^31 - 1 bytes");
+      throw NotSupported(path, "has more than 2^31 - 1 bytes");
     }
     if (length == bytes.size()) {
       bytes.resize(std::min(length + std::max(length / 2, kStep), kMaxBytes + 1));
@@ -101,7 +101,7 @@ std::vector<unsigned char> LoadFile(const std::string& path) {
     if (got < 0 && errno != EINTR) throw SystemError(path);
   }
   bytes.resize(length);
-  if (bytes.empty()) throw Error(ErrorKind::kBadFile, path, "is empty");
+  if (bytes.empty()) throw BadFile(path, "is empty");
   return bytes;
 }
 

@@ -22,16 +22,12 @@ int64_t SignedLong(const Bytes& bytes, size_t at) {
 
 int64_t BigWord(const Bytes& bytes, size_t at) { return bytes[at] << 8 | bytes[at + 1]; }
 
-Error NotSupported(const std::string& path, const std::string& what) {
-  return Error(ErrorKind::kNotSupported, path, what);
-}
-
-Error BadFile(const std::string& path, const std::string& what) {
-  return Error(ErrorKind::kBadFile, path, what);
-}
-
 Error CutOff(const std::string& path, size_t size, int64_t needed) {
   return BadFile(path, fmt::format("is cut off: {} bytes of at least {}", size, needed));
+}
+
+Error ImpossibleSides(const std::string& path, int64_t width, int64_t height) {
+  return BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
 }
 
 /// The end of a run-length stream of `pixels` pixels, or -1 when it ends early.
@@ -105,9 +101,7 @@ std::string InspectBmp(const std::string& path, const Bytes& bytes) {
     throw NotSupported(
         path, fmt::format("has a BMP header of {} bytes; only the one of 40 is read", header));
   }
-  if (width <= 0 || height == 0) {
-    throw BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
-  }
+  if (width <= 0 || height == 0) throw ImpossibleSides(path, width, height);
   if (height < 0) throw NotSupported(path, "stores its rows top-down, which is not read");
   if (compression != 0) {
     throw NotSupported(
@@ -153,9 +147,7 @@ std::string InspectTarga(const std::string& path, const Bytes& bytes) {
     throw NotSupported(
         path, fmt::format("has {} bits per pixel; Targa is read with 8, 16, 24 and 32", depth));
   }
-  if (width == 0 || height == 0) {
-    throw BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
-  }
+  if (width == 0 || height == 0) throw ImpossibleSides(path, width, height);
   const bool mapped = depth == 8;
   if (map_length > 0 && (!mapped || (map_bits != 16 && map_bits != 24))) {
     throw NotSupported(
@@ -192,9 +184,7 @@ std::string InspectSgi(const std::string& path, const Bytes& bytes) {
   if (channels != 3 && channels != 4) {
     throw NotSupported(path, fmt::format("has {} channels; SGI is read with 3 and 4", channels));
   }
-  if (width == 0 || height == 0) {
-    throw BadFile(path, fmt::format("has impossible sides: {} x {}", width, height));
-  }
+  if (width == 0 || height == 0) throw ImpossibleSides(path, width, height);
   const bool run_length = bytes[2] == 1;
   const int64_t needed =
       static_cast<int64_t>(kHeader) + channels * height * (run_length ? 4 : width);

@@ -174,14 +174,11 @@ ZAV_LAYER DefaultLayer(int kind) {
 /// In words; empty for kinds without variants.
 std::string VariantsOf(int kind) {
   std::string known;
-  const auto add = [&](std::string_view word) {
-    known += fmt::format("{}{}", known.empty() ? "" : ", ", word);
-  };
   for (const Variant& variant : kVariants) {
-    if (Has(variant, kind)) add(variant.word);
+    if (Has(variant, kind)) AddName(known, variant.word);
   }
-  if (KeepsBits(kind)) add("bits kept of R G B A such as 5650");
-  if (IsJpegLayer(kind)) add("quality 0 to 100, cutR,G,B,A: lower values become 0");
+  if (KeepsBits(kind)) AddName(known, "bits kept of R G B A such as 5650");
+  if (IsJpegLayer(kind)) AddName(known, "quality 0 to 100, cutR,G,B,A: lower values become 0");
   return known;
 }
 
@@ -193,10 +190,9 @@ const RecordKind& LayerNamed(const std::string& name) {
   for (const RecordKind& record : kRecordKinds) {
     if (!IsWritable(record)) continue;
     if (record.name == name) return record;
-    known += fmt::format(" {}", record.name);
+    AddName(known, record.name, " ");
   }
-  throw Error(ErrorKind::kUsage, "",
-              fmt::format("there is no layer '{}'; the names are{}", name, known));
+  throw UsageError(fmt::format("there is no layer '{}'; the names are {}", name, known));
 }
 
 }  // namespace
@@ -242,9 +238,8 @@ ZAV_LAYER ParseLayer(const std::string& text) {
       bits = word;
     } else if (!IsJpegLayer(record.kind) || !SetJpegWord(layer, word)) {
       const std::string variants = VariantsOf(record.kind);
-      throw Error(ErrorKind::kUsage, "",
-                  fmt::format("a {} layer has no variant '{}'; it has {}", record.name, word,
-                              variants.empty() ? "none" : variants));
+      throw UsageError(fmt::format("a {} layer has no variant '{}'; it has {}", record.name, word,
+                                   variants.empty() ? "none" : variants));
     }
   }
   if (KeepsBits(record.kind)) {

@@ -3,19 +3,18 @@
 #include <fmt/core.h>
 
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "commands.h"
 #include "container_decode.h"
 #include "formats.h"
 #include "input.h"
+#include "json.h"
 #include "layer_kinds.h"
+#include "options.h"
 #include "terminal.h"
 
 namespace zav::tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct Options {
   std::string file;
@@ -59,7 +58,7 @@ Json ToJson(const Record& record) {
   return result;
 }
 
-void PrintJson(const Options& options, int64_t bytes, const Walk& walk) {
+Json ToJson(const Options& options, int64_t bytes, const Walk& walk) {
   Json result = {{"file", options.file},
                  {"bytes", bytes},
                  {"records", Json::array()},
@@ -68,8 +67,7 @@ void PrintJson(const Options& options, int64_t bytes, const Walk& walk) {
   for (const Problem& problem : walk.problems) {
     result["problems"].push_back({{"offset", problem.offset}, {"what", problem.what}});
   }
-  // Names need not be UTF-8; JSON must be.
-  fmt::print("{}\n", result.dump(2, ' ', false, Json::error_handler_t::replace));
+  return result;
 }
 
 /// What an image record adds to its kind and name.
@@ -107,16 +105,13 @@ void Run(const Options& options, int& exit_code) {
   const FileView view(options.file);
   const Walk walk = WalkContainer(view.bytes());
   if (options.json) {
-    PrintJson(options, static_cast<int64_t>(view.bytes().size()), walk);
+    PrintJson(ToJson(options, static_cast<int64_t>(view.bytes().size()), walk));
   } else if (!walk.records.empty()) {
     fmt::print(StyleOn(stdout, fmt::emphasis::faint), "{:>10} {:>10} {:>6} {:>13}  {}\n", "offset",
                "bytes", "ratio", "size", "record");
     for (const Record& record : walk.records) PrintRow(record, 0);
   }
-  for (const Problem& problem : walk.problems) {
-    Report(AsError(options.file, problem));
-    exit_code = static_cast<int>(ErrorKind::kBadFile);
-  }
+  ReportProblems(options.file, walk, exit_code);
 }
 
 }  // namespace
@@ -124,7 +119,7 @@ void Run(const Options& options, int& exit_code) {
 void AddList(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("list", "Lists the records of a container");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "Container: .zav; - for standard input")->required();
+  AddContainer(*command, options->file);
   command->add_flag("--json", options->json, "Print an object");
   command->footer(
       "Ratio: stored bytes against those of the raw pixels, which for blocks are 32-bit ones.\n"

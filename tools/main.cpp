@@ -47,11 +47,10 @@ int Dispatch(int argc, char** argv) {
   } catch (const CLI::Success& asked) {  // --help, --version
     return app.exit(asked);
   } catch (const CLI::ParseError& error) {
-    throw Error(ErrorKind::kUsage, "",
-                fmt::format("{} (zav --help shows the usage)", error.what()));
+    throw UsageError(fmt::format("{} (zav --help shows the usage)", error.what()));
   }
   if (app.get_subcommands().empty()) {
-    throw Error(ErrorKind::kUsage, "", "a command is required (zav --help lists them)");
+    throw UsageError("a command is required (zav --help lists them)");
   }
   return exit_code;
 }

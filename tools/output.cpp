@@ -101,7 +101,7 @@ Output::Output(const std::string& target)
   } else if (::fcntl(STDOUT_FILENO, F_GETFD) < 0) {
     throw SystemError(name_);
   } else if (::isatty(STDOUT_FILENO) != 0) {
-    throw Error(ErrorKind::kUsage, name_, "standard output is a terminal; redirect it");
+    throw UsageError("standard output is a terminal; redirect it", name_);
   } else {
     target_ = (std::filesystem::temp_directory_path() / kStandard).string();
   }

@@ -13,6 +13,7 @@
 #include "formats.h"
 #include "input.h"
 #include "layer_kinds.h"
+#include "options.h"
 #include "output.h"
 #include "terminal.h"
 
@@ -39,7 +40,7 @@ struct Entry {
   ZAV_LAYER layer = {};  // kind 0: what suits the picture
 };
 
-Error Usage(const std::string& what) { return Error(ErrorKind::kUsage, "pack", what); }
+Error Usage(const std::string& what) { return UsageError(what, "pack"); }
 
 int RecordKindNamed(const std::string& name) {
   if (name == "plain") return ZAV_REC_IMAGE;
@@ -129,11 +130,11 @@ class Packer {
       entry.layer = ParseLayer(IsPalettized(source.definition.format) ? "packedpal8" : "packed32");
     }
     const int32_t format = FormatFor(entry.kind, entry.layer, source.definition.format);
-    if (format != source.definition.format) source = Convert(entry.input, source, format);
+    source = InFormat(entry.input, std::move(source), format);
     if (Write(entry, source.definition) == 0) return;
     CheckRoom(0);
-    throw Error(
-        ErrorKind::kNotSupported, entry.input,
+    throw NotSupported(
+        entry.input,
         fmt::format("{} x {} {}: storing it as {} {} is not supported", source.definition.width,
                     source.definition.height, FormatOf(format).name,
                     FindRecordKind(entry.kind)->name, LayerText(entry.layer)));
@@ -179,8 +180,8 @@ class Packer {
         std::has_single_bit(static_cast<uint32_t>(definition.height))) {
       return;
     }
-    throw Error(
-        ErrorKind::kNotSupported, entry.input,
+    throw NotSupported(
+        entry.input,
         fmt::format("mip levels are stored of sides that are powers of two; {} x {} are not",
                     definition.width, definition.height));
   }
@@ -192,9 +193,9 @@ class Packer {
       const Record& record = walk.records[i];
       const size_t expected = LevelsOf(record, entries[i].layer, options_.levels);
       if (record.layers.size() == expected) continue;
-      throw Error(ErrorKind::kNotSupported, entries[i].input,
-                  fmt::format("{} of {} levels could be stored as {}", record.layers.size(),
-                              expected, LayerText(entries[i].layer)));
+      throw NotSupported(entries[i].input,
+                         fmt::format("{} of {} levels could be stored as {}", record.layers.size(),
+                                     expected, LayerText(entries[i].layer)));
     }
   }
 
@@ -240,7 +241,7 @@ void AddPack(CLI::App& app, int&) {
   command->add_option("OUT", options->out, "Container to write: .zav; - for standard output")
       ->required();
   command->add_option("IN", options->inputs, "Pictures to read: " + InputEndings())->required();
-  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
+  AddType(*command, options->type);
   command
       ->add_option("--layer", options->layers,
                    "How pixels are stored; once for all, or once for each picture. Default: "

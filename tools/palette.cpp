@@ -2,7 +2,6 @@
 // SPDX-License-Identifier: MIT
 #include <fmt/core.h>
 
-#include <array>
 #include <bitset>
 #include <cstdio>
 #include <memory>
@@ -12,15 +11,10 @@
 #include "formats.h"
 #include "input.h"
 #include "little_endian.h"
+#include "options.h"
 
 namespace zav::tool {
 namespace {
-
-struct Options {
-  std::string in;
-  std::string out;
-  std::string type;
-};
 
 /// Different colours of a 32-bit picture, alpha left aside.
 size_t CountColours(const ZAV_GFXDEF& picture) {
@@ -44,16 +38,15 @@ size_t CountEntries(const ZAV_GFXDEF& picture) {
   return seen.count();
 }
 
-void Run(const Options& options) {
-  CheckTypes(options.type, std::array{options.in, options.out});
-  const PictureFile out = OutputFile(options.out, options.type);
+void Run(const InOut& files) {
+  const PictureFile out = files.Output();
   CheckHolds(out, ZAV_FMT_PAL8);
-  const Picture source = ReadPicture(InputFile(options.in, options.type));
-  const Picture colours = Convert(options.in, source, ZAV_FMT_BGRA32);
-  const Picture mapped = Convert(options.in, source, ZAV_FMT_PAL8);
+  const Picture source = files.Read();
+  const Picture colours = Convert(files.in, source, ZAV_FMT_BGRA32);
+  const Picture mapped = Convert(files.in, source, ZAV_FMT_PAL8);
   WritePicture(mapped, out);
-  fmt::print(options.out == kStandard ? stderr : stdout, "{}: {} colours, {} in the palette\n",
-             options.in, CountColours(colours.definition), CountEntries(mapped.definition));
+  fmt::print(files.out == kStandard ? stderr : stdout, "{}: {} colours, {} in the palette\n",
+             files.in, CountColours(colours.definition), CountEntries(mapped.definition));
 }
 
 }  // namespace
@@ -61,11 +54,9 @@ void Run(const Options& options) {
 void AddPalette(CLI::App& app, int&) {
   CLI::App* command =
       app.add_subcommand("palette", "Writes an 8-bit picture and tells how many colours it kept");
-  const auto options = std::make_shared<Options>();
-  command->add_option("IN", options->in, "Picture to read: " + InputEndings())->required();
-  command->add_option("OUT", options->out, "Picture to write: bmp, tga, png, raw")->required();
-  command->add_option("--type", options->type, kTypeHelp)->type_name("TYPE");
-  command->callback([options] { Run(*options); });
+  const auto files = std::make_shared<InOut>();
+  AddInOut(*command, *files, "bmp, tga, png, raw");
+  command->callback([files] { Run(*files); });
 }
 
 }  // namespace zav::tool

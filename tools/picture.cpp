@@ -28,17 +28,6 @@ int32_t CopiedAs(int32_t format) {
   return format == ZAV_FMT_DXT2 || format == ZAV_FMT_DXT4 ? format + 1 : format;
 }
 
-Masks MasksOf(const ZAV_GFXDEF& definition) {
-  return {definition.alpha_mask, definition.red_mask, definition.green_mask, definition.blue_mask};
-}
-
-void SetMasks(ZAV_GFXDEF& definition, const Masks& masks) {
-  definition.alpha_mask = masks[0];
-  definition.red_mask = masks[1];
-  definition.green_mask = masks[2];
-  definition.blue_mask = masks[3];
-}
-
 bool HasWholeBlocks(const ZAV_GFXDEF& source, const Wanted& wanted) {
   const bool resized = wanted.width != 0 || wanted.height != 0;
   return (resized ? wanted.width : source.width) % 4 == 0 &&
@@ -62,7 +51,7 @@ Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const 
     what = fmt::format("{} x {} {} cannot be converted to {} x {} {}", source.width, source.height,
                        from, wanted.width, wanted.height, to);
   }
-  return Error(ErrorKind::kNotSupported, subject, what);
+  return NotSupported(subject, what);
 }
 
 }  // namespace
@@ -70,6 +59,17 @@ Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const 
 Image::Image() {
   ZAV_INIT(&image_);
   if (image_.converter == nullptr) throw std::bad_alloc();
+}
+
+Masks MasksOf(const ZAV_GFXDEF& definition) {
+  return {definition.alpha_mask, definition.red_mask, definition.green_mask, definition.blue_mask};
+}
+
+void SetMasks(ZAV_GFXDEF& definition, const Masks& masks) {
+  definition.alpha_mask = masks[0];
+  definition.red_mask = masks[1];
+  definition.green_mask = masks[2];
+  definition.blue_mask = masks[3];
 }
 
 Picture TakeSource(Image& image) {
@@ -90,7 +90,7 @@ Picture Decode(const std::string& subject, const std::string& name,
   image->dest.format = format;
   const long size = static_cast<long>(bytes.size());
   if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
-    throw Error(ErrorKind::kBadFile, subject, "cannot be read: the library refuses its contents");
+    throw BadFile(subject, "cannot be read: the library refuses its contents");
   }
   return format == 0 ? TakeSource(image) : TakeDestination(image);
 }
@@ -127,6 +127,11 @@ Picture Convert(const std::string& subject, const Picture& source, int32_t forma
   return Convert(subject, source, wanted);
 }
 
+Picture InFormat(const std::string& subject, Picture picture, int32_t format) {
+  if (picture.definition.format == format) return picture;
+  return Convert(subject, picture, format);
+}
+
 bool ShowsAlpha(const Picture& picture) {
   const int32_t format = picture.definition.format;
   if (!HasAlpha(picture.definition) && format != ZAV_FMT_PAL8) return false;
@@ -146,9 +151,8 @@ Picture MipLevel(const std::string& subject, const Picture& source) {
   Image image;
   image->source = source.definition;
   if (ZAV_GEN_MIPMAPLEVEL(image.get()) != 1) {
-    throw Error(
-        ErrorKind::kNotSupported, subject,
-        fmt::format("no mip level can be made from {}", FormatOf(source.definition.format).name));
+    throw NotSupported(subject, fmt::format("no mip level can be made from {}",
+                                            FormatOf(source.definition.format).name));
   }
   return TakeDestination(image);
 }

@@ -44,6 +44,9 @@ struct Picture {
 /// Bits of a 16-bit pixel: alpha, red, green, blue.
 using Masks = std::array<uint32_t, 4>;
 
+Masks MasksOf(const ZAV_GFXDEF& definition);
+void SetMasks(ZAV_GFXDEF& definition, const Masks& masks);
+
 /// What a conversion shall give. Format 0 and size 0 x 0 keep the source's.
 struct Wanted {
   int32_t format = 0;
@@ -65,6 +68,9 @@ Picture Decode(const std::string& subject, const std::string& name,
 /// The picture in another format, another size, or as a copy of its own.
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted);
 Picture Convert(const std::string& subject, const Picture& source, int32_t format);
+
+/// The same picture where it has the format already.
+Picture InFormat(const std::string& subject, Picture picture, int32_t format);
 
 /// Whether a pixel of the picture is not opaque. False where that cannot be known.
 bool ShowsAlpha(const Picture& picture);

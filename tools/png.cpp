@@ -128,7 +128,7 @@ bool ReadRows(Session& session, unsigned char* pixels, int64_t pitch, int32_t he
 }
 
 Error Unreadable(const std::string& path, const Session& session) {
-  return Error(ErrorKind::kBadFile, path, fmt::format("cannot be read: {}", session.reason.data()));
+  return BadFile(path, fmt::format("cannot be read: {}", session.reason.data()));
 }
 
 std::string StorageText(Session& session) {
@@ -148,13 +148,12 @@ void CheckSides(const std::string& path, Session& session, size_t size) {
   const int64_t bits = png_get_bit_depth(session.png, session.info) *
                        int64_t{png_get_channels(session.png, session.info)};
   if (width > kMaxBytes / 4 / height) {
-    throw Error(ErrorKind::kNotSupported, path,
-                fmt::format("has {} x {} pixels; pictures end at 2^31 bytes", width, height));
+    throw NotSupported(
+        path, fmt::format("has {} x {} pixels; pictures end at 2^31 bytes", width, height));
   }
   if (width * height * bits / 8 > kMaxExpansion * static_cast<int64_t>(size)) {
-    throw Error(
-        ErrorKind::kBadFile, path,
-        fmt::format("is cut off: {} bytes do not hold {} x {} pixels", size, width, height));
+    throw BadFile(
+        path, fmt::format("is cut off: {} bytes do not hold {} x {} pixels", size, width, height));
   }
 }
 
@@ -216,7 +215,7 @@ bool WriteRows(Session& session, const ZAV_GFXDEF& definition, int entries, int 
 
 Picture ReadPng(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage) {
   if (bytes.size() < kSignature || png_sig_cmp(bytes.data(), 0, kSignature) != 0) {
-    throw Error(ErrorKind::kBadFile, path, "is not a PNG file: it does not begin as one");
+    throw BadFile(path, "is not a PNG file: it does not begin as one");
   }
   Reader reader(bytes);
   if (reader.info == nullptr) throw std::bad_alloc();

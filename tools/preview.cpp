@@ -12,6 +12,7 @@
 #include "container_decode.h"
 #include "input.h"
 #include "layer_kinds.h"
+#include "options.h"
 #include "png.h"
 #include "terminal.h"
 
@@ -194,10 +195,7 @@ Sheet MakeSheet(const std::string& subject, ByteSpan file, int& exit_code) {
   sheet.facts =
       fmt::format("{} image{}, {}", walk.records.size(), walk.records.size() == 1 ? "" : "s",
                   BytesText(static_cast<int64_t>(file.size())));
-  for (const Problem& problem : walk.problems) {
-    Report(AsError(subject, problem));
-    exit_code = static_cast<int>(ErrorKind::kBadFile);
-  }
+  ReportProblems(subject, walk, exit_code);
   Progress progress("drawing", static_cast<int64_t>(file.size()));
   for (const Record& record : walk.records) {
     if (sheet.cards.size() == kMaxCards) break;
@@ -324,7 +322,7 @@ void AddPreview(CLI::App& app, int& exit_code) {
   CLI::App* command =
       app.add_subcommand("preview", "Draws all images of a container as one picture");
   const auto options = std::make_shared<Options>();
-  command->add_option("FILE", options->file, "Container: .zav; - for standard input")->required();
+  AddContainer(*command, options->file);
   command->add_option("OUT", options->out, "PNG to write; - for standard output")->required();
   command->footer(fmt::format(
       "Every image with its name, kind, encoding and size, mip levels side by side, on a\n"

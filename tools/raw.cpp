@@ -7,17 +7,15 @@
 #include <algorithm>
 #include <cstdlib>
 #include <limits>
-#include <nlohmann/json.hpp>
 
 #include "error.h"
 #include "formats.h"
 #include "input.h"
+#include "json.h"
 #include "output.h"
 
 namespace zav::tool {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 struct MaskField {
   const char* name;
@@ -91,8 +89,7 @@ ZAV_GFXDEF ReadSidecar(const std::string& path, std::vector<unsigned char>& pale
   try {
     return ParseSidecar(Json::parse(text), palette);
   } catch (const std::exception& error) {  // the parser's, the accessors', and those from above
-    throw Error(ErrorKind::kBadFile, path,
-                fmt::format("does not describe raw pixels: {}", error.what()));
+    throw BadFile(path, fmt::format("does not describe raw pixels: {}", error.what()));
   }
 }
 
@@ -106,14 +103,14 @@ Picture ReadRaw(const std::string& path, std::vector<unsigned char>& bytes) {
   borrowed.definition = ReadSidecar(SidecarOf(path), palette);
   ZAV_GFXDEF& definition = borrowed.definition;
   if (static_cast<int64_t>(bytes.size()) < PictureBytes(definition)) {
-    throw Error(ErrorKind::kBadFile, path,
-                fmt::format("is cut off: {} bytes of {}", bytes.size(), PictureBytes(definition)));
+    throw BadFile(
+        path, fmt::format("is cut off: {} bytes of {}", bytes.size(), PictureBytes(definition)));
   }
   const int64_t row_bits = int64_t{definition.width} * FormatOf(definition.format).bits;
   const int64_t least = IsDxt(definition.format) ? row_bits * definition.height / 8 : row_bits / 8;
   if (definition.pitch < least) {
-    throw Error(ErrorKind::kBadFile, SidecarOf(path),
-                fmt::format("gives a pitch of {} to rows of {} bytes", definition.pitch, least));
+    throw BadFile(SidecarOf(path),
+                  fmt::format("gives a pitch of {} to rows of {} bytes", definition.pitch, least));
   }
   definition.pixels = bytes.data();
   return Convert(path, borrowed, Wanted{});  // a copy that owns its buffers

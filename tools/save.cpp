@@ -19,7 +19,7 @@ namespace {
 
 int64_t FileBytes(const FileType& type, const ZAV_GFXDEF& definition) {
   const bool mapped = IsPalettized(definition.format);
-  const int64_t row = int64_t{definition.width} * FormatOf(definition.format).bits / 8;
+  const int64_t row = RowBytes(definition);
   if (type.ending == "bmp") return 54 + (mapped ? 1024 : 0) + (row + 3) / 4 * 4 * definition.height;
   return 18 + (mapped ? 768 : 0) + row * definition.height;
 }
@@ -34,7 +34,7 @@ bool SamePalette(const unsigned char* a, const unsigned char* b) {
 
 bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
-  const size_t row = static_cast<size_t>(int64_t{a.width} * FormatOf(a.format).bits / 8);
+  const size_t row = static_cast<size_t>(RowBytes(a));
   for (int64_t y = 0; y < a.height; ++y) {
     if (std::memcmp(a.pixels + y * a.pitch, b.pixels + y * b.pitch, row) != 0) return false;
   }
@@ -45,6 +45,10 @@ bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
 int32_t LongestSide(const FileType& type) {
   if (type.ending == "tga") return 65535;
   return type.ending == "jpg" ? 65500 : std::numeric_limits<int32_t>::max();
+}
+
+Error ReadsBackOtherwise(const PictureFile& file) {
+  return Error(ErrorKind::kInputOutput, file.path, "what was written does not read back the same");
 }
 
 /// Pixels are not what was asked for, and the size of the file is not known: a JPEG file is whole
@@ -64,7 +68,7 @@ void CheckJpeg(Output& output, const Picture& picture, const PictureFile& file) 
   const Picture written = Decode(file.path, ".jpg", bytes, ZAV_FMT_BGR24);
   if (written.definition.width != picture.definition.width ||
       written.definition.height != picture.definition.height) {
-    throw Error(ErrorKind::kInputOutput, file.path, "what was written does not read back the same");
+    throw ReadsBackOtherwise(file);
   }
 }
 
@@ -73,7 +77,7 @@ void CheckExact(Output& output, const Picture& picture, const PictureFile& file)
   std::vector<unsigned char> bytes = LoadFile(output.path());
   const Picture written = Decode(file.path, fmt::format(".{}", file.type->ending), bytes);
   if (!SamePicture(written.definition, picture.definition)) {
-    throw Error(ErrorKind::kInputOutput, file.path, "what was written does not read back the same");
+    throw ReadsBackOtherwise(file);
   }
 }
 
@@ -86,8 +90,7 @@ void SaveWithLibrary(const Picture& picture, const PictureFile& file) {
   const auto stored = std::ranges::find(type.stored, definition.format, &Stored::format);
   const int32_t longest = LongestSide(type);
   if (definition.width > longest || definition.height > longest) {
-    throw Error(ErrorKind::kNotSupported, path,
-                fmt::format("the sides of a {} file end at {}", type.name, longest));
+    throw NotSupported(path, fmt::format("the sides of a {} file end at {}", type.name, longest));
   }
 
   Output output(path);

@@ -8,6 +8,7 @@
 #include "commands.h"
 #include "container_decode.h"
 #include "input.h"
+#include "options.h"
 #include "terminal.h"
 
 namespace zav::tool {
@@ -17,10 +18,7 @@ void Run(const std::string& file, int& exit_code) {
   const FileView view(file);
   Walk walk = WalkContainer(view.bytes());
   VerifyPictures(file, view.bytes(), walk);
-  for (const Problem& problem : walk.problems) {
-    Report(AsError(file, problem));
-    exit_code = static_cast<int>(ErrorKind::kBadFile);
-  }
+  ReportProblems(file, walk, exit_code);
   if (!walk.problems.empty()) return;
   size_t layers = 0;
   for (const Record& record : walk.records) layers += std::max<size_t>(record.layers.size(), 1);
@@ -35,7 +33,7 @@ void AddVerify(CLI::App& app, int& exit_code) {
   CLI::App* command =
       app.add_subcommand("verify", "Walks through a container and decodes all that it holds");
   const auto file = std::make_shared<std::string>();
-  command->add_option("FILE", *file, "Container: .zav; - for standard input")->required();
+  AddContainer(*command, *file);
   command->footer(
       "What is bad is said with its offset; the exit code is 3 then. Containers keep no "
       "checksums:\n"
