@@ -23,10 +23,10 @@ SAMPLES, ZAV = os.path.abspath(sys.argv.pop()), os.path.abspath(sys.argv.pop())
 
 
 def noise(width, height, seed=1):
-    """Few colours, so that 256 are enough."""
+    """Few colors, so that 256 are enough."""
     draw = random.Random(seed)
-    colours = [draw.randbytes(4) for _ in range(60)]
-    return Image.frombytes("RGBA", (width, height), b"".join(draw.choices(colours, k=width * height)))
+    colors = [draw.randbytes(4) for _ in range(60)]
+    return Image.frombytes("RGBA", (width, height), b"".join(draw.choices(colors, k=width * height)))
 
 
 def smooth(width, height):
@@ -113,11 +113,11 @@ class Tool(unittest.TestCase):
             self.assertLess(error(self.converted(sample, "out.png"), load(sample)), sample.suffix == ".jpg" or 1e-9)
 
     def test_png(self):
-        grey, clear, colours = noise(19, 11).getchannel(0), noise(19, 11, 2).getchannel(0), noise(19, 11)
+        grey, clear, colors = noise(19, 11).getchannel(0), noise(19, 11, 2).getchannel(0), noise(19, 11)
         for name, picture, options in (
-                ("1-bit grey", grey.convert("1"), {}), ("8-bit grey", grey, {}), ("8-bit RGBA", colours, {}),
+                ("1-bit grey", grey.convert("1"), {}), ("8-bit grey", grey, {}), ("8-bit RGBA", colors, {}),
                 ("8-bit grey.alpha", Image.merge("LA", (grey, clear)), {}),
-                ("8-bit RGB", colours.convert("RGB"), {"transparency": colours.getpixel((3, 3))[:3]}),
+                ("8-bit RGB", colors.convert("RGB"), {"transparency": colors.getpixel((3, 3))[:3]}),
                 ("4-bit palette", grey.quantize(13), {"transparency": bytes(range(0, 260, 20))})):
             picture.save("in.png", **options)
             self.assertRegex(self.expect(0, "", "info", "in.png"), name)
@@ -128,13 +128,13 @@ class Tool(unittest.TestCase):
         def chunk(kind, body):
             return struct.pack(">I", len(body)) + kind + body + struct.pack(">I", zlib.crc32(kind + body))
         # 16-bit samples that are 257 times the 8-bit ones, in the rows of an interlaced file's seven passes.
-        rows = [b"\0" + b"".join(bytes((v, v)) for x in range(left, 19, right) for v in colours.getpixel((x, y)))
+        rows = [b"\0" + b"".join(bytes((v, v)) for x in range(left, 19, right) for v in colors.getpixel((x, y)))
                 for left, top, right, down in ((0, 0, 8, 8), (4, 0, 8, 8), (0, 4, 4, 8), (2, 0, 4, 4), (0, 2, 2, 4),
                                                (1, 0, 2, 2), (0, 1, 1, 2)) for y in range(top, 11, down)]
         head = struct.pack(">IIBBBBB", 19, 11, 16, 6, 0, 0, 1)
         body = chunk(b"IDAT", zlib.compress(b"".join(rows))) + chunk(b"IEND", b"")
         whole = b"\x89PNG\r\n\x1a\n" + chunk(b"IHDR", head) + body
-        self.same(self.expect(0, "", "convert", "-", "-", "--type", "png:tga", input=whole), colours)
+        self.same(self.expect(0, "", "convert", "-", "-", "--type", "png:tga", input=whole), colors)
         huge = whole[:8] + chunk(b"IHDR", b"\0\0\x40\0" * 2 + head[8:]) + body
         for text, bad in (("not a PNG", b"\x89PNX" + whole[4:]), ("CRC|code", whole[:50] + b"x" + whole[51:]),
                           ("cut off", whole[:-9]), ("cut off", huge)):
@@ -297,7 +297,7 @@ class Tool(unittest.TestCase):
             alpha = sum(p[3] for p in four)
             self.assertEqual(load("out.tga").getpixel((x, y)),
                              (*(sum(p[c] * p[3] for p in four) // alpha for c in range(3)), alpha // 4))
-        self.assertRegex(self.expect(0, "", "palette", "a.tga", "out.png"), r": (\d\d) colours, \1 in the palette")
+        self.assertRegex(self.expect(0, "", "palette", "a.tga", "out.png"), r": (\d\d) colors, \1 in the palette")
 
     def test_standard_streams(self):
         picture = noise(20, 11)

@@ -44,8 +44,8 @@ double Psnr(int64_t squares, int64_t samples) {
          std::log10(255.0 * 255.0 * static_cast<double>(samples) / static_cast<double>(squares));
 }
 
-/// Over the three colour channels together.
-double ColourPsnr(const Difference& difference) {
+/// Over the three color channels together.
+double ColorPsnr(const Difference& difference) {
   int64_t squares = 0;
   for (int i = 0; i < 3; ++i) squares += difference.channels[static_cast<size_t>(i)].squares;
   return Psnr(squares, 3 * difference.pixels);
@@ -83,7 +83,7 @@ Json ToJson(const Options& options, const ZAV_GFXDEF& a, const ZAV_GFXDEF& b,
   if (difference != nullptr) {
     result["pixels"] = difference->pixels;
     result["differing"] = difference->differing;
-    result["psnr"] = Decibels(ColourPsnr(*difference));
+    result["psnr"] = Decibels(ColorPsnr(*difference));
     for (const Channel& channel : difference->channels) {
       result["channels"][channel.name] = {
           {"psnr", Decibels(Psnr(channel.squares, difference->pixels))},
@@ -111,8 +111,8 @@ void Print(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b, const Difference* differenc
     return;
   }
   fmt::print(differ, "different");
-  fmt::print(": {} of {} pixels, colours {}\n", difference->differing, difference->pixels,
-             PsnrText(ColourPsnr(*difference)));
+  fmt::print(": {} of {} pixels, colors {}\n", difference->differing, difference->pixels,
+             PsnrText(ColorPsnr(*difference)));
   for (const Channel& channel : difference->channels) {
     fmt::print("  {:<6} {:>9}, greatest difference {:>3}, {} pixels\n", channel.name,
                PsnrText(Psnr(channel.squares, difference->pixels)), channel.greatest,

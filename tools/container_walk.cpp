@@ -148,7 +148,7 @@ class Walker {
   }
 
   /// The table of a squiz image, which says for every block whether it is stored. Moves `at` past
-  /// it. A row: background colour and count (4 bytes each), then a mask, whose field takes a byte,
+  /// it. A row: background color and count (4 bytes each), then a mask, whose field takes a byte,
   /// not a bit, for every block, in multiples of 8.
   bool ReadBlockRows(Record& image, int64_t& at) {
     const int64_t side = FieldValue(image.header, Field::kBlockSize);

@@ -118,7 +118,7 @@ ZAV_GFXDEF ParseFormat(const std::string& path, const Header& header, bool& opaq
   }
   const uint32_t bits = header[kBits];
   if ((header[kFormatFlags] & kRgb) == 0 || (bits != 16 && bits != 24 && bits != 32)) {
-    throw NotSupported(path, "has pixels that are neither blocks nor colours of 16 to 32 bits");
+    throw NotSupported(path, "has pixels that are neither blocks nor colors of 16 to 32 bits");
   }
   const bool alpha = (header[kFormatFlags] & kAlphaPixels) != 0;
   const Masks masks = {alpha ? header[kRedMask + 3] : 0, header[kRedMask], header[kRedMask + 1],

@@ -172,7 +172,7 @@ int32_t DefaultFormat(const FileType& type, const Picture& picture) {
   }
   const bool mapped = IsPalettized(definition.format);
   if (mapped && Holds(type, ZAV_FMT_PAL8)) {
-    // The colour maps of Targa files have no alpha.
+    // The color maps of Targa files have no alpha.
     if (type.ending != "tga" || !ShowsAlpha(picture)) return ZAV_FMT_PAL8;
   }
   const int32_t wide = FirstHeld(type, {ZAV_FMT_BGRA32, ZAV_FMT_RGBA32});

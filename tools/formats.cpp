@@ -12,7 +12,7 @@ namespace zav::tool {
 namespace {
 
 constexpr PixelFormat kFormats[] = {
-    {ZAV_FMT_PAL8, "pal8", 8, false, "index into 256 colours (palette: bytes B G R A)"},
+    {ZAV_FMT_PAL8, "pal8", 8, false, "index into 256 colors (palette: bytes B G R A)"},
     {ZAV_FMT_PAL4, "pal4", 4, false, "two indices to a byte; copied, never converted"},
     {ZAV_FMT_RGBA32, "rgba32", 32, true, "bytes R G B A"},
     {ZAV_FMT_BGRA32, "bgra32", 32, true, "bytes B G R A"},
@@ -25,9 +25,9 @@ constexpr PixelFormat kFormats[] = {
     {ZAV_FMT_CUSTOM16_1, "custom16_1", 16, false, "word laid out by --masks, low byte first"},
     {ZAV_FMT_CUSTOM16_2, "custom16_2", 16, false, "the same"},
     {ZAV_FMT_DXT1, "dxt1", 4, true, "8-byte blocks of 4 x 4 pixels, 1-bit alpha"},
-    {ZAV_FMT_DXT2, "dxt2", 8, true, "dxt3 of colours times alpha; copied, never converted"},
+    {ZAV_FMT_DXT2, "dxt2", 8, true, "dxt3 of colors times alpha; copied, never converted"},
     {ZAV_FMT_DXT3, "dxt3", 8, true, "16-byte blocks of 4 x 4 pixels, 4-bit alpha"},
-    {ZAV_FMT_DXT4, "dxt4", 8, true, "dxt5 of colours times alpha; copied, never converted"},
+    {ZAV_FMT_DXT4, "dxt4", 8, true, "dxt5 of colors times alpha; copied, never converted"},
     {ZAV_FMT_DXT5, "dxt5", 8, true, "16-byte blocks of 4 x 4 pixels, interpolated alpha"},
 };
 

@@ -96,7 +96,7 @@ std::string InspectBmp(const std::string& path, const Bytes& bytes) {
   const int64_t height = SignedLong(bytes, 22);
   const int64_t bits = Word(bytes, 28);
   const int64_t compression = SignedLong(bytes, 30);
-  const int64_t colours = SignedLong(bytes, 46);
+  const int64_t colors = SignedLong(bytes, 46);
   if (header != 40) {
     throw NotSupported(
         path, fmt::format("has a BMP header of {} bytes; only the one of 40 is read", header));
@@ -111,10 +111,10 @@ std::string InspectBmp(const std::string& path, const Bytes& bytes) {
     throw NotSupported(
         path, fmt::format("has {} bits per pixel; BMP is read with 1, 8, 16 and 24", bits));
   }
-  const int64_t palette = bits == 1                        ? 2
-                          : bits > 8                       ? 0
-                          : colours >= 1 && colours <= 256 ? colours
-                                                           : 256;
+  const int64_t palette = bits == 1                      ? 2
+                          : bits > 8                     ? 0
+                          : colors >= 1 && colors <= 256 ? colors
+                                                         : 256;
   const int64_t pixels_at = static_cast<int64_t>(kHeader) + 4 * palette;
   if (SignedLong(bytes, 10) != pixels_at) {
     throw NotSupported(path, fmt::format("has its pixels at byte {} instead of {}",
@@ -150,10 +150,10 @@ std::string InspectTarga(const std::string& path, const Bytes& bytes) {
   if (width == 0 || height == 0) throw ImpossibleSides(path, width, height);
   const bool mapped = depth == 8;
   if (map_length > 0 && (!mapped || (map_bits != 16 && map_bits != 24))) {
-    throw NotSupported(
-        path, fmt::format("has a colour map of {} bits an entry beside {}-bit pixels; read "
-                          "are 16 and 24 beside 8",
-                          map_bits, depth));
+    throw NotSupported(path,
+                       fmt::format("has a color map of {} bits an entry beside {}-bit pixels; read "
+                                   "are 16 and 24 beside 8",
+                                   map_bits, depth));
   }
 
   const int64_t pixels_at = kHeader + bytes[0] + (mapped ? map_length * (map_bits / 8) : 0);

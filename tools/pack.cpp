@@ -94,7 +94,7 @@ std::vector<Entry> ParseEntries(const Options& options) {
 }
 
 /// The format in which the library gets the picture. It would convert by itself, but here what
-/// cannot be converted is said. Levels and blocks are made from true colours, tiles and strips from
+/// cannot be converted is said. Levels and blocks are made from true colors, tiles and strips from
 /// indices where that is what is stored.
 int32_t FormatFor(int kind, const ZAV_LAYER& layer, int32_t source) {
   if (CutsBits(layer) && IsPal8Layer(layer.kind)) return ZAV_FMT_BGRA32;

@@ -16,8 +16,8 @@
 namespace zav::tool {
 namespace {
 
-/// Different colours of a 32-bit picture, alpha left aside.
-size_t CountColours(const ZAV_GFXDEF& picture) {
+/// Different colors of a 32-bit picture, alpha left aside.
+size_t CountColors(const ZAV_GFXDEF& picture) {
   const auto seen = std::make_unique<std::bitset<1 << 24>>();
   for (int64_t y = 0; y < picture.height; ++y) {
     const unsigned char* pixel = picture.pixels + y * picture.pitch;
@@ -42,18 +42,18 @@ void Run(const InOut& files) {
   const PictureFile out = files.Output();
   CheckHolds(out, ZAV_FMT_PAL8);
   const Picture source = files.Read();
-  const Picture colours = Convert(files.in, source, ZAV_FMT_BGRA32);
+  const Picture colors = Convert(files.in, source, ZAV_FMT_BGRA32);
   const Picture mapped = Convert(files.in, source, ZAV_FMT_PAL8);
   WritePicture(mapped, out);
-  fmt::print(files.out == kStandard ? stderr : stdout, "{}: {} colours, {} in the palette\n",
-             files.in, CountColours(colours.definition), CountEntries(mapped.definition));
+  fmt::print(files.out == kStandard ? stderr : stdout, "{}: {} colors, {} in the palette\n",
+             files.in, CountColors(colors.definition), CountEntries(mapped.definition));
 }
 
 }  // namespace
 
 void AddPalette(CLI::App& app, int&) {
   CLI::App* command =
-      app.add_subcommand("palette", "Writes an 8-bit picture and tells how many colours it kept");
+      app.add_subcommand("palette", "Writes an 8-bit picture and tells how many colors it kept");
   const auto files = std::make_shared<InOut>();
   AddInOut(*command, *files, "bmp, tga, png, raw");
   command->callback([files] { Run(*files); });

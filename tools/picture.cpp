@@ -23,7 +23,7 @@ Picture TakeDestination(Image& image) {
   return picture;
 }
 
-/// The library has no size for blocks of premultiplied colours. They lie as those of the next code.
+/// The library has no size for blocks of premultiplied colors. They lie as those of the next code.
 int32_t CopiedAs(int32_t format) {
   return format == ZAV_FMT_DXT2 || format == ZAV_FMT_DXT4 ? format + 1 : format;
 }

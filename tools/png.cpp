@@ -108,7 +108,7 @@ bool SetTransforms(Session& session) {
   if (png_get_color_type(session.png, session.info) == PNG_COLOR_TYPE_PALETTE) {
     png_set_packing(session.png);
   } else {
-    png_set_expand(session.png);  // small grey samples, and the transparent colour
+    png_set_expand(session.png);  // small grey samples, and the transparent color
     png_set_gray_to_rgb(session.png);
     png_set_scale_16(session.png);
   }

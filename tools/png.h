@@ -12,7 +12,7 @@ namespace zav::tool {
 
 /// PNG through libpng; the library itself does not know these files.
 
-/// Any colour type and depth: palettized files stay PAL8 with their transparency in the palette,
+/// Any color type and depth: palettized files stay PAL8 with their transparency in the palette,
 /// all else comes as 8-bit channels, RGBA32 where the file has transparency and RGB24 where not.
 Picture ReadPng(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage);
 

@@ -24,7 +24,7 @@ int64_t FileBytes(const FileType& type, const ZAV_GFXDEF& definition) {
   return 18 + (mapped ? 768 : 0) + row * definition.height;
 }
 
-/// Colours of palettes count, their fourth bytes do not: Targa has none, and BMP a rule of its own.
+/// Colors of palettes count, their fourth bytes do not: Targa has none, and BMP a rule of its own.
 bool SamePalette(const unsigned char* a, const unsigned char* b) {
   for (int at = 0; at < ZAV_PALETTE_BYTES; at += 4) {
     if (std::memcmp(a + at, b + at, 3) != 0) return false;

@@ -13,7 +13,7 @@
 
 namespace zav::tool {
 
-/// The style where colour is welcome on `stream`: on a terminal that has it, and never when the
+/// The style where color is welcome on `stream`: on a terminal that has it, and never when the
 /// environment variable NO_COLOR is set. Elsewhere no style.
 fmt::text_style StyleOn(std::FILE* stream, fmt::text_style style);
 
