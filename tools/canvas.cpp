@@ -11,7 +11,7 @@ namespace {
 constexpr int kGlyphWidth = 5;
 constexpr int kGlyphHeight = 9;
 
-/// ' ' to '~', a bit for each pixel: nine rows of five, the top left one highest. Capitals stand on
+/// ' ' to '~', a bit for each pixel: nine rows of five, the top left one highest. The baseline is
 /// the seventh row.
 constexpr uint64_t kGlyphs[] = {
     0x000000000000, 0x042108401000, 0x0a5280000000, 0x0a57d5f52800, 0x047d1c5f1000, 0x18c888898c00,
@@ -41,18 +41,18 @@ bool IsSet(uint64_t glyph, int x, int y) {
 }
 
 /// A pixel of the glyph at twice its size. A quarter of a pixel takes the value of the two
-/// neighbours at its corner where these agree and their opposites do not: steps become slopes.
+/// neighbors at its corner where these agree and their opposites do not: steps become slopes.
 bool IsSetDoubled(uint64_t glyph, int x, int y) {
   const int column = x / 2;
   const int row = y / 2;
   const int side = x % 2 == 0 ? -1 : 1;
   const int way = y % 2 == 0 ? -1 : 1;
-  const bool beside = IsSet(glyph, column + side, row);
+  const bool next = IsSet(glyph, column + side, row);
   const bool above = IsSet(glyph, column, row + way);
-  const bool opposite_beside = IsSet(glyph, column - side, row);
+  const bool opposite_next = IsSet(glyph, column - side, row);
   const bool opposite_above = IsSet(glyph, column, row - way);
-  const bool takes = beside == above && beside != opposite_above && above != opposite_beside;
-  return takes ? beside : IsSet(glyph, column, row);
+  const bool takes = next == above && next != opposite_above && above != opposite_next;
+  return takes ? next : IsSet(glyph, column, row);
 }
 
 }  // namespace

@@ -16,8 +16,8 @@ struct Color {
   unsigned char blue;
 };
 
-/// Pixels that one draws on: pictures over a checkerboard, boxes, and text of one size. What lies
-/// outside is cut off.
+/// Pixels to draw on: pictures over a checkerboard, boxes, and text of one size. Drawing is clipped
+/// to the canvas.
 class Canvas {
  public:
   /// Between characters, between lines.
@@ -31,8 +31,8 @@ class Canvas {
   /// `picture` is BGRA32; each of its pixels becomes `times` x `times`.
   void Draw(int x, int y, const ZAV_GFXDEF& picture, int times);
 
-  /// From the left of the first character and the top of capital letters. There are glyphs for
-  /// ASCII; every other byte stands as '?'.
+  /// `x`, `y`: the left of the first character and the top of capital letters. Bytes that are not
+  /// printable ASCII appear as '?'.
   void Text(int x, int y, std::string_view text, Color color);
 
   /// Borrows the pixels, as RGB24.

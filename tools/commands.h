@@ -9,8 +9,8 @@
 
 namespace zav::tool {
 
-/// Each adds one command to the application. A command that ends well leaves `exit_code` at 0 or
-/// sets what it has to say by it; any other end is an Error.
+/// Each adds one command to the application. A command that runs to its end leaves `exit_code` at 0
+/// or sets it to its result; otherwise it throws an Error.
 void AddConvert(CLI::App& app, int& exit_code);
 void AddInfo(CLI::App& app, int& exit_code);
 void AddMip(CLI::App& app, int& exit_code);

@@ -44,7 +44,7 @@ double Psnr(int64_t squares, int64_t samples) {
          std::log10(255.0 * 255.0 * static_cast<double>(samples) / static_cast<double>(squares));
 }
 
-/// Over the three color channels together.
+/// Of the three color channels together.
 double ColorPsnr(const Difference& difference) {
   int64_t squares = 0;
   for (int i = 0; i < 3; ++i) squares += difference.channels[static_cast<size_t>(i)].squares;
@@ -142,7 +142,7 @@ void Run(const Options& options, int& exit_code) {
 }  // namespace
 
 void AddCompare(CLI::App& app, int& exit_code) {
-  CLI::App* command = app.add_subcommand("compare", "Tells how two pictures differ");
+  CLI::App* command = app.add_subcommand("compare", "Reports how two pictures differ");
   const auto options = std::make_shared<Options>();
   command->add_option("A", options->a, "Picture: " + InputEndings())->required();
   command->add_option("B", options->b, "Picture")->required();

@@ -20,8 +20,7 @@ struct CloseStream {
   void operator()(void* stream) const { ZAV_CLOSE(stream); }
 };
 
-/// A container of this record alone: nothing that it says lets the library read another one's
-/// bytes.
+/// A container of this record alone, so that the library cannot read the bytes of another one.
 std::vector<unsigned char> Alone(ByteSpan file, const Record& record) {
   constexpr std::array<unsigned char, 4> kMagic = {'Z', 'A', 'V', 0};
   const ByteSpan stored =
@@ -49,7 +48,7 @@ Picture DecodeLayer(const std::string& subject, ByteSpan file, const Record& lay
   }
   Picture picture = TakeSource(image);
 
-  // Blocks give the padded size.
+  // DXT layers decode to the padded size.
   ZAV_GFXDEF& definition = picture.definition;
   if ((definition.width > layer.width || definition.height > layer.height) &&
       !IsCopyOnly(definition.format)) {

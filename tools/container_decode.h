@@ -12,18 +12,18 @@
 
 namespace zav::tool {
 
-/// The picture of one layer, or of one image record, of the file that the record was found in,
-/// decoded by the library from the record's own bytes. Blocks of sides that are not whole blocks
-/// come as 32-bit pixels, since only those can be cut. An Error tells the record's offset.
+/// The picture of a layer or an image record of `file`, decoded by the library from the bytes of
+/// that record alone. DXT pictures whose sides are not multiples of 4 come as 32-bit pixels, since
+/// only those can be cropped. An Error gives the record's offset.
 Picture DecodeRecord(const std::string& subject, ByteSpan file, const Record& record);
 
-/// Decodes every sound record of a walk, nested ones too, and adds to its problems what fails.
+/// Decodes every sound record of a walk, nested ones too, and adds failures to its problems.
 void VerifyPictures(const std::string& subject, ByteSpan file, Walk& walk);
 
-/// The problem as an Error of that file.
+/// The problem as an Error about the file `subject`.
 Error AsError(const std::string& subject, const Problem& problem);
 
-/// Prints the problems of a walk. Any of them makes the exit code that of a bad file.
+/// Prints the problems of a walk. If there are any, the exit code becomes that of a bad file.
 void ReportProblems(const std::string& subject, const Walk& walk, int& exit_code);
 
 }  // namespace zav::tool

@@ -40,7 +40,7 @@ class Walker {
     if (size_ < kMagicBytes || std::memcmp(file_.data(), "ZAV", 3) != 0) {
       Blame(0, "is not a container: it does not begin with ZAV");
     } else if (size_ > kMaxBytes) {
-      Blame(kMaxBytes, "a container ends here at the latest");
+      Blame(kMaxBytes, "a container has at most this many bytes");
     } else {
       walk_.records = Records(kMagicBytes, size_, nullptr);
     }
@@ -74,7 +74,7 @@ class Walker {
     return records;
   }
 
-  /// Kind and size. False when the record behind this one cannot be found.
+  /// Reads kind and size. False when the next record cannot be found.
   bool ReadFrame(Record& record, int64_t end, const Record* parent) {
     const int64_t at = record.offset;
     if (end - at < kFrameBytes) {
@@ -102,14 +102,14 @@ class Walker {
     return true;
   }
 
-  /// False for records of which nothing but their extent is known.
+  /// False for records of which only the extent is known.
   bool ReadHeader(Record& record, const Record* parent) {
     const RecordKind* kind = FindRecordKind(record.kind());
     if (kind == nullptr) {
       return Blame(record.offset, fmt::format("there are no records of kind {}", record.kind()));
     }
     if (parent != nullptr && IsImageRecord(record.kind())) {
-      return Blame(record.offset, "an image record stands inside another one");
+      return Blame(record.offset, "an image record is inside another one");
     }
     std::memcpy(&record.header, At(record.offset), static_cast<size_t>(kind->header()));
     const std::span<const unsigned char> name = FieldBytes(record.header, Field::kName);
@@ -147,12 +147,12 @@ class Walker {
     }
   }
 
-  /// The table of a squiz image, which says for every block whether it is stored. Moves `at` past
-  /// it. A row: background color and count (4 bytes each), then a mask, whose field takes a byte,
-  /// not a bit, for every block, in multiples of 8.
+  /// Reads the row records of a squiz image and moves `at` past them. Each has a background color
+  /// and a count (4 bytes each), then a mask with a bit for every block that is stored. The mask
+  /// takes a byte, not a bit, for each block, rounded up to a multiple of 8.
   bool ReadBlockRows(Record& image, int64_t& at) {
     const int64_t side = FieldValue(image.header, Field::kBlockSize);
-    if (side == 0) return Blame(image.offset, "a squiz record has blocks without size");
+    if (side == 0) return Blame(image.offset, "the squiz record has a block size of 0");
     const int64_t columns = (image.width + side - 1) / side;
     const int64_t rows = (image.height + side - 1) / side;
     const int64_t row_bytes = 8 + RoundUp(columns, 8);

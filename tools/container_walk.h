@@ -14,37 +14,37 @@ namespace zav::tool {
 
 using ByteSpan = std::span<const unsigned char>;
 
-/// What is wrong with a container, and where: an offset from the start of the file.
+/// What is wrong with a container, and where; `offset` is from the start of the file.
 struct Problem {
   int64_t offset;
   std::string what;
 };
 
-/// No more than a person would read.
+/// More than anyone would read.
 constexpr size_t kMaxProblems = 50;
 
 /// One record as its bytes describe it.
 struct Record {
   int64_t offset = 0;
-  int64_t size = 0;       // of all its bytes, nested records included
-  ZAV_LAYER header = {};  // as far as the kind's header goes
+  int64_t size = 0;       // of the whole record, nested records included
+  ZAV_LAYER header = {};  // the header's bytes; zero after them
   bool sound = true;      // its frame and header, and those of what it contains
   int32_t width = 0;      // plain and mipmap images: of the first layer
   int32_t height = 0;
   std::string name;            // image records
   std::vector<Record> layers;  // image records
-  int64_t blocks = 0;          // squiz images: all blocks of the picture, and those that are stored
-  int64_t stored_blocks = 0;
+  int64_t blocks = 0;          // squiz images: blocks in the picture
+  int64_t stored_blocks = 0;   // squiz images: blocks in the file
 
   int kind() const { return header.kind; }
-  /// Bytes of the pixels without any encoding: 4 a pixel where a layer has a coded form only.
+  /// Bytes of the pixels without any encoding. DXT and JPEG pixels count as 32-bit.
   int64_t RawBytes() const;
 };
 
 struct Walk {
   std::vector<Record> records;    // at the top level
   std::vector<Problem> problems;  // at most kMaxProblems, in the order of the file
-  int64_t needed = 0;  // bytes that the file would need for all that its records announce
+  int64_t needed = 0;             // file size that its records announce, at least
 };
 
 /// Walks the records of a container by their frames and headers; the data of layers is not

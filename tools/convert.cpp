@@ -36,7 +36,7 @@ void ParseSize(const std::string& text, const ZAV_GFXDEF& source, Wanted& wanted
   end = 0;
   if (std::sscanf(text.c_str(), "%lf%%%n", &percent, &end) != 1 || end == 0 ||
       text.size() != static_cast<size_t>(end) || !(percent > 0 && percent <= 1e6)) {
-    throw Usage(fmt::format("'{}' is no size; write 320x200 or 50%", text));
+    throw Usage(fmt::format("'{}' is not a size; use 320x200 or 50%", text));
   }
   const auto scaled = [&](int32_t side) {
     const double result = std::max(1.0, std::round(side * percent / 100));
@@ -95,30 +95,31 @@ void AddConvert(CLI::App& app, int&) {
   AddInOut(*command, options->files, OutputEndings());
   command
       ->add_option("--format", options->format,
-                   "Pixel format to store. Default: what the picture has, as far as the file "
-                   "can hold it; else 32 bits with alpha, 24 without")
+                   "Pixel format to store. Default: that of the picture if the file can hold "
+                   "it, else 32 bits with alpha, 24 without")
       ->type_name("NAME");
   command->add_option("--masks", options->masks, "Bits of the channels in custom16 pixels, in hex")
       ->type_name("A,R,G,B");
-  command->add_option("--size", options->size, "Scale to this size, or by this part")
+  command->add_option("--size", options->size, "Scale to this size or percentage")
       ->type_name("WxH|P%");
   command->add_option("--filter", options->filter, "How to scale: point (default) or bilinear")
       ->type_name("NAME");
   command
       ->add_option("--quality", options->quality,
-                   fmt::format("Of a JPEG file; default: {}", kDefaultQuality))
+                   fmt::format("JPEG quality; default: {}", kDefaultQuality))
       ->type_name("0..100")
       ->check(CLI::Range(0, 100));
   command->footer([] {
-    return "The endings choose the kinds of files; - is standard input or output:\n"
+    return "Endings choose the file types; - is standard input or output:\n"
            "  zav convert - - --type png:tga <in.png >out.tga\n\n"
            "bmp holds pal8, bgr24; tga holds pal8, rgb555, bgr24, bgra32; png holds pal8, rgb24,\n"
-           "rgba32; jpg holds bgr24, 4:2:2; rgb is read only; dds holds all but palettized "
-           "formats, and is dxt5 where a pixel is not "
-           "opaque,\n"
-           "else dxt1; raw holds every format: the bytes as they lie in memory, and beside them\n"
-           "NAME.raw.json with size, pitch, masks and palette. Blocks are made of sides that are\n"
-           "multiples of 4.\n\n" +
+           "rgba32; jpg holds bgr24 with 4:2:2 sampling; rgb can only be read; dds holds all "
+           "formats\n"
+           "but palettized ones, by default dxt5 where a pixel is not opaque, else dxt1; raw "
+           "holds\n"
+           "every format: the bytes as they are in memory, and NAME.raw.json with size, pitch, "
+           "masks\n"
+           "and palette. DXT formats need sides that are multiples of 4.\n\n" +
            FormatHelp();
   });
   command->callback([options] { Run(*options); });

@@ -17,14 +17,14 @@
 namespace zav::tool {
 namespace {
 
-// The header as 32-bit words, the magic first: words that are not named are 0 in a plain picture.
+// Indices of the header's 32-bit words, the magic first. The others are 0 for a plain picture.
 enum : size_t {
   kMagic = 0,
-  kSize = 1,   // of the header behind the magic, in bytes
+  kSize = 1,   // bytes of the header after the magic
   kFlags = 2,  // which fields are set
   kHeight = 3,
   kWidth = 4,
-  kPitch = 5,  // of a row, or the bytes of all blocks
+  kPitch = 5,  // bytes of a row, or of all blocks
   kLevels = 7,
   kFormatSize = 19,
   kFormatFlags = 20,
@@ -96,12 +96,12 @@ Header ParseHeader(const std::string& path, const std::vector<unsigned char>& by
                   fmt::format("has impossible sides: {} x {}", header[kWidth], header[kHeight]));
   }
   if ((header[kCaps2] & kCaps2Many) != 0) {
-    throw NotSupported(path, "is a cube map or a volume; only single pictures are read");
+    throw NotSupported(path, "is a cube map or a volume; only single pictures are supported");
   }
   return header;
 }
 
-/// Format and masks of the file's pixels. `opaque`: 32-bit pixels whose fourth byte is nothing.
+/// Size, format and masks of the pixels. `opaque`: 32-bit pixels whose fourth byte is unused.
 ZAV_GFXDEF ParseFormat(const std::string& path, const Header& header, bool& opaque) {
   ZAV_GFXDEF definition = {};
   definition.width = static_cast<int32_t>(header[kWidth]);
@@ -113,8 +113,9 @@ ZAV_GFXDEF ParseFormat(const std::string& path, const Header& header, bool& opaq
       definition.format = ZAV_FMT_DXT1 + static_cast<int32_t>(variant >> 24);
       return definition;
     }
-    throw NotSupported(
-        path, fmt::format("has pixels of the code {:08x}; read are DXT1 to DXT5", header[kFourCc]));
+    throw NotSupported(path,
+                       fmt::format("has pixels with the code {:08x}; DXT1 to DXT5 are supported",
+                                   header[kFourCc]));
   }
   const uint32_t bits = header[kBits];
   if ((header[kFormatFlags] & kRgb) == 0 || (bits != 16 && bits != 24 && bits != 32)) {
@@ -132,7 +133,8 @@ ZAV_GFXDEF ParseFormat(const std::string& path, const Header& header, bool& opaq
     return definition;
   }
   if (bits != 16 || (masks[0] | masks[1] | masks[2] | masks[3]) > 0xFFFF) {
-    throw NotSupported(path, fmt::format("has {}-bit pixels of an unknown order", bits));
+    throw NotSupported(path,
+                       fmt::format("has {}-bit pixels with an unknown order of channels", bits));
   }
   definition.format = ZAV_FMT_CUSTOM16_1;
   SetMasks(definition, masks);
@@ -146,12 +148,12 @@ std::string StorageText(const Header& header, const ZAV_GFXDEF& definition) {
   return text;
 }
 
-/// Blocks cover whole cells; the picture ends within the last ones.
+/// Crops a picture that ends inside its last blocks.
 Picture CutBlocks(const std::string& path, const ZAV_GFXDEF& blocks) {
   if (IsCopyOnly(blocks.format)) {
-    throw NotSupported(path,
-                       fmt::format("has {} blocks of {} x {} pixels, which no whole blocks fill",
-                                   FormatOf(blocks.format).name, blocks.width, blocks.height));
+    throw NotSupported(
+        path, fmt::format("has {} blocks and sides of {} x {}, which are not multiples of 4",
+                          FormatOf(blocks.format).name, blocks.width, blocks.height));
   }
   Picture borrowed;
   borrowed.definition = blocks;
@@ -173,7 +175,7 @@ Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std:
   definition = ParseFormat(path, header, opaque);
   storage = StorageText(header, definition);
 
-  // Rows stand close together whatever the header says of a pitch: many writers get that wrong.
+  // Rows have no padding even if the header's pitch says so: many writers get the pitch wrong.
   const int64_t row = RowBytes(definition);
   const bool blocks = IsDxt(definition.format);
   const int64_t needed = blocks ? BlockBytes(definition.format, definition.width, definition.height)

@@ -10,11 +10,11 @@
 
 namespace zav::tool {
 
-/// DirectDraw surfaces: blocks or pixels behind a header that engines and viewers know. Layout:
+/// DirectDraw surfaces: blocks or pixels after a header that engines and viewers know. Layout:
 /// Microsoft's programming guide for DDS, "DDS_HEADER" and "DDS_PIXELFORMAT".
 
-/// Reads the largest level; `storage` tells what else there is. Blocks of sides that are not whole
-/// blocks come as 32-bit pixels, since only those can be cut.
+/// Reads the largest level; `storage` describes the file. DXT pictures whose sides are not
+/// multiples of 4 come as 32-bit pixels, since only those can be cropped.
 Picture ReadDds(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage);
 
 /// Writes the picture as the only level. Its format is not palettized.

@@ -12,7 +12,7 @@
 
 namespace zav::tool {
 
-/// What went wrong, as the exit code tells it. Scripts rely on these numbers.
+/// What went wrong, as an exit code. Scripts rely on these numbers.
 enum class ErrorKind {
   kUsage = 1,
   kInputOutput = 2,
@@ -20,10 +20,10 @@ enum class ErrorKind {
   kNotSupported = 5,
 };
 
-/// Not an error: what `zav compare` answers when the pictures are not the same.
+/// The exit code of `zav compare` for pictures that differ, which is not an error.
 constexpr int kExitDiffer = 7;
 
-/// Ends a command. Printed as "zav: SUBJECT: what"; the subject is a file, or empty.
+/// Ends a command and is printed as "zav: SUBJECT: what"; the subject is a file, or empty.
 class Error : public std::runtime_error {
  public:
   Error(ErrorKind kind, std::string subject, const std::string& what)
@@ -55,7 +55,7 @@ inline Error NotSupported(const std::string& subject, const std::string& what) {
   return Error(ErrorKind::kNotSupported, subject, what);
 }
 
-/// The system's refusal of something done to `file`.
+/// An operation on `file` that the system refused.
 inline Error SystemError(const std::string& file, int code = errno) {
   return Error(ErrorKind::kInputOutput, file, std::strerror(code));
 }

@@ -35,8 +35,8 @@ struct Task {
   std::string path;
 };
 
-/// A name from a container, which anyone may have written, as a file's: it stays in its directory,
-/// is not hidden, and steers no terminal.
+/// Turns a name from an untrusted container into a file name that stays in its directory, is not
+/// hidden, and has no control characters.
 std::string SafeName(const std::string& name) {
   std::string safe = name.empty() ? "image" : name;
   for (char& c : safe) {
@@ -47,8 +47,8 @@ std::string SafeName(const std::string& name) {
   return safe;
 }
 
-/// Gives every image another file name: "sky", "sky-2", "sky-3". A name that is taken whatever its
-/// case is passed over, too, so that the files can be copied anywhere.
+/// Gives every image a different file name: "sky", "sky-2", "sky-3". Names that differ only in case
+/// count as equal, so that the files can be copied to any file system.
 class FileNames {
  public:
   std::string Take(const std::string& name) {
@@ -76,7 +76,7 @@ std::vector<Task> Plan(const Options& options, const Walk& walk) {
   std::set<std::string> found;
   for (const Record& record : walk.records) {
     if (!IsImageRecord(record.kind())) continue;
-    // Numbered before they are chosen: an image has the same file whatever else is extracted.
+    // Numbered before they are chosen, so that an image always has the same file name.
     const std::string name = files.Take(record.name);
     if (!options.names.empty() && std::ranges::count(options.names, record.name) == 0) continue;
     found.insert(record.name);
@@ -110,7 +110,7 @@ void Extract(const Options& options, ByteSpan file, const Task& task) {
 }
 
 void Run(const Options& options, int& exit_code) {
-  TypeNamed(options.type);  // fails here rather than at every picture
+  TypeNamed(options.type);  // fails once, not for every picture
   const FileView view(options.file);
   const Walk walk = WalkContainer(view.bytes());
   const auto fail = [&](const Error& error) {
@@ -125,7 +125,7 @@ void Run(const Options& options, int& exit_code) {
 
   Progress progress("extracting", static_cast<int64_t>(tasks.size()));
   for (const Task& task : tasks) {
-    if (task.record->sound) {  // else it has been reported
+    if (task.record->sound) {  // otherwise reported already
       try {
         Extract(options, view.bytes(), task);
         progress.Hide();
@@ -145,7 +145,7 @@ void AddExtract(CLI::App& app, int& exit_code) {
   CLI::App* command = app.add_subcommand("extract", "Writes the images of a container to files");
   const auto options = std::make_shared<Options>();
   AddContainer(*command, options->file);
-  command->add_option("-o", options->directory, "Where to write; made if it is missing")
+  command->add_option("-o", options->directory, "Directory to write to; created if it is missing")
       ->type_name("DIR");
   command->add_option("--name", options->names, "Only images of this name; may be repeated")
       ->type_name("N")
@@ -154,10 +154,9 @@ void AddExtract(CLI::App& app, int& exit_code) {
       ->type_name("TYPE");
   command->add_flag("--levels", options->levels, "Every mip level instead of the first");
   command->footer(
-      "Prints the files that it writes; those that exist are replaced. They are called as the\n"
-      "images, with _ for what a file name cannot hold and numbers behind equal names. Targa "
-      "files\n"
-      "have 8 bits for palettized pictures, 32 where a pixel is not opaque, else 24.");
+      "Prints the names of the files it writes; existing files are replaced. They are named after\n"
+      "the images, with _ for what a file name cannot hold, and numbers after equal names. Targa\n"
+      "files have 8 bits for palettized pictures, 32 where a pixel is not opaque, else 24.");
   command->callback([options, &exit_code] { Run(*options, exit_code); });
 }
 

@@ -9,7 +9,7 @@
 
 namespace zav::tool {
 
-/// Closes its descriptor at the end of its life.
+/// Owns a file descriptor and closes it.
 class FileDescriptor {
  public:
   explicit FileDescriptor(int number = -1) : number_(number) {}
@@ -22,7 +22,7 @@ class FileDescriptor {
     number_ = number;
   }
   int get() const { return number_; }
-  /// For those who look at what close() answers.
+  /// Hands the descriptor to a caller that checks the result of close().
   int Release() { return std::exchange(number_, -1); }
 
  private:

@@ -39,7 +39,7 @@ Picture ReadSgi(const std::string& path, Bytes& bytes, std::string& storage) {
 Picture ReadJpeg(const std::string& path, Bytes& bytes, std::string& storage) {
   int channels = 0;
   storage = InspectJpeg(path, bytes, channels);
-  // Left to itself the library gives every JPEG file an alpha channel.
+  // By default the library gives every JPEG file an alpha channel.
   return Decode(path, ".jpg", bytes, channels == 3 ? ZAV_FMT_BGR24 : ZAV_FMT_BGRA32);
 }
 
@@ -107,7 +107,7 @@ std::string Endings(bool written) {
   return endings;
 }
 
-/// Null for what there is none of.
+/// Null for an unknown ending.
 const FileType* FindType(std::string ending) {
   for (char& c : ending) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
   const auto* type = std::ranges::find_if(kTypes, [&](const FileType& known) {
@@ -116,19 +116,20 @@ const FileType* FindType(std::string ending) {
   return type == std::end(kTypes) ? nullptr : type;
 }
 
-/// `named` is what --type says.
+/// `named` is the value of --type.
 const FileType& TypeOf(const std::string& path, const std::string& named) {
   if (path == kStandard) {
-    if (named.empty()) throw UsageError("--type has to say what - is", path);
+    if (named.empty()) throw UsageError("needs --type", path);
     const FileType& type = TypeNamed(named);
     if (type.read != ReadRawPicture) return type;
-    throw NotSupported(path, "raw pixels have a JSON file beside them: they need a name");
+    throw NotSupported(path, "raw pixels come with a JSON file, so they need a name");
   }
   const size_t dot = path.find_last_of("./");
   const bool has_ending = dot != path.npos && path[dot] == '.';
   const FileType* type = FindType(has_ending ? path.substr(dot + 1) : "");
   if (type != nullptr) return *type;
-  throw NotSupported(path, fmt::format("has an unknown ending; known are {}", Endings(false)));
+  throw NotSupported(path,
+                     fmt::format("has an unknown ending; the known ones are {}", Endings(false)));
 }
 
 }  // namespace
@@ -136,12 +137,11 @@ const FileType& TypeOf(const std::string& path, const std::string& named) {
 const FileType& TypeNamed(const std::string& name) {
   const FileType* type = FindType(name);
   if (type != nullptr) return *type;
-  throw UsageError(
-      fmt::format("there are no files of type '{}'; known are {}", name, Endings(false)));
+  throw UsageError(fmt::format("'{}' is not a file type; the types are {}", name, Endings(false)));
 }
 
 PictureFile InputFile(const std::string& path, const std::string& types) {
-  // What is not there is missed under any name: the ending comes second.
+  // A missing file is reported as missing even if its ending is unknown.
   CheckReadable(path);
   return {path, &TypeOf(path, types.substr(0, types.find(':')))};
 }
@@ -149,8 +149,8 @@ PictureFile InputFile(const std::string& path, const std::string& types) {
 PictureFile OutputFile(const std::string& path, const std::string& types) {
   const FileType& type = TypeOf(path, types.substr(types.find(':') + 1));
   if (type.write == nullptr) {
-    throw NotSupported(
-        path, fmt::format("{} files are read only; written are {}", type.name, OutputEndings()));
+    throw NotSupported(path, fmt::format("{} files can only be read; the types to write are {}",
+                                         type.name, OutputEndings()));
   }
   return {path, &type};
 }
@@ -172,7 +172,7 @@ int32_t DefaultFormat(const FileType& type, const Picture& picture) {
   }
   const bool mapped = IsPalettized(definition.format);
   if (mapped && Holds(type, ZAV_FMT_PAL8)) {
-    // The color maps of Targa files have no alpha.
+    // Color maps of Targa files have no alpha.
     if (type.ending != "tga" || !ShowsAlpha(picture)) return ZAV_FMT_PAL8;
   }
   const int32_t wide = FirstHeld(type, {ZAV_FMT_BGRA32, ZAV_FMT_RGBA32});

@@ -25,9 +25,9 @@ constexpr PixelFormat kFormats[] = {
     {ZAV_FMT_CUSTOM16_1, "custom16_1", 16, false, "word laid out by --masks, low byte first"},
     {ZAV_FMT_CUSTOM16_2, "custom16_2", 16, false, "the same"},
     {ZAV_FMT_DXT1, "dxt1", 4, true, "8-byte blocks of 4 x 4 pixels, 1-bit alpha"},
-    {ZAV_FMT_DXT2, "dxt2", 8, true, "dxt3 of colors times alpha; copied, never converted"},
+    {ZAV_FMT_DXT2, "dxt2", 8, true, "dxt3 of colors multiplied by alpha; copied, never converted"},
     {ZAV_FMT_DXT3, "dxt3", 8, true, "16-byte blocks of 4 x 4 pixels, 4-bit alpha"},
-    {ZAV_FMT_DXT4, "dxt4", 8, true, "dxt5 of colors times alpha; copied, never converted"},
+    {ZAV_FMT_DXT4, "dxt4", 8, true, "dxt5 of colors multiplied by alpha; copied, never converted"},
     {ZAV_FMT_DXT5, "dxt5", 8, true, "16-byte blocks of 4 x 4 pixels, interpolated alpha"},
 };
 
@@ -48,7 +48,7 @@ const PixelFormat& FormatNamed(const std::string& name) {
     if (format.name == name) return format;
     AddName(known, format.name, " ");
   }
-  throw UsageError(fmt::format("there is no pixel format '{}'; the names are {}", name, known));
+  throw UsageError(fmt::format("'{}' is not a pixel format; the formats are {}", name, known));
 }
 
 bool HasAlpha(const ZAV_GFXDEF& definition) {

@@ -12,7 +12,7 @@
 
 namespace zav::tool {
 
-/// Of JPEG files and layers, where nothing else is asked for.
+/// Of JPEG files and layers.
 constexpr int kDefaultQuality = 90;
 
 struct PixelFormat {
@@ -20,15 +20,15 @@ struct PixelFormat {
   std::string_view name;
   int bits;  // per pixel; DXT: on average
   bool alpha;
-  std::string_view layout;  // in memory, for people
+  std::string_view layout;  // in memory, for --help
 };
 
 std::span<const PixelFormat> PixelFormats();
 
-/// The format with this code, which must be one of the library's.
+/// `code` must be one of the library's.
 const PixelFormat& FormatOf(int32_t code);
 
-/// The format of this name; an unknown name is a usage error that lists the known ones.
+/// An unknown name is a usage error that lists the known ones.
 const PixelFormat& FormatNamed(const std::string& name);
 
 constexpr bool IsPalettized(int32_t code) { return code == ZAV_FMT_PAL8 || code == ZAV_FMT_PAL4; }
@@ -48,7 +48,7 @@ constexpr bool IsCopyOnly(int32_t code) {
 /// Whether pixels of this definition can be transparent.
 bool HasAlpha(const ZAV_GFXDEF& definition);
 
-/// Bytes of a row without padding; with blocks, which have no rows, the average.
+/// Bytes of a row without padding. DXT blocks have no rows: the bytes of a row on average.
 int64_t RowBytes(const ZAV_GFXDEF& definition);
 
 /// Bytes from the first pixel of the picture to the end of its last row.

@@ -25,7 +25,7 @@ struct Facts {
   std::string file;
   std::string type;
   std::string storage;
-  ZAV_GFXDEF definition;  // its pointers are gone
+  ZAV_GFXDEF definition;  // its pointers are dangling
   size_t bytes = 0;
 };
 
@@ -87,12 +87,12 @@ void Run(const Options& options, int& exit_code) {
 }  // namespace
 
 void AddInfo(CLI::App& app, int& exit_code) {
-  CLI::App* command = app.add_subcommand("info", "Tells what pictures are");
+  CLI::App* command = app.add_subcommand("info", "Describes pictures");
   const auto options = std::make_shared<Options>();
   command->add_option("FILE", options->files, "Pictures: " + InputEndings())->required();
   AddType(*command, options->type);
   command->add_flag("--json", options->json, "Print an array of objects");
-  command->footer("A bad file does not end the list; the exit code is that of the worst one.");
+  command->footer("A bad file does not end the list; the exit code is that of the worst file.");
   command->callback([options, &exit_code] { Run(*options, exit_code); });
 }
 

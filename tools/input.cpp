@@ -23,7 +23,7 @@ int Open(const std::string& path) {
   if (path != kStandard) return ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   static bool taken = false;
   if (std::exchange(taken, true)) {
-    throw UsageError("standard input can be read once only", path);
+    throw UsageError("standard input can be read only once", path);
   }
   return ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
 }
@@ -32,9 +32,9 @@ void CheckKind(const std::string& path, const struct stat& status) {
   if (S_ISDIR(status.st_mode)) throw SystemError(path, EISDIR);
   if (path == kStandard) {
     if (::isatty(STDIN_FILENO) == 0) return;
-    throw UsageError("standard input is a terminal; give it a file or a pipe", path);
+    throw UsageError("standard input is a terminal; redirect a file or a pipe to it", path);
   }
-  // A device may never end.
+  // A device may have no end.
   if (!S_ISREG(status.st_mode) && !S_ISFIFO(status.st_mode)) {
     throw Error(ErrorKind::kInputOutput, path, "is not a regular file");
   }
@@ -84,7 +84,7 @@ std::vector<unsigned char> LoadFile(const std::string& path) {
   CheckKind(path, status);
 
   constexpr size_t kStep = 1 << 16;
-  // One byte more than is wanted tells the end.
+  // One byte more than expected, so that the first read already finds the end.
   const auto announced = static_cast<uint64_t>(std::max<off_t>(status.st_size, 0));
   std::vector<unsigned char> bytes(std::min<uint64_t>(announced, kMaxBytes) + 1);
   size_t length = 0;

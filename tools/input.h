@@ -10,15 +10,15 @@
 
 namespace zav::tool {
 
-/// In place of a file's name: standard input or output.
+/// The name of standard input and output.
 constexpr std::string_view kStandard = "-";
 
-/// All bytes of a file, of 2^31 - 1 at most. Missing, unreadable, a directory: an Error says which.
-/// Standard input is read once.
+/// All bytes of a file of at most 2^31 - 1 bytes. An Error says whether it is missing, unreadable
+/// or a directory. Standard input can be read only once.
 std::vector<unsigned char> LoadFile(const std::string& path);
 
-/// The bytes of a file to look at: mapped where the system can do that, so that only what is looked
-/// at is read. As LoadFile, it refuses what cannot be read; the file may be empty.
+/// The bytes of a file, mapped if possible, so that only pages that are used are read. Fails like
+/// LoadFile, except that the file may be empty.
 class FileView {
  public:
   explicit FileView(const std::string& path);
@@ -30,11 +30,11 @@ class FileView {
 
  private:
   void* mapping_ = nullptr;
-  std::vector<unsigned char> loaded_;  // instead
+  std::vector<unsigned char> loaded_;  // if it is not mapped
   std::span<const unsigned char> bytes_;
 };
 
-/// Fails as LoadFile would when nothing can be read under this name.
+/// Fails like LoadFile when the file cannot be read.
 void CheckReadable(const std::string& path);
 
 }  // namespace zav::tool

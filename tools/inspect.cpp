@@ -44,11 +44,11 @@ int64_t RunLengthEnd(const Bytes& bytes, int64_t position, int64_t pixels, int64
   return position;
 }
 
-/// Where the frame header of a JPEG file begins: the segment that tells sides and channels.
+/// Offset of a JPEG file's frame header, the segment with its sides and channels.
 size_t FrameHeader(const std::string& path, const Bytes& bytes) {
-  constexpr size_t kShortest = 17;  // with three channels, in part
+  constexpr size_t kShortest = 17;  // up to the second channel's sampling
   for (size_t at = 2;;) {
-    // Markers may have fill bytes before them, and segments stray bytes behind them.
+    // Markers may have fill bytes before them, and segments stray bytes after them.
     while (at + 1 < bytes.size() &&
            (bytes[at] != 0xFF || bytes[at + 1] == 0 || bytes[at + 1] == 0xFF)) {
       ++at;
@@ -60,14 +60,14 @@ size_t FrameHeader(const std::string& path, const Bytes& bytes) {
     if (marker >= 0xC0 && marker <= 0xCF && marker != 0xC4 && marker != 0xC8 && marker != 0xCC) {
       return at;
     }
-    if (marker == 0xD9 || marker == 0xDA) throw BadFile(path, "has no sides before its pixels");
+    if (marker == 0xD9 || marker == 0xDA)
+      throw BadFile(path, "has no frame header before its pixels");
     const bool alone = marker == 1 || (marker >= 0xD0 && marker <= 0xD8);
     at += 2 + (alone ? 0 : static_cast<size_t>(BigWord(bytes, at + 2)));
   }
 }
 
-/// As J:a:b where the first channel's factors, those of the second one taken as 1, have such a
-/// name.
+/// In J:a:b notation where the sampling factors of the first two channels have one.
 std::string SamplingText(int first, int second) {
   if (second != 0x11) return first == second ? "4:4:4" : "mixed sampling";
   switch (first) {
@@ -99,17 +99,19 @@ std::string InspectBmp(const std::string& path, const Bytes& bytes) {
   const int64_t colors = SignedLong(bytes, 46);
   if (header != 40) {
     throw NotSupported(
-        path, fmt::format("has a BMP header of {} bytes; only the one of 40 is read", header));
+        path,
+        fmt::format("has a BMP header of {} bytes; only headers of 40 are supported", header));
   }
   if (width <= 0 || height == 0) throw ImpossibleSides(path, width, height);
-  if (height < 0) throw NotSupported(path, "stores its rows top-down, which is not read");
+  if (height < 0) throw NotSupported(path, "stores its rows top-down, which is not supported");
   if (compression != 0) {
     throw NotSupported(
-        path, fmt::format("is compressed (method {}), which is not read in BMP", compression));
+        path,
+        fmt::format("is compressed (method {}), which is not supported for BMP", compression));
   }
   if (bits != 1 && bits != 8 && bits != 16 && bits != 24) {
     throw NotSupported(
-        path, fmt::format("has {} bits per pixel; BMP is read with 1, 8, 16 and 24", bits));
+        path, fmt::format("has {} bits per pixel; BMP is supported with 1, 8, 16 and 24", bits));
   }
   const int64_t palette = bits == 1                      ? 2
                           : bits > 8                     ? 0
@@ -138,22 +140,22 @@ std::string InspectTarga(const std::string& path, const Bytes& bytes) {
   const int64_t height = Word(bytes, 14);
   const int depth = bytes[16];
   if (type == 3 || type == 11 || type == 32 || type == 33) {
-    throw NotSupported(path,
-                       fmt::format("is a Targa file of type {}; read are 1, 2, 9 and 10", type));
+    throw NotSupported(
+        path, fmt::format("is a Targa file of type {}; 1, 2, 9 and 10 are supported", type));
   }
   const bool known = type == 1 || type == 2 || type == 9 || type == 10;
   if (!known || map_type > 1) throw BadFile(path, "is not a Targa file: its header makes no sense");
   if (depth != 8 && depth != 16 && depth != 24 && depth != 32) {
     throw NotSupported(
-        path, fmt::format("has {} bits per pixel; Targa is read with 8, 16, 24 and 32", depth));
+        path,
+        fmt::format("has {} bits per pixel; Targa is supported with 8, 16, 24 and 32", depth));
   }
   if (width == 0 || height == 0) throw ImpossibleSides(path, width, height);
   const bool mapped = depth == 8;
   if (map_length > 0 && (!mapped || (map_bits != 16 && map_bits != 24))) {
-    throw NotSupported(path,
-                       fmt::format("has a color map of {} bits an entry beside {}-bit pixels; read "
-                                   "are 16 and 24 beside 8",
-                                   map_bits, depth));
+    throw NotSupported(path, fmt::format("has a color map of {}-bit entries for {}-bit pixels; "
+                                         "supported are 16 and 24 for 8",
+                                         map_bits, depth));
   }
 
   const int64_t pixels_at = kHeader + bytes[0] + (mapped ? map_length * (map_bits / 8) : 0);
@@ -172,7 +174,7 @@ std::string InspectTarga(const std::string& path, const Bytes& bytes) {
 std::string InspectSgi(const std::string& path, const Bytes& bytes) {
   constexpr size_t kHeader = 512;
   if (bytes.size() < 2 || BigWord(bytes, 0) != 474) {
-    throw BadFile(path, "is not an SGI file: it does not begin as one");
+    throw BadFile(path, "is not an SGI file: its magic number is missing");
   }
   if (bytes.size() < kHeader) throw CutOff(path, bytes.size(), kHeader);
 
@@ -180,9 +182,11 @@ std::string InspectSgi(const std::string& path, const Bytes& bytes) {
   const int64_t height = BigWord(bytes, 8);
   const int64_t channels = BigWord(bytes, 10);
   if (bytes[2] > 1) throw BadFile(path, "is not an SGI file: its header makes no sense");
-  if (bytes[3] != 1) throw NotSupported(path, "has more than 8 bits a channel, which is not read");
+  if (bytes[3] != 1)
+    throw NotSupported(path, "has more than 8 bits per channel, which is not supported");
   if (channels != 3 && channels != 4) {
-    throw NotSupported(path, fmt::format("has {} channels; SGI is read with 3 and 4", channels));
+    throw NotSupported(path,
+                       fmt::format("has {} channels; SGI is supported with 3 and 4", channels));
   }
   if (width == 0 || height == 0) throw ImpossibleSides(path, width, height);
   const bool run_length = bytes[2] == 1;
@@ -194,18 +198,19 @@ std::string InspectSgi(const std::string& path, const Bytes& bytes) {
 
 std::string InspectJpeg(const std::string& path, const Bytes& bytes, int& channels) {
   if (bytes.size() < 2 || BigWord(bytes, 0) != 0xFFD8) {
-    throw BadFile(path, "is not a JPEG file: it does not begin as one");
+    throw BadFile(path, "is not a JPEG file: its first marker is missing");
   }
   const size_t at = FrameHeader(path, bytes);
   if (bytes[at + 4] != 8) {
-    throw NotSupported(path,
-                       fmt::format("has {} bits a channel; JPEG is read with 8", bytes[at + 4]));
+    throw NotSupported(
+        path, fmt::format("has {} bits per channel; JPEG is supported with 8", bytes[at + 4]));
   }
   channels = bytes[at + 9];
   if (channels != 3 && channels != 4) {
     throw NotSupported(
-        path, channels == 1 ? "is a grey JPEG file; read are those of 3 and 4 channels"
-                            : fmt::format("has {} channels; JPEG is read with 3 and 4", channels));
+        path, channels == 1
+                  ? "is a grey JPEG file; 3 and 4 channels are supported"
+                  : fmt::format("has {} channels; JPEG is supported with 3 and 4", channels));
   }
   return fmt::format("{}{}{}", channels == 4 ? "32-bit, " : "",
                      SamplingText(bytes[at + 11], bytes[at + 14]),

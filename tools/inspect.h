@@ -8,11 +8,10 @@
 
 namespace zav::tool {
 
-/// The library answers a file that it cannot read with 0, and reads some files otherwise than
-/// their author meant: it takes BMP headers of one size only, leaves zeros where a Targa stream
-/// ends early, and does not look at the magic number of SGI files. These look at the header
-/// themselves, and throw an Error that says what is wrong. The result names the way in which the
-/// pixels are stored.
+/// The library returns 0 for a file that it cannot read, without a reason. It also accepts some
+/// broken files: it leaves zeros where a Targa stream ends early, and ignores the magic number of
+/// SGI files. These functions check the header and throw an Error that says what is wrong. The
+/// result describes how the pixels are stored.
 
 std::string InspectBmp(const std::string& path, const std::vector<unsigned char>& bytes);
 std::string InspectTarga(const std::string& path, const std::vector<unsigned char>& bytes);

@@ -71,8 +71,8 @@ constexpr RecordKind kRecordKinds[] = {
     {ZAV_LAYER_PACKEDPAL8, "packedpal8", kPackedPal8},
 };
 
-/// Headers are copied into a ZAV_LAYER, and a container's bytes after them are data: the fields of
-/// every kind follow each other from the frame on, and fit.
+/// A header ends with its last field, and is copied into a ZAV_LAYER: the fields of every kind must
+/// follow each other without gaps, and fit.
 constexpr bool FieldsAreDense(const RecordKind& record) {
   int next = kFrameBytes;
   for (const FieldPlace& place : record.fields) {
@@ -83,8 +83,8 @@ constexpr bool FieldsAreDense(const RecordKind& record) {
 }
 static_assert(std::ranges::all_of(kRecordKinds, FieldsAreDense));
 
-/// A word after the kind's name sets bits of a field of one byte. The first of those that share a
-/// mask is the default.
+/// A word after the kind's name sets bits of a one-byte field. The first of the variants that share
+/// a mask is the default.
 struct Variant {
   int first_kind;
   int last_kind;
@@ -171,7 +171,7 @@ ZAV_LAYER DefaultLayer(int kind) {
   return layer;
 }
 
-/// In words; empty for kinds without variants.
+/// For messages; empty for kinds without variants.
 std::string VariantsOf(int kind) {
   std::string known;
   for (const Variant& variant : kVariants) {
@@ -192,7 +192,7 @@ const RecordKind& LayerNamed(const std::string& name) {
     if (record.name == name) return record;
     AddName(known, record.name, " ");
   }
-  throw UsageError(fmt::format("there is no layer '{}'; the names are {}", name, known));
+  throw UsageError(fmt::format("there is no layer '{}'; the layers are {}", name, known));
 }
 
 }  // namespace
@@ -281,7 +281,7 @@ int32_t StoredFormat(const ZAV_LAYER& layer) {
     case ZAV_LAYER_PAL8:
     case ZAV_LAYER_PACKEDPAL8:
       return ZAV_FMT_PAL8;
-    case ZAV_LAYER_HICOLOR:  // readers take an unknown variant for the last one
+    case ZAV_LAYER_HICOLOR:  // an unknown variant reads as the last one
       return variant >= 1 && variant <= 3 ? ZAV_FMT_RGB565 + variant - 1 : ZAV_FMT_ARGB1555;
     case ZAV_LAYER_TRUE24:
       return variant == 1 ? ZAV_FMT_RGB24 : ZAV_FMT_BGR24;

@@ -37,7 +37,7 @@ struct FieldPlace {
   uint8_t size;
 };
 
-/// What the command knows about a kind of container record.
+/// A kind of container record.
 struct RecordKind {
   int kind;                            // ZAV_REC_*, ZAV_LAYER_*
   std::string_view name;               // of layers: as --layer takes it
@@ -70,17 +70,17 @@ constexpr bool IsPal8Layer(int kind) {
   return kind == ZAV_LAYER_PAL8 || kind == ZAV_LAYER_PACKEDPAL8;
 }
 
-/// The layer that "KIND[:VARIANT]..." names, with everything set that a writer takes from it. An
-/// unknown kind or variant is a usage error that lists the known ones.
+/// The layer for "KIND[:VARIANT]...", with all parameters that a writer takes from it. An unknown
+/// kind or variant is a usage error that lists the known ones.
 ZAV_LAYER ParseLayer(const std::string& text);
 
-/// The same back: what --layer would have to say for a layer like this.
+/// The reverse: the value of --layer that gives a layer like this.
 std::string LayerText(const ZAV_LAYER& layer);
 
-/// The pixel format in which the layer keeps its picture, or of what it decodes to.
+/// The pixel format in which the layer stores its picture, or to which it decodes.
 int32_t StoredFormat(const ZAV_LAYER& layer);
 
-/// Whether the layer keeps fewer than 8 bits of a channel.
+/// Whether the layer stores fewer than 8 bits of a channel.
 bool CutsBits(const ZAV_LAYER& layer);
 
 /// The table of layers that --help shows.

@@ -26,7 +26,7 @@ std::string KindText(const Record& record) {
   return std::string(FindRecordKind(record.kind())->name);
 }
 
-/// Stored bytes against those of the raw pixels; 0 where there are none.
+/// Stored bytes divided by those of the raw pixels; 0 without pixels.
 double Ratio(const Record& record) {
   const int64_t raw = record.RawBytes();
   return raw == 0 ? 0 : static_cast<double>(record.size) / static_cast<double>(raw);
@@ -70,7 +70,7 @@ Json ToJson(const Options& options, int64_t bytes, const Walk& walk) {
   return result;
 }
 
-/// What an image record adds to its kind and name.
+/// What follows the kind and name of an image record.
 std::string Detail(const Record& record) {
   switch (record.kind()) {
     case ZAV_REC_TILED:
@@ -122,8 +122,9 @@ void AddList(CLI::App& app, int& exit_code) {
   AddContainer(*command, options->file);
   command->add_flag("--json", options->json, "Print an object");
   command->footer(
-      "Ratio: stored bytes against those of the raw pixels, which for blocks are 32-bit ones.\n"
-      "Pixels are not looked at; zav verify does that.");
+      "Ratio: stored bytes divided by those of the raw pixels; DXT and JPEG pixels count as "
+      "32-bit.\n"
+      "Only headers are read; zav verify decodes the pixels.");
   command->callback([options, &exit_code] { Run(*options, exit_code); });
 }
 

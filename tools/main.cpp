@@ -13,7 +13,7 @@
 namespace zav::tool {
 
 void Report(const Error& error) {
-  // What has been printed so far comes first, also where both streams go to one file.
+  // Keeps the order where both streams go to one file.
   std::fflush(stdout);
   fmt::print(stderr, StyleOn(stderr, fmt::emphasis::bold | fg(fmt::terminal_color::red)), "zav:");
   if (!error.subject().empty()) fmt::print(stderr, " {}:", error.subject());
@@ -23,13 +23,13 @@ void Report(const Error& error) {
 namespace {
 
 constexpr char kExitCodes[] =
-    "Exit codes: 0 fine, 1 usage, 2 input or output, 3 bad file, 5 not supported, 7 different\n"
-    "(compare). Output is written beside its target and renamed when it is whole.\n";
+    "Exit codes: 0 success, 1 usage, 2 input or output, 3 bad file, 5 not supported, 7 different\n"
+    "(compare). Output is written next to its target and renamed when it is complete.\n";
 
 int Dispatch(int argc, char** argv) {
-  CLI::App app("ZAV: pictures into the forms that a renderer uploads.", "zav");
+  CLI::App app("ZAV: turns pictures into the forms a renderer uploads.", "zav");
   app.set_version_flag("--version", "zav " ZAV_VERSION_STRING);
-  app.require_subcommand(0, 1);  // none is found out below: so a misspelt one is named first
+  app.require_subcommand(0, 1);  // none is reported below, after misspelled ones
   app.footer([] { return FormatHelp() + "\n" + kExitCodes; });
   int exit_code = 0;
   AddConvert(app, exit_code);
@@ -60,7 +60,7 @@ int Dispatch(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   using namespace zav::tool;
-  // A write past the file size limit shall fail with its reason instead of killing.
+  // A write past the file size limit should fail with its reason instead of killing the process.
   std::signal(SIGXFSZ, SIG_IGN);
   try {
     const int exit_code = Dispatch(argc, argv);

@@ -11,7 +11,7 @@ namespace zav::tool {
 
 void AddMip(CLI::App& app, int&) {
   CLI::App* command = app.add_subcommand(
-      "mip", "Writes the next mip level: half the sides, colors averaged by alpha");
+      "mip", "Writes the next mip level: half the sides, colors weighted by alpha");
   const auto files = std::make_shared<InOut>();
   AddInOut(*command, *files, OutputEndings());
   command->callback([files] {

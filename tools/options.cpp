@@ -7,8 +7,7 @@
 namespace zav::tool {
 
 void AddType(CLI::App& command, std::string& type) {
-  command.add_option("--type", type, "What - is, by its ending; IN:OUT where both are -")
-      ->type_name("TYPE");
+  command.add_option("--type", type, "File type of -; IN:OUT where both are -")->type_name("TYPE");
 }
 
 void AddContainer(CLI::App& command, std::string& file) {

@@ -21,8 +21,7 @@
 namespace zav::tool {
 namespace {
 
-// --- temporaries of a command that a signal ends
-// --------------------------------------------------
+// --- removing temporaries when a signal ends the command -----------------------------------------
 
 // Fixed storage: a signal handler may not follow pointers that the program is changing.
 struct PendingRemoval {
@@ -35,7 +34,7 @@ extern "C" void RemovePendingAndDie(int signal) {
   for (const PendingRemoval& pending : pending_removals) {
     if (pending.active != 0) ::unlink(pending.path);
   }
-  ::raise(signal);  // the handler was installed for one shot: this one kills
+  ::raise(signal);  // the handler is used only once: this kills the process
 }
 
 void RemoveOnSignal(const std::string& path) {
@@ -84,7 +83,7 @@ void WriteAll(int file, const std::string& name, const void* data, size_t size) 
   }
 }
 
-/// The name behind links, also when nothing lies there yet.
+/// The target of links, even when it does not exist yet.
 std::string ResolveLinks(const std::string& path) {
   std::error_code error;
   if (!std::filesystem::is_symlink(path, error)) return path;
@@ -114,7 +113,7 @@ Output::Output(const std::string& target)
   RemoveOnSignal(path_);
 }
 
-/// Looks at what stands under the name.
+/// Checks the file that is replaced, if any.
 void Output::Prepare() {
   struct stat status = {};
   replaces_ = ::stat(target_.c_str(), &status) == 0;
@@ -123,7 +122,7 @@ void Output::Prepare() {
     if (!S_ISREG(status.st_mode)) {
       throw Error(ErrorKind::kInputOutput, name_, "is not a regular file");
     }
-    // Renaming would not ask; a file that its owner has protected is not to be replaced.
+    // Renaming ignores write permission, but a protected file must not be replaced.
     if (::access(target_.c_str(), W_OK) != 0) throw SystemError(name_);
   }
   mode_ = replaces_ ? status.st_mode & 0777 : NewFileMode();
@@ -143,10 +142,10 @@ void Output::CheckSize(int64_t size) {
   struct stat status = {};
   if (::fstat(file_.get(), &status) != 0) throw SystemError(name_);
   if (status.st_size == size) return;
-  // What stopped the writer most likely still does.
+  // The reason that stopped the writer probably persists.
   if (status.st_size < size) CheckRoom(size);
   throw Error(ErrorKind::kInputOutput, name_,
-              fmt::format("was not written whole: {} of {} bytes", status.st_size, size));
+              fmt::format("was not written completely: {} of {} bytes", status.st_size, size));
 }
 
 void Output::CheckRoom(int64_t size) {
@@ -155,12 +154,12 @@ void Output::CheckRoom(int64_t size) {
 }
 
 void Output::BringToDisk() {
-  // Another owner is kept where the system lets us; whoever may not give files away owns it now.
+  // Keeps another owner if the system allows it.
   if (replaces_ && (owner_ != ::geteuid() || group_ != ::getegid())) {
     static_cast<void>(!::fchown(file_.get(), owner_, group_));
   }
   if (::fchmod(file_.get(), mode_) != 0) throw SystemError(name_);
-  // Some file systems refuse to sync with EINVAL; they have nothing to wait for.
+  // Some file systems cannot sync and return EINVAL.
   if (::fsync(file_.get()) != 0 && errno != EINVAL) throw SystemError(name_);
   if (::close(file_.Release()) != 0) throw SystemError(name_);
 }
@@ -169,15 +168,15 @@ void Output::TakeName() {
   if (std::rename(path_.c_str(), target_.c_str()) != 0) throw SystemError(name_);
   ForgetOnSignal(path_);
   path_.clear();
-  // The new name reaches the disk with its directory. The file itself is safe, so a file system
-  // that cannot sync directories is no failure.
+  // The new name reaches the disk with its directory. The file itself is safe, so it is not a
+  // failure if a file system cannot sync directories.
   std::filesystem::path directory = std::filesystem::path(target_).parent_path();
   if (directory.empty()) directory = ".";
   const FileDescriptor folder(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (folder.get() >= 0) static_cast<void>(::fsync(folder.get()));
 }
 
-/// The temporary goes first: a reader that closes its end kills this program.
+/// Removes the temporary first: if the reader closes the pipe, SIGPIPE kills this process.
 void Output::CopyToStandardOutput() {
   const FileView view(path_);
   ::unlink(path_.c_str());

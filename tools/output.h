@@ -14,10 +14,9 @@
 
 namespace zav::tool {
 
-/// A file that is written beside its target under a temporary name of the same ending, and takes
-/// the target's name only when it is whole and on the disk. Without Commit the temporary is
-/// removed, and what stood under the target's name stays. Standard output gets the bytes of a file
-/// that is whole; a terminal is refused.
+/// A file that is written next to its target under a temporary name with the same ending, and is
+/// renamed once it is complete and on disk. Without Commit the temporary is removed and the target
+/// stays as it was. Standard output receives the bytes of the complete file; a terminal is refused.
 class Output {
  public:
   explicit Output(const std::string& target);
@@ -30,15 +29,14 @@ class Output {
 
   void Write(const void* data, size_t size);
 
-  /// For writers that do not say whether they succeeded: fails, with the system's reason where it
-  /// can be had, when the file is not of this size.
+  /// Fails when the file does not have this size, with the system's reason if there is one. For
+  /// writers that do not report failures.
   void CheckSize(int64_t size);
 
-  /// Fails with the system's reason when it does not let the file grow to this size.
+  /// Fails with the system's reason when the file cannot grow to this size.
   void CheckRoom(int64_t size);
 
-  /// Puts files that belong together into place: all are brought to the disk before the first one
-  /// is renamed.
+  /// Puts files that belong together into place: all are on disk before the first is renamed.
   static void Commit(std::initializer_list<Output*> outputs);
 
  private:
@@ -48,7 +46,7 @@ class Output {
   void CopyToStandardOutput();
 
   std::string name_;    // as the user wrote it, for messages
-  std::string target_;  // with links resolved: a link stays, the file behind it is replaced
+  std::string target_;  // with links resolved: the file is replaced, not the link
   std::string path_;
   FileDescriptor file_;
   bool standard_;

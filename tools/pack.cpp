@@ -32,12 +32,12 @@ struct Options {
   int levels = kAllLevels;
 };
 
-/// One picture on its way into the container.
+/// A picture to be packed.
 struct Entry {
   std::string input;
   std::string name;
   int kind = ZAV_REC_IMAGE;
-  ZAV_LAYER layer = {};  // kind 0: what suits the picture
+  ZAV_LAYER layer = {};  // kind 0: chosen by the picture
 };
 
 Error Usage(const std::string& what) { return UsageError(what, "pack"); }
@@ -48,10 +48,10 @@ int RecordKindNamed(const std::string& name) {
     if (FindRecordKind(kind)->name == name) return kind;
   }
   throw Usage(
-      fmt::format("there are no {} images; the kinds are plain, tiled, squiz, mipmap", name));
+      fmt::format("'{}' is not a kind of image; the kinds are plain, tiled, squiz, mipmap", name));
 }
 
-/// The input's file name without its ending, cut between characters where it is too long.
+/// The input's file name without its ending, cut between UTF-8 characters if it is too long.
 std::string NameOf(const std::string& input) {
   if (input == kStandard) return "image";
   std::string name = std::filesystem::path(input).stem().string();
@@ -64,13 +64,13 @@ std::string NameOf(const std::string& input) {
 std::vector<Entry> ParseEntries(const Options& options) {
   const auto fits = [&](const std::vector<std::string>& values, const char* option) {
     if (values.size() <= 1 || values.size() == options.inputs.size()) return;
-    throw Usage(fmt::format("{} {} for {} pictures; give one, or one for each in their order",
+    throw Usage(fmt::format("{} {} for {} pictures; give one, or one for each picture in order",
                             values.size(), option, options.inputs.size()));
   };
   fits(options.layers, "--layer");
   fits(options.kinds, "--kind");
   if (!options.names.empty() && options.names.size() != options.inputs.size()) {
-    throw Usage(fmt::format("{} --name for {} pictures; give one for each in their order",
+    throw Usage(fmt::format("{} --name for {} pictures; give one for each picture in order",
                             options.names.size(), options.inputs.size()));
   }
   std::vector<Entry> entries;
@@ -79,7 +79,7 @@ std::vector<Entry> ParseEntries(const Options& options) {
     entry.input = options.inputs[i];
     entry.name = options.names.empty() ? NameOf(entry.input) : options.names[i];
     if (entry.name.size() > kNameBytes) {
-      throw Usage(fmt::format("the name '{}' has {} bytes; names end at {}", Printable(entry.name),
+      throw Usage(fmt::format("the name '{}' has {} bytes; the limit is {}", Printable(entry.name),
                               entry.name.size(), kNameBytes));
     }
     if (!options.kinds.empty()) {
@@ -93,9 +93,9 @@ std::vector<Entry> ParseEntries(const Options& options) {
   return entries;
 }
 
-/// The format in which the library gets the picture. It would convert by itself, but here what
-/// cannot be converted is said. Levels and blocks are made from true colors, tiles and strips from
-/// indices where that is what is stored.
+/// The format in which the library gets the picture. It would convert the picture itself, but would
+/// not say why it cannot. Levels and blocks are made from true color, tiles and strips from indices
+/// if indices are stored.
 int32_t FormatFor(int kind, const ZAV_LAYER& layer, int32_t source) {
   if (CutsBits(layer) && IsPal8Layer(layer.kind)) return ZAV_FMT_BGRA32;
   if (kind == ZAV_REC_MIPMAP) return ZAV_FMT_BGRA32;
@@ -105,7 +105,7 @@ int32_t FormatFor(int kind, const ZAV_LAYER& layer, int32_t source) {
                                                                             : stored;
 }
 
-/// Levels that a chain of this picture has, down to a pixel or to a block.
+/// Levels in a full chain, down to one pixel or one block, but at most `wanted`.
 size_t LevelsOf(const Record& level, const ZAV_LAYER& layer, int wanted) {
   const auto longer = static_cast<uint32_t>(std::max(level.width, level.height));
   const auto all = static_cast<int>(std::bit_width(longer / (IsDxtLayer(layer.kind) ? 4U : 1U)));
@@ -140,8 +140,7 @@ class Packer {
                     FindRecordKind(entry.kind)->name, LayerText(entry.layer)));
   }
 
-  /// The library does not say what became of its writes: looks at the file before it takes its
-  /// name.
+  /// The library does not report failed writes, so the file is verified before it is renamed.
   void Finish(const std::vector<Entry>& entries) {
     ZAV_CLOSE(std::exchange(stream_, nullptr));
     const FileView view(output_.path());
@@ -149,7 +148,7 @@ class Packer {
     if (walk.problems.empty()) VerifyPictures(options_.out, view.bytes(), walk);
     if (!walk.problems.empty() || walk.records.size() != entries.size()) {
       CheckRoom(walk.needed);
-      std::string what = "what was written does not read back";
+      std::string what = "the written container does not read back";
       if (!walk.problems.empty()) {
         what += fmt::format(": offset {}: {}", walk.problems[0].offset, walk.problems[0].what);
       }
@@ -180,13 +179,12 @@ class Packer {
         std::has_single_bit(static_cast<uint32_t>(definition.height))) {
       return;
     }
-    throw NotSupported(
-        entry.input,
-        fmt::format("mip levels are stored of sides that are powers of two; {} x {} are not",
-                    definition.width, definition.height));
+    throw NotSupported(entry.input,
+                       fmt::format("mip levels need sides that are powers of two; {} x {} are not",
+                                   definition.width, definition.height));
   }
 
-  /// The library leaves out levels that it cannot store.
+  /// The library skips levels that it cannot store.
   void CheckLevels(const Walk& walk, const std::vector<Entry>& entries) {
     for (size_t i = 0; i < entries.size(); ++i) {
       if (entries[i].kind != ZAV_REC_MIPMAP) continue;
@@ -194,12 +192,13 @@ class Packer {
       const size_t expected = LevelsOf(record, entries[i].layer, options_.levels);
       if (record.layers.size() == expected) continue;
       throw NotSupported(entries[i].input,
-                         fmt::format("{} of {} levels could be stored as {}", record.layers.size(),
-                                     expected, LayerText(entries[i].layer)));
+                         fmt::format("only {} of {} levels could be stored as {}",
+                                     record.layers.size(), expected, LayerText(entries[i].layer)));
     }
   }
 
-  /// A full disk ends a file less than a write of the library before its room.
+  /// Fails with the system's reason if the disk is full, as far as that is known: a file that was
+  /// stopped by a full disk lacks less than one write of the library.
   void CheckRoom(int64_t needed) {
     constexpr int64_t kLargestWrite = 1 << 20;
     const FileView view(output_.path());
@@ -245,7 +244,7 @@ void AddPack(CLI::App& app, int&) {
   command
       ->add_option("--layer", options->layers,
                    "How pixels are stored; once for all, or once for each picture. Default: "
-                   "packed32, or packedpal8 for palettized pictures; both lose nothing")
+                   "packed32, or packedpal8 for palettized pictures; both are lossless")
       ->type_name("KIND[:VARIANT]...")
       ->allow_extra_args(false);
   command
@@ -259,7 +258,9 @@ void AddPack(CLI::App& app, int&) {
                    "plain (default), tiled, squiz, mipmap; once for all, or once for each picture")
       ->type_name("KIND")
       ->allow_extra_args(false);
-  command->add_option("--levels", options->levels, "Most mip levels, the picture included")
+  command
+      ->add_option("--levels", options->levels,
+                   "Maximum number of mip levels, the picture included")
       ->type_name("N")
       ->check(CLI::Range(1, kAllLevels));
   command->footer([] { return LayerHelp(); });

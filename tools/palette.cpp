@@ -16,7 +16,7 @@
 namespace zav::tool {
 namespace {
 
-/// Different colors of a 32-bit picture, alpha left aside.
+/// Different colors of a 32-bit picture, ignoring alpha.
 size_t CountColors(const ZAV_GFXDEF& picture) {
   const auto seen = std::make_unique<std::bitset<1 << 24>>();
   for (int64_t y = 0; y < picture.height; ++y) {
@@ -28,7 +28,7 @@ size_t CountColors(const ZAV_GFXDEF& picture) {
   return seen->count();
 }
 
-/// Entries that pixels of an 8-bit picture point at.
+/// Palette entries that an 8-bit picture uses.
 size_t CountEntries(const ZAV_GFXDEF& picture) {
   std::bitset<256> seen;
   for (int64_t y = 0; y < picture.height; ++y) {
@@ -53,7 +53,7 @@ void Run(const InOut& files) {
 
 void AddPalette(CLI::App& app, int&) {
   CLI::App* command =
-      app.add_subcommand("palette", "Writes an 8-bit picture and tells how many colors it kept");
+      app.add_subcommand("palette", "Writes an 8-bit picture and reports how many colors it kept");
   const auto files = std::make_shared<InOut>();
   AddInOut(*command, *files, "bmp, tga, png, raw");
   command->callback([files] { Run(*files); });

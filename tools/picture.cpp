@@ -13,7 +13,7 @@
 namespace zav::tool {
 namespace {
 
-/// Takes the destination out of an image whose operation has succeeded.
+/// Takes the destination out of an image after a successful operation.
 Picture TakeDestination(Image& image) {
   ZAV_DETACH(image.get());
   Picture picture;
@@ -23,7 +23,7 @@ Picture TakeDestination(Image& image) {
   return picture;
 }
 
-/// The library has no size for blocks of premultiplied colors. They lie as those of the next code.
+/// The library has no size for premultiplied blocks; they are laid out like those of the next code.
 int32_t CopiedAs(int32_t format) {
   return format == ZAV_FMT_DXT2 || format == ZAV_FMT_DXT4 ? format + 1 : format;
 }
@@ -40,12 +40,12 @@ Error CannotConvert(const std::string& subject, const ZAV_GFXDEF& source, const 
   const bool resized = wanted.width != 0 || wanted.height != 0;
   std::string what = fmt::format("{} cannot be converted to {}", from, to);
   if (IsCopyOnly(source.format) || IsCopyOnly(wanted.format)) {
-    what = fmt::format("{} is only copied: {} x {} {} cannot become {}",
+    what = fmt::format("{} can only be copied: {} x {} {} cannot become {}",
                        IsCopyOnly(source.format) ? from : to, source.width, source.height, from,
                        resized ? fmt::format("{} x {} {}", wanted.width, wanted.height, to) : to);
   } else if (IsDxt(wanted.format) && !HasWholeBlocks(source, wanted)) {
     what = fmt::format(
-        "{} takes sides that are multiples of 4, which {} x {} are not; --size sets others", to,
+        "{} needs sides that are multiples of 4, which {} x {} are not; --size changes them", to,
         resized ? wanted.width : source.width, resized ? wanted.height : source.height);
   } else if (resized) {
     what = fmt::format("{} x {} {} cannot be converted to {} x {} {}", source.width, source.height,
@@ -75,8 +75,8 @@ void SetMasks(ZAV_GFXDEF& definition, const Masks& masks) {
 Picture TakeSource(Image& image) {
   const int32_t format = image->source.format;
   image->source.format = CopiedAs(format);
-  // Only a destination can be detached. Asking for the format that the source has hands its buffer
-  // over without copying, where the source has one of its own.
+  // Only a destination can be detached. A conversion to the source's format hands over its buffer,
+  // or copies it if the source does not own one.
   image->dest.format = image->source.format;
   if (ZAV_CONVERT_RAW(image.get()) != 1) throw std::bad_alloc();
   Picture picture = TakeDestination(image);
@@ -90,13 +90,13 @@ Picture Decode(const std::string& subject, const std::string& name,
   image->dest.format = format;
   const long size = static_cast<long>(bytes.size());
   if (ZAV_CONVERT_MEMFILE(image.get(), name.c_str(), bytes.data(), size) != 1) {
-    throw BadFile(subject, "cannot be read: the library refuses its contents");
+    throw BadFile(subject, "cannot be read: the library rejects its contents");
   }
   return format == 0 ? TakeSource(image) : TakeDestination(image);
 }
 
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted) {
-  // One code stands for many layouts. The library copies what has the same code.
+  // One code serves many layouts, and the library just copies between equal codes.
   if (wanted.format == source.definition.format && IsCustom(wanted.format) &&
       wanted.masks != MasksOf(source.definition)) {
     return Convert(subject, Convert(subject, source, ZAV_FMT_BGRA32), wanted);

@@ -33,8 +33,7 @@ struct FreeBuffer {
 };
 using Buffer = std::unique_ptr<unsigned char, FreeBuffer>;
 
-/// A picture in memory. The definition describes, and points into, the buffers that stand beside
-/// it.
+/// A picture in memory. The definition describes the buffers and points into them.
 struct Picture {
   ZAV_GFXDEF definition = {};
   Buffer pixels;
@@ -47,7 +46,7 @@ using Masks = std::array<uint32_t, 4>;
 Masks MasksOf(const ZAV_GFXDEF& definition);
 void SetMasks(ZAV_GFXDEF& definition, const Masks& masks);
 
-/// What a conversion shall give. Format 0 and size 0 x 0 keep the source's.
+/// The result that a conversion should have. Format 0 and size 0 x 0 keep the source's.
 struct Wanted {
   int32_t format = 0;
   int32_t width = 0;
@@ -56,23 +55,24 @@ struct Wanted {
   bool bilinear = false;
 };
 
-/// The picture in the image's source, with buffers of its own.
+/// The picture in the image's source; it owns its buffers.
 Picture TakeSource(Image& image);
 
-/// All of these throw an Error about `subject` when the library answers 0.
+// The functions below throw an Error about `subject` when the library returns 0.
 
-/// Reads the bytes of a picture file; `name` chooses the reader. Format 0: as the file holds it.
+/// Reads the bytes of a picture file; the ending of `name` chooses the reader. Format 0: that of
+/// the file.
 Picture Decode(const std::string& subject, const std::string& name,
                std::vector<unsigned char>& bytes, int32_t format = 0);
 
-/// The picture in another format, another size, or as a copy of its own.
+/// The picture in another format or size, or a copy.
 Picture Convert(const std::string& subject, const Picture& source, const Wanted& wanted);
 Picture Convert(const std::string& subject, const Picture& source, int32_t format);
 
-/// The same picture where it has the format already.
+/// The picture itself if it has the format already.
 Picture InFormat(const std::string& subject, Picture picture, int32_t format);
 
-/// Whether a pixel of the picture is not opaque. False where that cannot be known.
+/// Whether a pixel of the picture is not opaque. False for formats that cannot be converted.
 bool ShowsAlpha(const Picture& picture);
 
 /// The next mip level, in the same format.

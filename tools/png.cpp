@@ -20,17 +20,17 @@ namespace {
 
 constexpr size_t kSignature = 8;
 constexpr int64_t kMaxBytes = std::numeric_limits<int32_t>::max();
-/// Deflate makes at most this many bytes of one.
+/// Deflate expands a byte to at most this many.
 constexpr int64_t kMaxExpansion = 1032;
 
-// libpng leaves by longjmp. Whatever calls it below has set its own return point, and between that
-// and libpng lie no objects with destructors: pixels and strings belong to the callers.
+// libpng reports errors by longjmp. Every function below that calls it sets a return point, and has
+// no objects with destructors: pixels and strings belong to its callers.
 
-/// One file on its way in or out.
+/// A file being read or written.
 struct Session {
   png_structp png = nullptr;
   png_infop info = nullptr;
-  const unsigned char* next = nullptr;  // reading: what is left of the file
+  const unsigned char* next = nullptr;  // reading: the rest of the file
   size_t left = 0;
   std::vector<unsigned char> written;
   std::array<char, 120> reason = {};
@@ -44,7 +44,7 @@ void OnError(png_structp png, png_const_charp what) {
   png_longjmp(png, 1);
 }
 
-/// What libpng mends by itself is no news.
+/// libpng has repaired the file.
 void OnWarning(png_structp, png_const_charp) {}
 
 void TakeBytes(png_structp png, png_bytep bytes, size_t size) {
@@ -102,7 +102,7 @@ bool ReadHeader(Session& session) {
   return true;
 }
 
-/// Asks for whole bytes: indices stay, all else becomes three or four channels.
+/// Asks for whole bytes: indices stay indices, everything else becomes three or four channels.
 bool SetTransforms(Session& session) {
   if (setjmp(png_jmpbuf(session.png)) != 0) return false;
   if (png_get_color_type(session.png, session.info) == PNG_COLOR_TYPE_PALETTE) {
@@ -117,7 +117,7 @@ bool SetTransforms(Session& session) {
   return true;
 }
 
-/// Interlaced files come in passes, each of which adds to the rows.
+/// Interlaced files are read in passes, each of which adds to the rows.
 bool ReadRows(Session& session, unsigned char* pixels, int64_t pitch, int32_t height, int passes) {
   if (setjmp(png_jmpbuf(session.png)) != 0) return false;
   for (int pass = 0; pass < passes; ++pass) {
@@ -141,7 +141,7 @@ std::string StorageText(Session& session) {
                          : "");
 }
 
-/// Fails for sides that the bytes behind them cannot fill, before memory is taken.
+/// Fails for sides that the file's bytes cannot fill, before memory is allocated.
 void CheckSides(const std::string& path, Session& session, size_t size) {
   const int64_t width = png_get_image_width(session.png, session.info);
   const int64_t height = png_get_image_height(session.png, session.info);
@@ -149,7 +149,7 @@ void CheckSides(const std::string& path, Session& session, size_t size) {
                        int64_t{png_get_channels(session.png, session.info)};
   if (width > kMaxBytes / 4 / height) {
     throw NotSupported(
-        path, fmt::format("has {} x {} pixels; pictures end at 2^31 bytes", width, height));
+        path, fmt::format("has {} x {} pixels; pictures are limited to 2^31 bytes", width, height));
   }
   if (width * height * bits / 8 > kMaxExpansion * static_cast<int64_t>(size)) {
     throw BadFile(
@@ -157,7 +157,7 @@ void CheckSides(const std::string& path, Session& session, size_t size) {
   }
 }
 
-/// B, G, R, A; entries that the file does not have are opaque black.
+/// B, G, R, A; missing entries are opaque black.
 std::vector<unsigned char> PaletteOf(Session& session) {
   std::vector<unsigned char> palette;
   png_colorp colors = nullptr;
@@ -174,7 +174,7 @@ std::vector<unsigned char> PaletteOf(Session& session) {
   return palette;
 }
 
-/// Fills the session's palette; the number of entries up to the last one that pixels point at.
+/// Fills the session's palette and returns the number of entries up to the last one in use.
 int UsedPalette(Session& session, const ZAV_GFXDEF& definition) {
   unsigned char greatest = 0;
   for (int64_t y = 0; y < definition.height; ++y) {
@@ -215,7 +215,7 @@ bool WriteRows(Session& session, const ZAV_GFXDEF& definition, int entries, int 
 
 Picture ReadPng(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage) {
   if (bytes.size() < kSignature || png_sig_cmp(bytes.data(), 0, kSignature) != 0) {
-    throw BadFile(path, "is not a PNG file: it does not begin as one");
+    throw BadFile(path, "is not a PNG file: its signature is missing");
   }
   Reader reader(bytes);
   if (reader.info == nullptr) throw std::bad_alloc();

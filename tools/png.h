@@ -10,13 +10,13 @@
 
 namespace zav::tool {
 
-/// PNG through libpng; the library itself does not know these files.
+/// PNG through libpng; the ZAV library does not read or write it.
 
-/// Any color type and depth: palettized files stay PAL8 with their transparency in the palette,
-/// all else comes as 8-bit channels, RGBA32 where the file has transparency and RGB24 where not.
+/// Reads any color type and depth. Palettized files become PAL8 with their transparency in the
+/// palette; all others become RGBA32 if they have transparency, else RGB24.
 Picture ReadPng(const std::string& path, std::vector<unsigned char>& bytes, std::string& storage);
 
-/// Writes a PAL8, RGB24 or RGBA32 picture. A palette ends behind the last entry that is used.
+/// Writes a PAL8, RGB24 or RGBA32 picture. A palette ends with the last entry that is used.
 void WritePng(const Picture& picture, const std::string& path);
 
 }  // namespace zav::tool

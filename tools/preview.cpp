@@ -19,14 +19,15 @@
 namespace zav::tool {
 namespace {
 
-// The sheet is a grid of cards, in pixels. A mip chain takes two columns, its levels side by side.
-constexpr int kBox = 27 * Canvas::kAdvance;  // longest side of a picture
+// The sheet is a grid of cards; sizes are in pixels. A mip chain takes two columns, its levels side
+// by side.
+constexpr int kBox = 27 * Canvas::kAdvance;  // longest side of a picture on its card
 constexpr int kPadding = 14;                 // within a card
 constexpr int kCard = kBox + 2 * kPadding;
 constexpr int kGap = 16;  // between cards
 constexpr int kMargin = 28;
 constexpr int kLevelGap = 4;
-constexpr int kSmall = 128;  // pictures of shorter sides are shown at whole multiples
+constexpr int kSmall = 128;  // smaller pictures are magnified by a whole number
 constexpr int kMaxColumns = 8;
 constexpr size_t kMaxCards = 96;
 
@@ -39,13 +40,13 @@ constexpr Color kWrong = {96, 36, 40};
 
 /// One image on the sheet.
 struct Card {
-  std::vector<Picture> levels;  // BGRA32, at their size on the sheet but for `times`
+  std::vector<Picture> levels;  // BGRA32, at their size on the sheet before `times`
   int times = 1;
-  std::vector<std::string> reason;  // why there is no picture
+  std::vector<std::string> reason;  // for a missing picture
   std::vector<std::string> caption;
   int span = 1;  // columns
 
-  int height() const {  // of what stands above the caption
+  int height() const {  // of the part above the caption
     if (levels.empty()) return 2 * kPadding + static_cast<int>(reason.size()) * Canvas::kLine;
     return times * levels[0].definition.height;
   }
@@ -60,7 +61,7 @@ struct Sheet {
 
 constexpr int InnerWidth(int span) { return span * (kCard + kGap) - kGap - 2 * kPadding; }
 
-/// Lines of at most `width` pixels, broken at spaces and behind colons where there are any.
+/// Lines of at most `width` pixels, broken at spaces, else after colons, else anywhere.
 std::vector<std::string> Wrap(std::string_view text, int width) {
   const auto most = static_cast<size_t>(width / Canvas::kAdvance);
   std::vector<std::string> lines;
@@ -97,7 +98,7 @@ std::string KindText(const Record& record) {
   }
 }
 
-/// Name first; then kind, encoding, sizes.
+/// Name, kind, encoding, sizes.
 std::vector<std::string> CaptionOf(const Record& record, int width) {
   std::vector<std::string> caption = {record.name.empty() ? "unnamed" : record.name};
   if (static_cast<int>(caption[0].size()) * Canvas::kAdvance > width) {
@@ -116,7 +117,7 @@ std::vector<std::string> CaptionOf(const Record& record, int width) {
   return caption;
 }
 
-/// The picture at that size. Halving first lets every pixel count.
+/// The picture at that size. It is halved first, so that every pixel counts.
 Picture Shrink(const std::string& subject, Picture picture, int32_t width, int32_t height) {
   while (picture.definition.width >= 2 * width && picture.definition.height >= 2 * height) {
     picture = MipLevel(subject, picture);
@@ -164,7 +165,7 @@ bool LiesIn(const Record& record, const Problem& problem) {
   return problem.offset >= record.offset && problem.offset < record.offset + record.size;
 }
 
-/// Draws what can be decoded. What cannot is reported, and its card says why.
+/// Reports a record that cannot be decoded; its card then shows the reason.
 Card MakeCard(const std::string& subject, ByteSpan file, const Record& record, const Walk& walk,
               int& exit_code) {
   Card card;
@@ -203,7 +204,7 @@ Sheet MakeSheet(const std::string& subject, ByteSpan file, int& exit_code) {
     progress.Advance(record.size);
   }
   sheet.left_out = walk.records.size() - sheet.cards.size();
-  // Records of which so little is known that the walk has none.
+  // Problems outside the records of the walk.
   for (const Problem& problem : walk.problems) {
     const auto in = [&](const Record& record) { return LiesIn(record, problem); };
     if (std::ranges::any_of(walk.records, in) || sheet.cards.size() >= kMaxCards) continue;
@@ -215,7 +216,7 @@ Sheet MakeSheet(const std::string& subject, ByteSpan file, int& exit_code) {
 
 // --- drawing -------------------------------------------------------------------------------------
 
-/// Cards that stand beside each other, and the height of the highest one's parts.
+/// Cards in one row, and the greatest heights of their parts.
 struct Row {
   size_t begin = 0;
   size_t end = 0;
@@ -225,7 +226,7 @@ struct Row {
   int height() const { return 3 * kPadding + pictures + caption; }
 };
 
-/// So many that the sheet is somewhat wider than high.
+/// As many as make the sheet somewhat wider than high.
 int Columns(const Sheet& sheet) {
   int units = 0;
   for (const Card& card : sheet.cards) units += card.span;
@@ -250,14 +251,14 @@ std::vector<Row> Rows(const Sheet& sheet, int columns) {
   return rows;
 }
 
-/// Levels on one ground, the chain in the middle of the card.
+/// Levels on one baseline, the chain centered on the card.
 void DrawLevels(Canvas& canvas, const Card& card, int x, int y, int height) {
   int width = kLevelGap * (static_cast<int>(card.levels.size()) - 1);
   for (const Picture& level : card.levels) width += level.definition.width * card.times;
   x += (InnerWidth(card.span) - width) / 2;
-  const int ground = y + (height + card.height()) / 2;
+  const int baseline = y + (height + card.height()) / 2;
   for (const Picture& level : card.levels) {
-    canvas.Draw(x, ground - level.definition.height * card.times, level.definition, card.times);
+    canvas.Draw(x, baseline - level.definition.height * card.times, level.definition, card.times);
     x += level.definition.width * card.times + kLevelGap;
   }
 }
@@ -325,9 +326,9 @@ void AddPreview(CLI::App& app, int& exit_code) {
   AddContainer(*command, options->file);
   command->add_option("OUT", options->out, "PNG to write; - for standard output")->required();
   command->footer(fmt::format(
-      "Every image with its name, kind, encoding and size, mip levels side by side, on a\n"
-      "checkerboard where it is not opaque; {} images at most. One that cannot be read is marked,\n"
-      "and the exit code is that of the worst one.",
+      "Shows every image with its name, kind, encoding and size, mip levels side by side, on a\n"
+      "checkerboard where it is not opaque; at most {} images. Images that cannot be read are\n"
+      "marked, and the exit code is that of the worst one.",
       kMaxCards));
   command->callback([options, &exit_code] {
     const FileView view(options->file);

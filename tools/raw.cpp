@@ -40,7 +40,7 @@ uint32_t HexField(const Json& field, size_t prefix, size_t digits) {
   const std::string hex = text.substr(std::min(prefix, text.size()));
   if (hex.size() != digits || hex.find_first_not_of("0123456789abcdefABCDEF") != hex.npos) {
     throw std::runtime_error(
-        fmt::format("'{}' is no hexadecimal number of {} digits", text, digits));
+        fmt::format("'{}' is not a hexadecimal number of {} digits", text, digits));
   }
   return static_cast<uint32_t>(std::strtoul(hex.c_str(), nullptr, 16));
 }
@@ -65,7 +65,7 @@ int32_t Positive(const Json& sidecar, const char* name) {
   return static_cast<int32_t>(value);
 }
 
-/// The definition that the sidecar describes; `palette` receives what it holds of one.
+/// The definition in the sidecar, and its palette if it has one.
 ZAV_GFXDEF ParseSidecar(const Json& sidecar, std::vector<unsigned char>& palette) {
   ZAV_GFXDEF definition = {};
   definition.format = FormatNamed(sidecar.at("format").get<std::string>()).code;
@@ -88,7 +88,7 @@ ZAV_GFXDEF ReadSidecar(const std::string& path, std::vector<unsigned char>& pale
   const std::vector<unsigned char> text = LoadFile(path);
   try {
     return ParseSidecar(Json::parse(text), palette);
-  } catch (const std::exception& error) {  // the parser's, the accessors', and those from above
+  } catch (const std::exception& error) {  // from the parser, its accessors, or the functions above
     throw BadFile(path, fmt::format("does not describe raw pixels: {}", error.what()));
   }
 }
@@ -110,7 +110,7 @@ Picture ReadRaw(const std::string& path, std::vector<unsigned char>& bytes) {
   const int64_t least = IsDxt(definition.format) ? row_bits * definition.height / 8 : row_bits / 8;
   if (definition.pitch < least) {
     throw BadFile(SidecarOf(path),
-                  fmt::format("gives a pitch of {} to rows of {} bytes", definition.pitch, least));
+                  fmt::format("gives a pitch of {} for rows of {} bytes", definition.pitch, least));
   }
   definition.pixels = bytes.data();
   return Convert(path, borrowed, Wanted{});  // a copy that owns its buffers

@@ -10,10 +10,10 @@
 
 namespace zav::tool {
 
-/// Raw pixels: the bytes of a picture as they lie in memory, and beside them a JSON file, named
-/// like the pixels with ".json" behind, that holds the fields of their definition.
+/// Raw pixels: the bytes of a picture as they are in memory, and a JSON file with the fields of
+/// their definition.
 
-/// Name of the JSON file beside `path`.
+/// Name of the JSON file for `path`: the same with .json appended.
 std::string SidecarOf(const std::string& path);
 
 Picture ReadRaw(const std::string& path, std::vector<unsigned char>& bytes);

@@ -24,7 +24,7 @@ int64_t FileBytes(const FileType& type, const ZAV_GFXDEF& definition) {
   return 18 + (mapped ? 768 : 0) + row * definition.height;
 }
 
-/// Colors of palettes count, their fourth bytes do not: Targa has none, and BMP a rule of its own.
+/// Ignores the fourth byte of palette entries: Targa does not store it, and BMP has a special rule.
 bool SamePalette(const unsigned char* a, const unsigned char* b) {
   for (int at = 0; at < ZAV_PALETTE_BYTES; at += 4) {
     if (std::memcmp(a + at, b + at, 3) != 0) return false;
@@ -41,18 +41,18 @@ bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   return !IsPalettized(a.format) || SamePalette(a.palette, b.palette);
 }
 
-/// Sides have 16 bits in Targa files; the JPEG codec stops a little earlier.
+/// Sides have 16 bits in Targa files; the JPEG codec has a slightly lower limit.
 int32_t LongestSide(const FileType& type) {
   if (type.ending == "tga") return 65535;
   return type.ending == "jpg" ? 65500 : std::numeric_limits<int32_t>::max();
 }
 
 Error ReadsBackOtherwise(const PictureFile& file) {
-  return Error(ErrorKind::kInputOutput, file.path, "what was written does not read back the same");
+  return Error(ErrorKind::kInputOutput, file.path, "the written file does not read back the same");
 }
 
-/// Pixels are not what was asked for, and the size of the file is not known: a JPEG file is whole
-/// when it ends with its last marker.
+/// Neither pixels nor file size can be predicted: a JPEG file counts as complete if it ends with
+/// the last marker.
 void CheckJpeg(Output& output, const Picture& picture, const PictureFile& file) {
   constexpr int64_t kLargestWrite = 1 << 20;
   std::vector<unsigned char> bytes;
@@ -63,7 +63,7 @@ void CheckJpeg(Output& output, const Picture& picture, const PictureFile& file) 
   const size_t size = bytes.size();
   if (size < 4 || bytes[size - 2] != 0xFF || bytes[size - 1] != 0xD9) {
     output.CheckRoom(static_cast<int64_t>(size) + kLargestWrite);
-    throw Error(ErrorKind::kInputOutput, file.path, "the library could not write it whole");
+    throw Error(ErrorKind::kInputOutput, file.path, "the library did not write all of it");
   }
   const Picture written = Decode(file.path, ".jpg", bytes, ZAV_FMT_BGR24);
   if (written.definition.width != picture.definition.width ||
@@ -90,13 +90,14 @@ void SaveWithLibrary(const Picture& picture, const PictureFile& file) {
   const auto stored = std::ranges::find(type.stored, definition.format, &Stored::format);
   const int32_t longest = LongestSide(type);
   if (definition.width > longest || definition.height > longest) {
-    throw NotSupported(path, fmt::format("the sides of a {} file end at {}", type.name, longest));
+    throw NotSupported(path,
+                       fmt::format("the sides of a {} file are at most {}", type.name, longest));
   }
 
   Output output(path);
   Image image;
   image->source = definition;
-  // These files have no alpha, or one of a rule of its own.
+  // These files have no alpha in their palettes, or treat it specially.
   std::array<unsigned char, ZAV_PALETTE_BYTES> palette;
   if (IsPalettized(definition.format)) {
     std::copy_n(definition.palette, palette.size(), palette.begin());

@@ -9,8 +9,8 @@
 
 namespace zav::tool {
 
-/// Writes a picture with ZAV_SAVE_BITMAP, which does not report refused writes: the file is read
-/// back and compared before it takes its name.
+/// Writes a picture with ZAV_SAVE_BITMAP, which does not report failed writes, so the file is read
+/// back and compared before it is renamed.
 void SaveWithLibrary(const Picture& picture, const PictureFile& file);
 
 }  // namespace zav::tool

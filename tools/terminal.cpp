@@ -20,8 +20,7 @@ bool IsTerminal(std::FILE* stream) {
   return ::isatty(::fileno(stream)) == 1 && Environment("TERM") != "dumb";
 }
 
-/// Bytes of the UTF-8 character that `text` begins with; 0 for control characters and for what is
-/// no character.
+/// Bytes of the UTF-8 character at the start of `text`; 0 for control characters and invalid bytes.
 size_t CharacterBytes(std::string_view text) {
   const auto byte = [&](size_t at) { return static_cast<unsigned char>(text[at]); };
   const unsigned first = byte(0);
@@ -33,7 +32,7 @@ size_t CharacterBytes(std::string_view text) {
     if ((byte(at) & 0xC0) != 0x80) return 0;
     code = code << 6 | (byte(at) & 0x3F);
   }
-  // The second row of control characters, longer forms than needed, halves of surrogate pairs.
+  // Excludes C1 control characters, overlong forms and surrogates.
   const bool needed = length == 2 ? code >= 0xA0 : length == 3 ? code >= 0x800 : code >= 0x10000;
   return needed && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF) ? length : 0;
 }

@@ -13,24 +13,24 @@
 
 namespace zav::tool {
 
-/// The style where color is welcome on `stream`: on a terminal that has it, and never when the
-/// environment variable NO_COLOR is set. Elsewhere no style.
+/// The style if `stream` is a terminal with color and the environment variable NO_COLOR is not set,
+/// otherwise none.
 fmt::text_style StyleOn(std::FILE* stream, fmt::text_style style);
 
-/// Foreign text for people: what could steer a terminal, and what is not UTF-8, stands as \xNN.
+/// Untrusted text for a terminal: control characters and bytes that are not UTF-8 become \xNN.
 std::string Printable(std::string_view text);
 
-/// A bar on stderr while work lasts: on a terminal only, and only when the work is long.
+/// A progress bar on stderr, shown only on a terminal and only for long work.
 class Progress {
  public:
-  /// `total` in any unit.
+  /// `total` and the units of Advance are in any unit.
   Progress(std::string what, int64_t total);
   Progress(const Progress&) = delete;
   Progress& operator=(const Progress&) = delete;
   ~Progress() { Hide(); }
 
   void Advance(int64_t units = 1);
-  /// Clears the line, for something else that is to be said.
+  /// Clears the line for other output.
   void Hide();
 
  private:
@@ -41,7 +41,7 @@ class Progress {
   int64_t done_ = 0;
   bool welcome_;
   bool shown_ = false;
-  Clock::time_point next_;  // not drawn before
+  Clock::time_point next_;  // when it may be drawn next
 };
 
 }  // namespace zav::tool

@@ -31,13 +31,12 @@ void Run(const std::string& file, int& exit_code) {
 
 void AddVerify(CLI::App& app, int& exit_code) {
   CLI::App* command =
-      app.add_subcommand("verify", "Walks through a container and decodes all that it holds");
+      app.add_subcommand("verify", "Walks a container and decodes everything in it");
   const auto file = std::make_shared<std::string>();
   AddContainer(*command, *file);
   command->footer(
-      "What is bad is said with its offset; the exit code is 3 then. Containers keep no "
-      "checksums:\n"
-      "a changed pixel is a sound pixel.");
+      "Problems are reported with their offsets, and the exit code is 3. Containers have no\n"
+      "checksums, so a changed pixel goes unnoticed.");
   command->callback([file, &exit_code] { Run(*file, exit_code); });
 }
 
