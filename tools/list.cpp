@@ -74,11 +74,11 @@ Json ToJson(const Options& options, int64_t bytes, const Walk& walk) {
 std::string Detail(const Record& record) {
   switch (record.kind()) {
     case ZAV_REC_TILED:
-      return fmt::format("  {} tiles", record.layers.size());
+      return "  " + Counted(record.layers.size(), "tile");
     case ZAV_REC_SQUIZ:
       return fmt::format("  {} of {} blocks stored", record.stored_blocks, record.blocks);
     case ZAV_REC_MIPMAP:
-      return fmt::format("  {} levels", record.layers.size());
+      return "  " + Counted(record.layers.size(), "level");
     default:
       return "";
   }

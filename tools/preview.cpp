@@ -88,11 +88,11 @@ std::string KindText(const Record& record) {
   const size_t layers = record.layers.size();
   switch (record.kind()) {
     case ZAV_REC_TILED:
-      return fmt::format("tiled, {} tile{}", layers, layers == 1 ? "" : "s");
+      return "tiled, " + Counted(layers, "tile");
     case ZAV_REC_SQUIZ:
       return fmt::format("squiz, {}/{} blocks", record.stored_blocks, record.blocks);
     case ZAV_REC_MIPMAP:
-      return fmt::format("mipmap, {} level{}", layers, layers == 1 ? "" : "s");
+      return "mipmap, " + Counted(layers, "level");
     default:
       return "plain";
   }
@@ -193,9 +193,8 @@ Sheet MakeSheet(const std::string& subject, ByteSpan file, int& exit_code) {
   Sheet sheet;
   sheet.title =
       subject == kStandard ? "standard input" : std::filesystem::path(subject).filename().string();
-  sheet.facts =
-      fmt::format("{} image{}, {}", walk.records.size(), walk.records.size() == 1 ? "" : "s",
-                  BytesText(static_cast<int64_t>(file.size())));
+  sheet.facts = fmt::format("{}, {}", Counted(walk.records.size(), "image"),
+                            BytesText(static_cast<int64_t>(file.size())));
   ReportProblems(subject, walk, exit_code);
   Progress progress("drawing", static_cast<int64_t>(file.size()));
   for (const Record& record : walk.records) {

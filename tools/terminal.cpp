@@ -57,6 +57,10 @@ std::string Printable(std::string_view text) {
   return printable;
 }
 
+std::string Counted(size_t count, std::string_view noun) {
+  return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
+}
+
 Progress::Progress(std::string what, int64_t total)
     : what_(std::move(what)),
       total_(std::max<int64_t>(total, 1)),

@@ -20,6 +20,9 @@ fmt::text_style StyleOn(std::FILE* stream, fmt::text_style style);
 /// Untrusted text for a terminal: control characters and bytes that are not UTF-8 become \xNN.
 std::string Printable(std::string_view text);
 
+/// "1 tile", "2 tiles".
+std::string Counted(size_t count, std::string_view noun);
+
 /// A progress bar on stderr, shown only on a terminal and only for long work.
 class Progress {
  public:
