@@ -82,7 +82,7 @@ void Canvas::Draw(int x, int y, const ZAV_GFXDEF& picture, int times) {
   for (int row = 0; row < picture.height * times; ++row) {
     const unsigned char* source = picture.pixels + int64_t{row / times} * picture.pitch;
     for (int column = 0; column < picture.width * times; ++column) {
-      const unsigned char* pixel = source + 4 * (column / times);
+      const unsigned char* pixel = source + int64_t{4} * (column / times);
       const int grey = kGreys[(row / kSquare + column / kSquare) % 2];
       const auto over = [&](int channel) {
         return static_cast<unsigned char>((channel * pixel[3] + grey * (255 - pixel[3]) + 127) /

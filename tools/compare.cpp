@@ -63,7 +63,7 @@ Difference Measure(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
         const int distance = std::abs(left[channel.byte] - right[channel.byte]);
         channel.greatest = std::max(channel.greatest, distance);
         channel.differing += distance != 0;
-        channel.squares += distance * distance;
+        channel.squares += int64_t{distance} * distance;
         differs |= distance != 0;
       }
       difference.differing += differs;

@@ -47,7 +47,8 @@ void DecodeColors(const uint8_t* block, uint8_t* pixels, int64_t pitch, bool dxt
   const std::array<uint32_t, 4> colors = BlockColors(block, dxt1);
   for (int y = 0; y < 4; ++y) {
     const uint32_t indices = block[4 + y];
-    for (int x = 0; x < 4; ++x) StoreLe32(pixels + y * pitch + x * 4, colors[indices >> 2 * x & 3]);
+    for (int64_t x = 0; x < 4; ++x)
+      StoreLe32(pixels + y * pitch + x * 4, colors[indices >> 2 * x & 3]);
   }
 }
 
@@ -68,7 +69,7 @@ void Dxt1Row(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t count
 void Dxt3Row(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t count) {
   for (size_t i = 0; i < count; ++i, blocks += 16, pixels += 16) {
     DecodeColors(blocks + 8, pixels, pitch, false);
-    for (int k = 0; k < 16; ++k) {
+    for (int64_t k = 0; k < 16; ++k) {
       const uint32_t nibble = blocks[k / 2] >> k % 2 * 4 & 15u;
       pixels[k / 4 * pitch + k % 4 * 4 + 3] = static_cast<uint8_t>(nibble * 17);
     }
@@ -80,7 +81,7 @@ void Dxt5Row(const uint8_t* blocks, uint8_t* pixels, int64_t pitch, size_t count
     DecodeColors(blocks + 8, pixels, pitch, false);
     const std::array<uint8_t, 8> alphas = BlockAlphas(blocks[0], blocks[1]);
     const uint64_t indices = LoadLe32(blocks + 2) | uint64_t{LoadLe16(blocks + 6)} << 32;
-    for (int k = 0; k < 16; ++k) {
+    for (int64_t k = 0; k < 16; ++k) {
       pixels[k / 4 * pitch + k % 4 * 4 + 3] = alphas[indices >> 3 * k & 7];
     }
   }

@@ -38,8 +38,8 @@ bool Compress(ZAV_CONVERTER& converter, int32_t variant) {
 /// Nothing is decoded into columns and rows that no whole block covers; in a buffer of the library
 /// they must not show old heap contents.
 void ClearUncovered(const ZAV_SURFACE& dest) {
-  const int64_t covered_rows = dest.height / 4 * 4;
-  const int64_t covered = dest.width / 4 * 16;
+  const int64_t covered_rows = int64_t{dest.height} / 4 * 4;
+  const int64_t covered = int64_t{dest.width} / 4 * 16;
   uint8_t* row = dest.pixels;
   for (int64_t y = 0; y < dest.height; ++y, row += dest.pitch) {
     const int64_t start = y < covered_rows ? covered : 0;

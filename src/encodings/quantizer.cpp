@@ -37,7 +37,7 @@ void IndexTable::AddLeaf(uint32_t color, int depth, uint32_t index) {
     subcell = static_cast<uint16_t>(kMaxColors + fine_blocks_);
     std::fill_n(fine_.data() + fine_blocks_++ * 64, 64, uint8_t{0});
   }
-  FillCube(fine_.data() + (subcell - kMaxColors) * 64, kFine.Of(color), 2, 8 - depth,
+  FillCube(fine_.data() + ptrdiff_t{subcell - kMaxColors} * 64, kFine.Of(color), 2, 8 - depth,
            static_cast<uint8_t>(index));
 }
 

@@ -31,11 +31,11 @@ class IndexTable {
  private:
   std::array<uint32_t, 4096> cells_{};
   uint32_t subcell_blocks_ = 0;
-  uint32_t fine_blocks_ = 0;
+  size_t fine_blocks_ = 0;
   // One entry for each index, then blocks, at most one per leaf. Blocks are cleared when they are
   // taken.
-  std::array<uint16_t, kMaxColors + kMaxColors * 64> subcells_;
-  std::array<uint8_t, kMaxColors * 64> fine_;
+  std::array<uint16_t, size_t{kMaxColors} * 65> subcells_;
+  std::array<uint8_t, size_t{kMaxColors} * 64> fine_;
 };
 
 /// Sums over a leaf's pixels: bytes 0, 1 and 2, and the count. Kept in two halves that are added at
