@@ -5,11 +5,12 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <climits>
 #include <cstring>
 #include <iterator>
-#include <utility>
 #include <vector>
 
+#include "support/failing_heap.h"
 #include "support/page_end_buffer.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
@@ -44,14 +45,17 @@ inline void SetCustomMasks(ZAV_GFXDEF& definition, size_t layout) {
 inline std::vector<uint32_t> ExpectedWords(const ZAV_GFXDEF& source, const ZAV_GFXDEF& dest,
                                            bool filter) {
   const bool scaled = dest.width != source.width || dest.height != source.height;
-  // 16-bit words of one layout are copied whole, bits without a channel included, unless filtered.
-  const bool copied = source.format == dest.format && Is16Bit(dest.format) && !(scaled && filter);
+  // Words and indices of one format are copied whole, bits without a channel included; a filter
+  // needs their channels.
+  const bool copied =
+      source.format == dest.format && ReferenceBytes(dest.format) < 3 && !(scaled && filter);
   BgraPicture picture = ReferenceDecode(source);
   for (size_t i = 0; copied && i < picture.size(); ++i) {
     const auto at = static_cast<int32_t>(i);
+    const int32_t bytes = ReferenceBytes(source.format);
     const uint8_t* p = source.pixels + int64_t{at / source.width} * source.pitch;
-    p += at % source.width * 2;
-    picture[i].blue = p[0] + 256u * p[1];
+    p += at % source.width * bytes;
+    picture[i].blue = p[0] + (bytes == 2 ? 256u * p[1] : 0);
   }
   if (scaled) {
     picture = ReferenceScale(picture, source.width, source.height, dest.width, dest.height, filter);
@@ -66,11 +70,12 @@ inline std::vector<uint32_t> ExpectedWords(const ZAV_GFXDEF& source, const ZAV_G
   return words;
 }
 
-/// Converts through the export and compares every byte with the reference. The source is read-only
-/// and ends at an unmapped page. With a pitch in `wanted` the destination is a buffer of the
-/// host's, which ends `shift` bytes before another one; without, the library's.
+/// Converts through the export, with that many allocations granted, and compares every byte with
+/// the reference. The source is read-only and ends at an unmapped page. With a pitch in `wanted`
+/// the destination is the host's buffer, `shift` bytes before the end of a page; without, the
+/// library's.
 inline void CheckConversion(const Picture& picture, const ZAV_GFXDEF& wanted, bool filter = false,
-                            size_t shift = 0) {
+                            size_t shift = 0, int granted = INT_MAX) {
   constexpr uint8_t kGuard = 0xA5;
   constexpr int32_t kGuardBytes = 64;
   const ZAV_GFXDEF& from = picture.definition;
@@ -93,7 +98,10 @@ inline void CheckConversion(const Picture& picture, const ZAV_GFXDEF& wanted, bo
   image.source.pixels = source.data();
   image.dest = wanted;
   if (own) image.dest.pixels = buffer.data() + kGuardBytes;
-  ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
+  {
+    const FailingHeap heap(granted);
+    ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
+  }
   const ZAV_GFXDEF& dest = image.dest;
   const bool same = from.format == dest.format;
   const bool copied = same && from.width == dest.width && from.height == dest.height;
