@@ -5,11 +5,11 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include "base/block_pool.h"
 #include "base/endian.h"
 #include "support/pictures.h"
 
@@ -19,9 +19,6 @@ namespace zav::test {
 /// and once to be mapped. Reference of the tests and plain twin of the benchmarks.
 class PlainQuantizer {
  public:
-  PlainQuantizer() { pool_.Init(256, sizeof(Node)); }
-  ~PlainQuantizer() { pool_.ReleaseAll(); }
-
   void Add(uint32_t color) {
     Node** slot = &root_;
     for (int depth = 0;; ++depth) {
@@ -64,7 +61,10 @@ class PlainQuantizer {
   }
 
   Node* Create(int depth) {
-    Node* node = new (pool_.Alloc()) Node{};
+    if (free_.empty()) free_.push_back(&nodes_.emplace_back());
+    Node* node = free_.back();
+    free_.pop_back();
+    *node = {};
     if (depth == 8) {
       node->leaf = true;
       ++leaves_;
@@ -84,7 +84,7 @@ class PlainQuantizer {
       if (child == nullptr) continue;
       for (size_t c = 0; c < 3; ++c) node.sums[c] += child->sums[c];
       node.count += child->count;
-      pool_.Free(child);
+      free_.push_back(child);
       child = nullptr;
       --leaves_;
     }
@@ -105,7 +105,8 @@ class PlainQuantizer {
     node.index = next++;
   }
 
-  BlockPool pool_;
+  std::deque<Node> nodes_;
+  std::vector<Node*> free_;
   Node* root_ = nullptr;
   int leaves_ = 0;
   std::array<Node*, 9> reducible_{};
