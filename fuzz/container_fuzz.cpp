@@ -2,7 +2,7 @@
 // SPDX-License-Identifier: MIT
 
 // Reads containers. The mutator starts from containers that the library wrote, joins them, and
-// mends sizes after most changes, so that the readers get past the headers.
+// repairs sizes after most changes, so that the readers get past the headers.
 
 #include <algorithm>
 
@@ -11,20 +11,22 @@
 #include "support/container_files.h"
 #include "support/pictures.h"
 
-// libFuzzer's own; not there in the replaying build.
+// Defined by libFuzzer; absent from the replaying build.
 extern "C" __attribute__((weak)) size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t limit);
 
 namespace {
 
 using zav::test::Bytes;
 
-/// One container for each kind of image and of layer, of pictures that fill a chunk and more, and
-/// small ones.
+/// A container for every kind of image and layer, with pictures below and above the size of a
+/// chunk.
 const std::vector<Bytes>& Seeds() {
   static const std::vector<Bytes> seeds = [] {
     std::vector<Bytes> written;
     std::vector<ZAV_LAYER> layers = zav::test::EveryLayer();
-    for (const ZAV_LAYER& layer : zav::test::EveryDxtLayer()) layers.push_back(layer);
+    for (int kind = ZAV_LAYER_DXT1; kind <= ZAV_LAYER_DXT5; ++kind) {
+      for (const int packed : {0, 1}) layers.push_back(zav::test::Layer(kind, {packed}));
+    }
     for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
       layers.push_back(zav::test::Layer(kind, {2, 30}));
     }
@@ -37,7 +39,7 @@ const std::vector<Bytes>& Seeds() {
           written.push_back(zav::test::WriteOne(layer, picture.definition));
         }
       }
-      // Some blocks, some tiles, some levels.
+      // A few blocks, tiles and levels.
       const int32_t sizes[][3] = {{ZAV_REC_SQUIZ, 37, 21},
                                   {ZAV_REC_TILED, 300, 6},
                                   {ZAV_REC_TILED, 3, 520},
@@ -54,14 +56,14 @@ const std::vector<Bytes>& Seeds() {
   return seeds;
 }
 
-/// Where width, height and pitch stand in a layer's header; 0: nothing is known of the kind.
+/// Offset of width, height and pitch in a layer's header; 0 for unknown kinds.
 size_t ExtentOffset(uint8_t kind) {
   if (kind >= ZAV_LAYER_PAL8 && kind <= ZAV_LAYER_TRUE32) return 6;
   if (kind >= ZAV_LAYER_DXT1 && kind <= ZAV_LAYER_DXT5) return 6;
   return kind == ZAV_LAYER_PACKED32 ? 10 : kind == ZAV_LAYER_PACKEDPAL8 ? 9 : 0;
 }
 
-/// Makes the last image record, its layer and its picture end where the data ends.
+/// Sets the sizes in the last image record, its layer and its picture to end with the data.
 void MendLastRecord(uint8_t* data, size_t size) {
   size_t at = 4;
   for (uint32_t step = 0; at + 55 < size; at += step) {
@@ -106,10 +108,10 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t lim
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-  // An exact copy: the sanitizer guards its ends, and nothing may change it.
+  // An exact copy: the sanitizer guards its ends. No reader may change it.
   Bytes block(data, data + size);
   block.shrink_to_fit();
-  // A few bytes may stand for a large picture of nothing but background: rightly, but slowly.
+  // A few bytes may be a valid large picture that is all background, which takes too long.
   ZAV_GFXDEF first;
   if (ZAV_GETFILEFORMAT_FROMMEM(&first, "zav", block.data(), static_cast<long>(size)) == 1 &&
       int64_t{first.width} * first.height > 1 << 22) {

@@ -8,6 +8,6 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
-  zav::test::ReadAndLookAt("x.jpg", zav::test::Bytes(data, data + size), data[size - 1] % 18);
+  zav::test::ReadAllBytes("x.jpg", zav::test::Bytes(data, data + size), data[size - 1] % 18);
   return 0;
 }

@@ -11,15 +11,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 1) return 0;
   const zav::test::Bytes file(data, data + size);
   const int format = data[size - 1] % 18;
-  zav::test::ReadAndLookAt("x.bmp", file, format);
+  zav::test::ReadAllBytes("x.bmp", file, format);
   // A few bytes of packets may announce many pixels; larger pictures take the same code, only
   // longer.
   const auto small = [](int64_t pixels) { return pixels <= 1 << 14; };
   if (size < 16 || small(int64_t{zav::LoadLe16(&file[12])} * zav::LoadLe16(&file[14]))) {
-    zav::test::ReadAndLookAt("x.tga", file, format);
+    zav::test::ReadAllBytes("x.tga", file, format);
   }
   if (size < 10 || small(int64_t{zav::LoadBe16(&file[6])} * zav::LoadBe16(&file[8]))) {
-    zav::test::ReadAndLookAt("x.rgb", file, format);
+    zav::test::ReadAllBytes("x.rgb", file, format);
   }
   return 0;
 }

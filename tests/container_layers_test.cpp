@@ -12,17 +12,11 @@
 namespace zav::test {
 namespace {
 
-bool Convert(Image& image, const ZAV_GFXDEF& source, int32_t format) {
-  image.source = source;
-  image.dest.format = format;
-  return ZAV_CONVERT_RAW(&image) == 1;
-}
-
 uint8_t Kept(const ZAV_LAYER& layer, int index) {
   return std::min<uint8_t>(layer.fields[index], 8);
 }
 
-/// The format that a layer stores, straight from the public table of kinds.
+/// The format that a layer stores, by the public table of kinds.
 int32_t StoredFormat(const ZAV_LAYER& layer) {
   const bool red_first = layer.fields[0] % 2 == 1;
   if (layer.kind == ZAV_LAYER_HICOLOR) return ZAV_FMT_RGB565 + layer.fields[0] - 1;
@@ -31,32 +25,32 @@ int32_t StoredFormat(const ZAV_LAYER& layer) {
   return !words ? ZAV_FMT_PAL8 : red_first ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
 }
 
-/// A byte of which `kept` top bits survive; the lost ones repeat the top bit.
+/// A byte of which the top `kept` bits survive; the lost ones repeat the top bit.
 uint8_t Widened(uint8_t byte, int kept, bool alpha) {
   if (kept == 0) return alpha ? 0xFF : 0;
   const int lost = 0xFF >> kept;
   return static_cast<uint8_t>((byte & 0x80) != 0 ? byte | lost : byte & ~lost);
 }
 
-/// What the layer must read back as, in `expected.dest`; false when it cannot be written.
+/// Puts what the layer must read back as into `expected.dest`; false if it cannot be written.
 bool Expect(Image& expected, const ZAV_LAYER& layer, const ZAV_GFXDEF& source) {
   const bool packed_pal = layer.kind == ZAV_LAYER_PACKEDPAL8;
   const bool cut = packed_pal && (Kept(layer, 0) & Kept(layer, 1) & Kept(layer, 2)) != 8;
   if (packed_pal && (cut || source.format != ZAV_FMT_PAL8)) {
     Image hub;
-    if (!Convert(hub, source, ZAV_FMT_BGRA32)) return false;
+    if (!hub.Convert(source, ZAV_FMT_BGRA32)) return false;
     for (int32_t i = 0; i < hub.dest.pitch * hub.dest.height; ++i) {
       const int order[4] = {2, 1, 0, 3};  // the record names red, green, blue, alpha
       const int kept = Kept(layer, order[i % 4]);
       hub.dest.pixels[i] = static_cast<uint8_t>(hub.dest.pixels[i] & ~(0xFF >> kept));
     }
-    return Convert(expected, hub.dest, ZAV_FMT_PAL8);
+    return expected.Convert(hub.dest, ZAV_FMT_PAL8);
   }
   if (layer.kind != ZAV_LAYER_PACKED32 && source.format == StoredFormat(layer)) {
-    expected.dest = source;  // as it lies, padding included
+    expected.dest = source;  // stored with its padding
     return true;
   }
-  if (!Convert(expected, source, StoredFormat(layer))) return false;
+  if (!expected.Convert(source, StoredFormat(layer))) return false;
   if (layer.kind != ZAV_LAYER_PACKED32) return true;
   for (int32_t i = 0; i < expected.dest.pitch * expected.dest.height; ++i) {
     const int order[4] = {3, 2, 1, 4};  // offsets 6 to 9 name pixel bytes 2, 1, 0, 3
@@ -75,16 +69,16 @@ void ExpectSame(const ZAV_GFXDEF& expected, const ZAV_GFXDEF& read) {
                                      : SamePicture(expected, read));
 }
 
-/// Writes the picture, and reads it back through every entrance.
+/// Writes the picture and reads it back through every entry point.
 void RoundTrip(const ZAV_LAYER& layer, const Picture& picture) {
   const ZAV_GFXDEF& source = picture.definition;
   SCOPED_TRACE(testing::Message() << "kind " << int{layer.kind} << ", " << int{layer.fields[0]}
                                   << " from " << source.format << ", " << source.width << " x "
                                   << source.height);
   Image expected;
-  const bool can = Expect(expected, layer, picture.definition);
+  const bool can = Expect(expected, layer, source);
   int written = 1;
-  ZAV_GFXDEF definition = picture.definition;  // with the defaults left to the library
+  ZAV_GFXDEF definition = source;  // with the defaults left to the library
   if (definition.pitch == definition.width * definition.bytes_per_pixel) definition.pitch = 0;
   definition.bytes_per_pixel = 0;
   const Bytes before = picture.pixels;
@@ -92,8 +86,6 @@ void RoundTrip(const ZAV_LAYER& layer, const Picture& picture) {
   EXPECT_EQ(picture.pixels, before);
   ASSERT_EQ(written, can ? 0 : -1);
   if (!can) return;
-  PageEndBuffer block(file.data(), file.size());
-  const auto size = static_cast<long>(file.size());
   Reader stream(file);
   ZAV_LAYER header = Layer(ZAV_REC_IMAGE);
   ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
@@ -108,20 +100,19 @@ void RoundTrip(const ZAV_LAYER& layer, const Picture& picture) {
   ExpectSame(expected.dest, read.source);
   ASSERT_EQ(stream.Kind(), ZAV_KIND_END);
 
-  ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&reported, "x.zav", block.data(), size), 1);
-  ExpectSame(expected.dest, reported);
+  ExpectSame(expected.dest, Probe("x.zav", file));
   const TemporaryFile on_disk(".ZAV");
   on_disk.Write(file);
   for (const int32_t wanted : {0, int32_t{ZAV_FMT_BGRA32}}) {
     Image from_memory, from_disk, hub;
     from_memory.dest.format = from_disk.dest.format = wanted;
-    ASSERT_EQ(ZAV_CONVERT_MEMFILE(&from_memory, "a.zav", block.data(), size), 1);
+    ASSERT_TRUE(ReadOne(from_memory, file));
     ASSERT_EQ(ZAV_CONVERT_FILE(&from_disk, on_disk.path()), 1);
-    ASSERT_TRUE(wanted == 0 || Convert(hub, expected.dest, wanted));
-    for (const Image* image : {&from_memory, &from_disk}) {
-      if (wanted == 0) ExpectSame(expected.dest, image->source);
-      ASSERT_TRUE(wanted == 0 || SamePicture(hub.dest, image->dest));
-    }
+    if (wanted == 0) ExpectSame(expected.dest, from_memory.source);
+    ASSERT_TRUE(wanted == 0 || hub.Convert(expected.dest, wanted));
+    ASSERT_TRUE(wanted == 0 || SamePicture(hub.dest, from_memory.dest));
+    ASSERT_TRUE(SamePicture(wanted == 0 ? from_memory.source : from_memory.dest,
+                            wanted == 0 ? from_disk.source : from_disk.dest));
   }
 }
 
@@ -133,7 +124,7 @@ TEST(ContainerLayers, EveryKindReadsBackExactly) {
       if (format == ZAV_FMT_PAL4) continue;
       for (const auto& size : sizes) {
         Picture picture = NoisePicture(format, size[0], size[1], size[2], ++seed);
-        // Channels of few values and runs give the packer matches to find.
+        // Channels of few values have runs and matches for the packer.
         for (uint8_t& byte : picture.pixels) byte = seed % 3 == 0 ? byte & 0x81 : byte;
         RoundTrip(layer, picture);
         if (HasFatalFailure()) return;
@@ -153,19 +144,15 @@ Bytes Hex(std::string digits) {
   return bytes;
 }
 
-// The file that docs/container-format.md takes apart.
+// The file that docs/container-format.md explains byte by byte.
 TEST(ContainerLayers, FilesAreTheseBytes) {
   Bytes pixels = Hex("0102030405060708 090A0B0C");
   Bytes palette = Hex("112200FF 00004400");
   Bytes same(ZAV_PALETTE_BYTES, 0x41);
   palette.resize(ZAV_PALETTE_BYTES);
-  const ZAV_GFXDEF blank{pixels.data(), nullptr, 2, 1, 0, ZAV_FMT_BGRA32, 12, 0, 0, 0, 0};
-  ZAV_GFXDEF true32 = blank, pal8 = blank, run = blank;
-  pal8.palette = palette.data();
-  run.pixels = run.palette = same.data();
-  pal8.format = run.format = ZAV_FMT_PAL8;
-  pal8.width = 3, pal8.height = 2;
-  pal8.pitch = run.pitch = run.width = run.height = 4;
+  ZAV_GFXDEF true32 = Definition(ZAV_FMT_BGRA32, 2, 1, 12, pixels.data());
+  ZAV_GFXDEF pal8 = Definition(ZAV_FMT_PAL8, 3, 2, 4, pixels.data(), palette.data());
+  ZAV_GFXDEF run = Definition(ZAV_FMT_PAL8, 4, 4, 4, same.data(), same.data());
   char name[] = "abc";
   Bytes file = WriteContainer([&](void* stream) {
     ZAV_LAYER layers[] = {Layer(23, {2}), Layer(20), Layer(33, {2, 8, 8, 4, 0}),
@@ -216,8 +203,8 @@ TEST(ContainerLayers, PalettesKeepTheirLastEntryThatIsNotZero) {
   }
 }
 
-// A buffer that the library allocated for one picture must not be taken for the next one's, and
-// pointers into the block must not be freed.
+// The library must not reuse a buffer that it allocated for an earlier picture, nor free pointers
+// into the file.
 TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
   const Picture picture = AsymmetricPicture(6, 6);
   Bytes own(6 * 6 * 4);
@@ -232,7 +219,7 @@ TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
   };
   for (const Bytes* bytes : {&packed, &plain, &packed}) read(*bytes);
   ZAV_FREE_BUFFER(image.source.pixels);
-  image.source.pixels = static_cast<uint8_t*>(std::malloc(4));  // an old bit calls it owned
+  image.source.pixels = static_cast<uint8_t*>(std::malloc(4));  // the flag still says owned
   read(plain);
   image.source.pixels = own.data();
   read(plain);
@@ -243,7 +230,7 @@ TEST(ContainerLayers, BorrowedPixelsAreNeverOwned) {
     image.dest.format = format;  // a conversion that fails does not show in the result
     EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), 0);
     EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);
-    // What was owned is released by the read that found nothing.
+    // Owned pixels are released by the read that found nothing.
     EXPECT_EQ(image.source.pixels == nullptr, bytes == &packed);
     EXPECT_EQ(image.dest.pixels, nullptr);
   }
@@ -256,20 +243,17 @@ TEST(ContainerReader, TheFirstImageRecordIsThePicture) {
   const auto reads = [&](const Bytes& front) {
     Bytes file = image;
     file.insert(file.begin() + 4, front.begin(), front.end());
-    ZAV_GFXDEF probed{};
-    const bool found =
-        ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", file.data(), long(file.size())) == 1;
     Image read;
-    EXPECT_EQ(ReadOne(read, file), found);
-    EXPECT_EQ(probed.width, found ? 3 : 0);
+    const bool found = ReadOne(read, file);
+    EXPECT_EQ(Probe("zav", file).width, found ? 3 : 0);
     return found;
   };
   const Bytes layer_record(image.begin() + 41, image.end());
   EXPECT_TRUE(reads({}));
   EXPECT_TRUE(reads(layer_record));
   EXPECT_TRUE(reads({2, 7, 0, 0, 0, 1, 1}));                          // an unknown record
-  EXPECT_TRUE(reads({99, 0, 0, 0, 0, 98, 9, 9, 9, 9}));               // sizes that are none
-  EXPECT_FALSE(reads({ZAV_KIND_END, 5, 0, 0, 0}));                    // taken for the end
+  EXPECT_TRUE(reads({99, 0, 0, 0, 0, 98, 9, 9, 9, 9}));               // invalid sizes
+  EXPECT_FALSE(reads({ZAV_KIND_END, 5, 0, 0, 0}));                    // read as the end
   EXPECT_FALSE(reads(Bytes(image.begin() + 4, image.begin() + 41)));  // an image without a layer
   Bytes mipmap(38, 0);
   mipmap[0] = ZAV_REC_MIPMAP;

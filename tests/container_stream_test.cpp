@@ -20,7 +20,7 @@ Bytes Join(std::initializer_list<Bytes> parts) {
   return joined;
 }
 
-/// A record of `kind` with `size` bytes, all behind the size zero.
+/// A record of `kind` with `size` bytes: zeros after the header.
 Bytes Record(uint8_t kind, uint32_t size) {
   Bytes record(size, 0);
   record[0] = kind;
@@ -51,7 +51,7 @@ TEST(ContainerStream, NullArgumentsFail) {
   EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, nullptr), -1);
   EXPECT_EQ(ZAV_SEEK_START(stream) + ZAV_GET_LAYER_SIZE(stream), -2);
   EXPECT_EQ(ZAV_READ_LAYER(stream, nullptr), -1);
-  EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);  // failed for good by the header not asked for
+  EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);  // the failed read ended the stream
   EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
   EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition), -1);
   // Without pixels the record that was begun stays.
@@ -70,7 +70,7 @@ TEST(ContainerStream, ReadsHeadersOfTheKindThatIsExpected) {
   Reader stream(file);
   for (int i = 0; i < 2; ++i) EXPECT_EQ(stream.Kind(), 3);
   EXPECT_EQ(ZAV_SKIP_LAYER(stream), 0);
-  // The caller's record ends with its header.
+  // The host's record is as long as its header.
   PageEndBuffer record(18);
   record.data()[0] = 20;
   EXPECT_EQ(ZAV_READ_LAYER(stream, reinterpret_cast<ZAV_LAYER*>(record.data())), 0);
@@ -118,7 +118,8 @@ TEST(ContainerStream, RefusesKindsAndModesThatAreNone) {
               }),
               Join({}));
   }
-  // An image record is no layer, and these have no writer or no such variant: what was begun stays.
+  // Image records are not layers, and these layers have no writer or no such mode: the header that
+  // was written before stays.
   for (ZAV_LAYER layer : {Layer(3), Layer(5), Layer(21, {5}), Layer(22, {0}), Layer(23, {3}),
                           Layer(33, {4, 8, 8, 8, 8}), Layer(33, {0, 8, 8, 8, 8})}) {
     Bytes header(37, 0);
@@ -164,7 +165,7 @@ TEST(ContainerStream, AnAbandonedLayerIsWrittenOver) {
   EXPECT_EQ(file.Read(), Join({expected}));
 }
 
-// Refused writes do not show in the results: whoever must know reads the file back.
+// Failed writes do not show in the results: hosts that must know read the file back.
 TEST(ContainerStream, FullDiskIsNotReported) {
   Picture picture = NoisePicture(ZAV_FMT_BGRA32, 40, 40, 0, 6);
   void* stream = ZAV_OPEN_WRITE("/dev/full");

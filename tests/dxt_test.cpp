@@ -1,9 +1,9 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Blocks: the decoders against a second statement of the layouts; the encoder, which gives the same
-// blocks on every target, near to their pixels, exact where the library's own 16-bit colours come
-// back; the layers that hold them.
+// Blocks: the decoders against a plain reference. The encoder gives the same blocks on every
+// target, close to their pixels, and exact for the 16-bit colors of the format. The layers hold
+// blocks.
 
 #include <gtest/gtest.h>
 
@@ -61,7 +61,7 @@ void ReferencePixel(const uint8_t* block, int variant, int x, int y, uint8_t* ou
   }
 }
 
-/// Random blocks, among them both orders of the ends, equal ends, and extremes.
+/// Random blocks, some with equal or extreme ends, in both orders.
 Bytes RandomBlocks(int variant, size_t count, Random& random) {
   const size_t bytes = variant == 1 ? 8 : 16;
   Bytes blocks(count * bytes);
@@ -78,7 +78,7 @@ Bytes RandomBlocks(int variant, size_t count, Random& random) {
   return blocks;
 }
 
-// Through the conversion, whose destination is the host's, between other bytes, or the library's.
+// Through the export, into the host's buffer and the library's.
 TEST(DxtDecode, EveryTargetEqualsTheReference) {
   ForEachVectorTarget([](const VectorTarget& target) {
     SCOPED_TRACE(target.name);
@@ -95,26 +95,12 @@ TEST(DxtDecode, EveryTargetEqualsTheReference) {
       std::memset(pixels.data(), 0xA5, pixels.size());
       const bool own = round % 2 != 0;
       Image image;
-      image.source = {blocks.data(),
-                      nullptr,
-                      width,
-                      height,
-                      0,
-                      ZAV_FMT_DXT1 + variant - 1,
-                      static_cast<int32_t>(bytes.size()),
-                      0,
-                      0,
-                      0,
-                      0};
-      if (own) {
-        image.dest.pixels = pixels.data();
-        image.dest.pitch = pitch;
-      }
-      image.dest.format = ZAV_FMT_BGRA32;
-      ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
+      image.dest = Definition(ZAV_FMT_BGRA32, 0, 0, own ? pitch : 0, own ? pixels.data() : nullptr);
+      ASSERT_TRUE(image.Convert(Definition(ZAV_FMT_DXT1 + variant - 1, width, height,
+                                           static_cast<int32_t>(bytes.size()), blocks.data())));
       for (int i = 0; i < image.dest.pitch * (height - 1) + width * 4; ++i) {
         const int y = i / image.dest.pitch, x = i % image.dest.pitch / 4;
-        // What no whole block covers is zero in the library's own buffer.
+        // Pixels outside whole blocks are zero in the library's buffer.
         uint8_t expected[4] = {};
         if (own) std::memset(expected, 0xA5, 4);
         if (x < width / 4 * 4 && y < height / 4 * 4) {
@@ -124,7 +110,7 @@ TEST(DxtDecode, EveryTargetEqualsTheReference) {
         ASSERT_EQ(image.dest.pixels[i], expected[i % image.dest.pitch % 4])
             << variant << ", " << width << " x " << height << ", byte " << i;
       }
-      // A source that says it has fewer bytes than its blocks take is refused.
+      // Sources with fewer bytes than their blocks take are refused.
       if (bytes.size() < 2) continue;
       --image.source.pitch;
       EXPECT_EQ(ZAV_CONVERT_RAW(&image), 0);
@@ -185,29 +171,22 @@ TEST(DxtEncode, EveryTargetGivesTheSameBlocks) {
   }
 }
 
-/// Root of the mean squared difference over the chosen channels, after the library's own decoder.
+/// Root of the mean squared difference over the chosen channels, after decoding.
 double DifferenceAfter(int format, Picture& picture, int first, int last) {
-  Image image, back;
-  image.source = picture.definition;
-  image.dest.format = format;
-  EXPECT_EQ(ZAV_CONVERT_RAW(&image), 1);
-  back.source = image.dest;
-  back.dest.format = ZAV_FMT_BGRA32;
-  EXPECT_EQ(ZAV_CONVERT_RAW(&back), 1);
+  Image image;
+  EXPECT_TRUE(image.Convert(picture.definition, format));
+  const Bytes back = PixelsAs(image.dest, ZAV_FMT_BGRA32);
+  EXPECT_EQ(back.size(), picture.pixels.size());
   double sum = 0;
-  for (int y = 0; y < picture.definition.height; ++y) {
-    for (int i = 0; i < picture.definition.width * 4; ++i) {
-      if (i % 4 < first || i % 4 > last) continue;
-      const double d = double{1} * back.dest.pixels[y * back.dest.pitch + i] - picture.Row(y)[i];
-      sum += d * d;
-    }
+  for (size_t i = 0; i < back.size(); ++i) {
+    const int channel = static_cast<int>(i % 4), difference = back[i] - picture.pixels[i];
+    if (channel >= first && channel <= last) sum += difference * difference;
   }
-  return std::sqrt(sum /
-                   (picture.definition.width * picture.definition.height * (last - first + 1)));
+  return std::sqrt(sum * 4 / double(back.size()) / (last - first + 1));
 }
 
 TEST(DxtEncode, StaysNearItsPixels) {
-  // Within what two ends of 5-6-5, and alphas of one, four and eight bits, can do for the kind.
+  // What two ends of 5-6-5, and alphas of one, four and eight bits, can reach for the kind.
   const struct {
     Kind kind;
     int first, last;
@@ -235,7 +214,7 @@ TEST(DxtEncode, OwnSixteenBitColorsComeBack) {
   Random random(12);
   for (int round = 0; round < 400; ++round) {
     Picture picture = NoisePicture(ZAV_FMT_BGRA32, 4, 4, 0, static_cast<uint64_t>(round));
-    // One or two colours of the grid always fit; three where the third lies between them.
+    // One or two colors of the grid always fit; three if the third is between them.
     uint32_t colors[3];
     for (uint32_t& color : colors) color = random.Next() & 0xF8FCF8;
     if (round % 3 == 2) {
@@ -308,25 +287,22 @@ TEST(DxtLayers, HoldTheBlocksOfThePaddedPicture) {
         SCOPED_TRACE(testing::Message() << "DXT" << variant << " " << width << "x" << height);
         Picture picture = AsymmetricPicture(width, height);
         const Bytes blocks = PaddedBlocks(variant, picture);
-        Image other;  // of another format, converted first
-        other.source = picture.definition;
-        other.dest.format = packed == 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
-        ASSERT_EQ(ZAV_CONVERT_RAW(&other), 1);
+        Image other;  // in a format that the layer converts first
+        ASSERT_TRUE(
+            other.Convert(picture.definition, packed == 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32));
         Bytes file = WriteOne(Layer(ZAV_LAYER_DXT1 + variant - 1, {packed}), other.dest);
         EXPECT_EQ(LoadLe32(&file[4 + 37 + 6]), static_cast<uint32_t>(width));
         EXPECT_EQ(LoadLe32(&file[4 + 37 + 10]), static_cast<uint32_t>(height));
-        ZAV_GFXDEF probed;
-        ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", file.data(), long(file.size())), 1);
         Image image;
         ASSERT_TRUE(ReadOne(image, file));
         ASSERT_EQ(image.source.width, (width + 3) / 4 * 4);
         ASSERT_EQ(image.source.height, (height + 3) / 4 * 4);
         ASSERT_EQ(image.source.format, ZAV_FMT_DXT1 + variant - 1);
         ASSERT_EQ(image.source.bytes_per_pixel, 0);
-        // The converter has no size rule for the formats that it only copies.
+        // Formats that are only copied have no rule for their size.
         const int pitch = variant % 2 == 0 ? 0 : static_cast<int>(blocks.size());
         ASSERT_EQ(image.source.pitch, pitch);
-        ASSERT_EQ(probed.pitch, pitch);
+        ASSERT_EQ(Probe("zav", file).pitch, pitch);
         ASSERT_EQ(std::memcmp(image.source.pixels, blocks.data(), blocks.size()), 0);
         EXPECT_EQ(image.converter->source.owns_pixels(), packed == 1);
       }

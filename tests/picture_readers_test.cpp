@@ -290,7 +290,7 @@ TEST(PictureReaders, DamagedFiles) {
       damaged[at] = static_cast<uint8_t>(damaged[at] ^ change);
       Check(reader, damaged);
       if (HasFatalFailure()) FAIL() << reader.name << ", byte " << at << " ^ " << change;
-      if (in_header) ReadAndLookAt(reader.name, damaged, ZAV_FMT_RGB565);
+      if (in_header) ReadAllBytes(reader.name, damaged, ZAV_FMT_RGB565);
     }
   }
 }

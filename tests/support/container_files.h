@@ -4,6 +4,8 @@
 
 #include <unistd.h>
 
+#include <algorithm>
+#include <array>
 #include <cstdlib>
 #include <cstring>
 #include <initializer_list>
@@ -15,7 +17,7 @@
 
 namespace zav::test {
 
-/// A file name that goes with its file.
+/// A file that is removed at the end of the scope.
 class TemporaryFile {
  public:
   explicit TemporaryFile(const char* ending = ".zav") {
@@ -34,12 +36,11 @@ class TemporaryFile {
   std::string path_;
 };
 
-/// A layer record of the kind with the parameter bytes from offset 5 on.
+/// A layer record with parameter bytes from offset 5 on.
 inline ZAV_LAYER Layer(int kind, std::initializer_list<int> parameters = {}) {
   ZAV_LAYER layer{};
   layer.kind = static_cast<unsigned char>(kind);
-  unsigned char* next = layer.fields;
-  for (const int parameter : parameters) *next++ = static_cast<unsigned char>(parameter);
+  std::copy(parameters.begin(), parameters.end(), layer.fields);
   return layer;
 }
 
@@ -53,7 +54,7 @@ Bytes WriteContainer(Write&& write) {
   return file.Read();
 }
 
-/// Writes an image record of any kind, mipmaps with as many levels as there are.
+/// Writes an image record of any kind; a mipmap gets all its levels.
 inline int WriteImageOf(int kind, void* stream, char* name, ZAV_LAYER* layer,
                         ZAV_GFXDEF* definition) {
   switch (kind) {
@@ -69,7 +70,7 @@ inline int WriteImageOf(int kind, void* stream, char* name, ZAV_LAYER* layer,
 }
 inline constexpr int kImageKinds[] = {ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ, ZAV_REC_MIPMAP};
 
-/// The container with one nameless picture, as far as it could be written.
+/// The container with one nameless picture; incomplete after a failure.
 inline Bytes WriteOne(ZAV_LAYER layer, ZAV_GFXDEF definition, int* result = nullptr,
                       int kind = ZAV_REC_IMAGE) {
   return WriteContainer([&](void* stream) {
@@ -84,7 +85,7 @@ inline bool ReadOne(Image& image, const Bytes& file) {
                              static_cast<long>(file.size())) == 1;
 }
 
-/// A stream over a container in memory that ends at an unmapped page.
+/// A stream over a container in read-only memory that ends at an unmapped page.
 class Reader {
  public:
   explicit Reader(const Bytes& file)
@@ -108,8 +109,8 @@ inline void Require(bool holds) {
   if (!holds) std::abort();
 }
 
-/// Decodes what can be decoded, as a host that walks the records does, and says how many layers
-/// that were. Bytes that are no container are none.
+/// Walks the records as a host does and decodes every layer that can be decoded. Returns how many
+/// these were; 0 for bytes that are not a container.
 inline size_t Walk(uint8_t* data, size_t size) {
   size_t pictures = 0;
   void* stream = ZAV_OPEN_READ(data, static_cast<int>(size));
@@ -117,7 +118,7 @@ inline size_t Walk(uint8_t* data, size_t size) {
     ZAV_LAYER header = Layer(kind);
     if (kind == ZAV_REC_TILED || kind == ZAV_REC_IMAGE || kind == ZAV_REC_MIPMAP) {
       ZAV_READ_LAYER(stream, &header);
-      continue;  // with its layers
+      continue;  // its layers come next
     }
     Image image;
     if (pictures % 2 == 0) image.dest.format = ZAV_FMT_BGRA32;
@@ -145,34 +146,23 @@ inline size_t Walk(uint8_t* data, size_t size) {
   return pictures;
 }
 
-/// The kinds whose pixels come back changed, plain and packed.
-inline std::vector<ZAV_LAYER> EveryDxtLayer() {
-  std::vector<ZAV_LAYER> layers;
-  for (int kind = ZAV_LAYER_DXT1; kind <= ZAV_LAYER_DXT5; ++kind) {
-    layers.push_back(Layer(kind, {0}));
-    layers.push_back(Layer(kind, {1}));
-  }
-  return layers;
-}
-
-/// Every other layer kind and parameter that is worth a difference.
+/// Layers of every kind but DXT and JPEG, with every mode and the boundaries of the kept bits.
 inline std::vector<ZAV_LAYER> EveryLayer() {
-  return {Layer(ZAV_LAYER_PAL8),
-          Layer(ZAV_LAYER_HICOLOR, {1}),
-          Layer(ZAV_LAYER_HICOLOR, {2}),
-          Layer(ZAV_LAYER_HICOLOR, {3}),
-          Layer(ZAV_LAYER_HICOLOR, {4}),
-          Layer(ZAV_LAYER_TRUE24, {1}),
-          Layer(ZAV_LAYER_TRUE24, {2}),
-          Layer(ZAV_LAYER_TRUE32, {1}),
-          Layer(ZAV_LAYER_TRUE32, {2}),
-          Layer(ZAV_LAYER_PACKED32, {1, 8, 8, 8, 8}),
-          Layer(ZAV_LAYER_PACKED32, {2, 9, 255, 8, 8}),
-          Layer(ZAV_LAYER_PACKED32, {2 + 4, 8, 8, 8, 8}),
-          Layer(ZAV_LAYER_PACKED32, {2, 5, 6, 4, 0}),
-          Layer(ZAV_LAYER_PACKED32, {3 + 4, 0, 1, 7, 3}),
-          Layer(ZAV_LAYER_PACKEDPAL8, {8, 9, 8, 200}),
-          Layer(ZAV_LAYER_PACKEDPAL8, {4, 3, 5, 8})};
+  std::vector<ZAV_LAYER> layers = {Layer(ZAV_LAYER_PAL8)};
+  for (const int mode : {1, 2, 3, 4}) layers.push_back(Layer(ZAV_LAYER_HICOLOR, {mode}));
+  for (const int kind : {ZAV_LAYER_TRUE24, ZAV_LAYER_TRUE32}) {
+    for (const int mode : {1, 2}) layers.push_back(Layer(kind, {mode}));
+  }
+  for (const auto& [mode, red, green, blue, alpha] : {std::array{1, 8, 8, 8, 8},
+                                                      {2, 9, 255, 8, 8},
+                                                      {2 + 4, 8, 8, 8, 8},
+                                                      {2, 5, 6, 4, 0},
+                                                      {3 + 4, 0, 1, 7, 3}}) {
+    layers.push_back(Layer(ZAV_LAYER_PACKED32, {mode, red, green, blue, alpha}));
+  }
+  layers.push_back(Layer(ZAV_LAYER_PACKEDPAL8, {8, 9, 8, 200}));
+  layers.push_back(Layer(ZAV_LAYER_PACKEDPAL8, {4, 3, 5, 8}));
+  return layers;
 }
 
 }  // namespace zav::test

@@ -35,6 +35,12 @@ bool Image::Read(const char* name, const Bytes& file) {
   return ZAV_CONVERT_MEMFILE(this, name, block.data(), static_cast<long>(file.size())) == 1;
 }
 
+bool Image::Convert(const ZAV_GFXDEF& from, int32_t format) {
+  source = from;
+  if (format != 0) dest.format = format;
+  return ZAV_CONVERT_RAW(this) == 1;
+}
+
 bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   if (a.format != b.format || a.width != b.width || a.height != b.height) return false;
   for (int64_t y = 0; y < a.height; ++y) {
@@ -46,10 +52,26 @@ bool SamePicture(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   return a.format != ZAV_FMT_PAL8 || std::memcmp(a.palette, b.palette, ZAV_PALETTE_BYTES) == 0;
 }
 
-bool ReadAndLookAt(const char* name, const Bytes& file, int32_t dest_format) {
+Bytes PixelsAs(const ZAV_GFXDEF& picture, int32_t format) {
+  Image image;
+  Bytes pixels;
+  if (!image.Convert(picture, format)) return pixels;
+  for (int32_t y = 0; y < picture.height; ++y) {
+    const uint8_t* row = image.dest.pixels + int64_t{y} * image.dest.pitch;
+    pixels.insert(pixels.end(), row, row + picture.width * image.dest.bytes_per_pixel);
+  }
+  return pixels;
+}
+
+ZAV_GFXDEF Probe(const char* name, const Bytes& file) {
   PageEndBuffer block(file.data(), file.size());
   ZAV_GFXDEF probed{};
-  ZAV_GETFILEFORMAT_FROMMEM(&probed, name, block.data(), static_cast<long>(file.size()));
+  const auto size = static_cast<long>(file.size());
+  return ZAV_GETFILEFORMAT_FROMMEM(&probed, name, block.data(), size) == 1 ? probed : ZAV_GFXDEF{};
+}
+
+bool ReadAllBytes(const char* name, const Bytes& file, int32_t dest_format) {
+  Probe(name, file);
   Image image;
   image.dest.format = dest_format;
   const bool read = image.Read(name, file);

@@ -28,21 +28,20 @@ bool SameDefinition(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b) {
   return std::memcmp(&a, &b, offsetof(ZAV_GFXDEF, blue_mask) + sizeof(a.blue_mask)) == 0;
 }
 
+ZAV_GFXDEF Definition(int32_t format, int32_t width, int32_t height, int32_t pitch, uint8_t* pixels,
+                      uint8_t* palette) {
+  return {pixels, palette, width, height, 0, format, pitch, 0, 0, 0, 0};
+}
+
 Picture NoisePicture(int32_t format, int32_t width, int32_t height, int32_t pitch, uint64_t seed) {
   Picture picture;
   const int32_t bytes_per_pixel = BytesPerPixel(format);
   if (pitch == 0) pitch = width * bytes_per_pixel;
   picture.pixels = NoiseBytes(static_cast<size_t>(int64_t{pitch} * height), seed);
-  if (IsPalettized(format)) {
-    picture.palette = NoiseBytes(ZAV_PALETTE_BYTES, seed + 1000);
-    picture.definition.palette = picture.palette.data();
-  }
-  picture.definition.pixels = picture.pixels.data();
-  picture.definition.width = width;
-  picture.definition.height = height;
+  if (IsPalettized(format)) picture.palette = NoiseBytes(ZAV_PALETTE_BYTES, seed + 1000);
+  picture.definition = Definition(format, width, height, pitch, picture.pixels.data(),
+                                  IsPalettized(format) ? picture.palette.data() : nullptr);
   picture.definition.bytes_per_pixel = bytes_per_pixel;
-  picture.definition.format = format;
-  picture.definition.pitch = pitch;
   return picture;
 }
 

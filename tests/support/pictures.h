@@ -23,14 +23,18 @@ class Random {
   uint64_t state_;
 };
 
-/// Bytes of these many values, 256 at most, spread over all.
+/// Bytes of so many different values, 256 at most, spread over the whole range.
 std::vector<uint8_t> NoiseBytes(size_t count, uint64_t seed, uint32_t symbols = 256);
 
-/// All fields; padding behind them may differ.
+/// Compares all fields but not the padding after them.
 bool SameDefinition(const ZAV_GFXDEF& a, const ZAV_GFXDEF& b);
 
-/// A picture with its own memory. Rows are `pitch` bytes apart and padding bytes are noise, so that
-/// a reader of padding shows.
+/// A definition with these fields; the others are zero.
+ZAV_GFXDEF Definition(int32_t format, int32_t width, int32_t height, int32_t pitch = 0,
+                      uint8_t* pixels = nullptr, uint8_t* palette = nullptr);
+
+/// A picture with its memory. Rows are `pitch` bytes apart. Padding bytes are noise: reading them
+/// changes results.
 struct Picture {
   ZAV_GFXDEF definition{};
   std::vector<uint8_t> pixels;
@@ -46,12 +50,12 @@ struct Picture {
 /// Noise in any uncompressed format; pitch 0 means rows without padding.
 Picture NoisePicture(int32_t format, int32_t width, int32_t height, int32_t pitch, uint64_t seed);
 
-/// A picture in BGRA32 in which no symmetry, channel exchange or shift goes unnoticed: gradients of
-/// different slopes in every channel, a bright corner, and soft alpha.
+/// A picture in BGRA32 that changes with every flip, channel swap or shift: gradients of different
+/// slopes in every channel, a bright corner, and soft alpha.
 Picture AsymmetricPicture(int32_t width, int32_t height);
 
-/// A sprite in BGRA32 or PAL8: squares of `block` pixels, some empty, some of a few flat colours,
-/// the first one and some others noise. Empty pixels are zero, all others have some alpha. No two
+/// A sprite in BGRA32 or PAL8: squares of `block` pixels, some empty, some of a few flat colors,
+/// the first and some others noise. Empty pixels are zero, all others have some alpha. No two
 /// palette entries are equal; the first is zero.
 Picture SpritePicture(int32_t format, int32_t width, int32_t height, int32_t block, uint64_t seed);
 
