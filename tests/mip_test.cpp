@@ -32,7 +32,7 @@ Pixel Weighted(const std::array<Pixel, 4>& p) {
   return result;
 }
 
-/// The level of a 32-bit picture, pixel after pixel, without padding.
+/// The level of a 32-bit picture, pixel by pixel, without padding.
 Bytes PlainLevel(const ZAV_GFXDEF& source, int32_t width, int32_t height) {
   const auto pixel = [&](int32_t x, int32_t y) {
     Pixel found;
@@ -56,46 +56,30 @@ Bytes PlainLevel(const ZAV_GFXDEF& source, int32_t width, int32_t height) {
   return level;
 }
 
-void ExpectWeightedRow(const std::array<Bytes, 2>& rows, const std::string& what) {
+/// Runs the kernel of every target on two rows.
+void ExpectWeightedRow(const std::array<Bytes, 2>& rows, uint32_t sum) {
   const size_t count = rows[0].size() / 8;
-  PageEndBuffer first(rows[0].data(), rows[0].size()), second(rows[1].data(), rows[1].size());
-  PageEndBuffer dest(count * 4);
+  Bytes dest(count * 4);
   ForEachVectorTarget([&](const VectorTarget& target) {
     const bool shuffles = std::string("SSE4 AVX2 AVX3").find(target.name) != std::string::npos;
     ASSERT_STREQ(SelectedMipFilter().target, shuffles ? target.name : "plain");
-    std::memset(dest.data(), 0xA5, dest.size());
-    SelectedMipFilter().weighted(first.data(), second.data(), dest.data(), count);
+    SelectedMipFilter().weighted(rows[0].data(), rows[1].data(), dest.data(), count);
     for (size_t x = 0; x < count; ++x) {
       std::array<Pixel, 4> p;
       std::memcpy(p[0].data(), &rows[0][x * 8], 8);
       std::memcpy(p[2].data(), &rows[1][x * 8], 8);
       Pixel made;
-      std::memcpy(made.data(), dest.data() + x * 4, 4);
-      ASSERT_EQ(made, Weighted(p)) << what << ", pixel " << x << " on " << target.name;
+      std::memcpy(made.data(), &dest[x * 4], 4);
+      ASSERT_EQ(made, Weighted(p)) << "sum " << sum << ", pixel " << x << " on " << target.name;
     }
   });
 }
 
-TEST(MipFilter, WeighsEveryAlphaExactlyInRowsOfEveryLength) {
-  Random random(3);
-  for (size_t count = 1; count <= 70; ++count) {
-    for (size_t kind = 0; kind < 5; ++kind) {
-      std::array<Bytes, 2> rows = {Bytes(count * 8), Bytes(count * 8)};
-      for (size_t i = 0; i < count * 16; ++i) {
-        const uint8_t any = random.Byte(), mostly_none = random.Below(4) == 0 ? any : uint8_t{0};
-        const uint8_t alphas[] = {0, 255, any, mostly_none, static_cast<uint8_t>(any % 3)};
-        rows[i % 2][i / 2] = i / 2 % 4 == 3 ? alphas[kind] : any;
-      }
-      ExpectWeightedRow(rows, "alphas of kind " + std::to_string(kind));
-    }
-  }
-}
-
-// Every sum of alphas with numerators at, just below and just above every multiple of it: where a
-// quotient that is not exact shows.
+// Every sum of alphas with numerators at, just below and just above every multiple of it: this is
+// where a quotient that is not exact shows.
 TEST(MipFilter, TruncatesExactlyAroundEveryMultipleOfEverySum) {
   for (uint32_t sum = 1; sum <= 1020 && !HasFatalFailure(); ++sum) {
-    // One alpha of 1 where the sum allows it, so that every numerator can be made.
+    // One alpha is 1 where the sum allows it: then every numerator can be made.
     std::array<uint32_t, 4> alphas = {0, 0, 0, sum <= 766 ? 1u : 0u};
     uint32_t left = sum - alphas[3];
     for (uint32_t& alpha : alphas) {
@@ -115,44 +99,60 @@ TEST(MipFilter, TruncatesExactlyAroundEveryMultipleOfEverySum) {
         }
       }
     }
-    ExpectWeightedRow(rows, "sum " + std::to_string(sum));
+    ExpectWeightedRow(rows, sum);
   }
 }
 
-TEST(MipLevel, EverySizeIntoOwnAndSuppliedBuffers) {
-  for (int32_t i = 0; i < 20 * 20 * 2; ++i) {
-    const bool supplied = i % 2 != 0;
-    const int32_t width = 1 + i / 2 % 20, height = 1 + i / 40;
-    const int32_t w = std::max(width / 2, 1), h = std::max(height / 2, 1);
-    const int32_t format = (width + height) % 2 == 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
-    const int32_t pitch = width * 4 + width % 3, dest_pitch = w * 4 + (supplied ? 5 : 0);
-    const Picture picture =
-        NoisePicture(format, width, height, pitch, static_cast<uint64_t>(width * 100 + height));
-    // Nothing behind the last row's last pixel is there to be read or written.
-    PageEndBuffer bytes(picture.pixels.data(),
-                        static_cast<size_t>(pitch * (height - 1) + width * 4));
-    PageEndBuffer dest(static_cast<size_t>(dest_pitch * (h - 1) + w * 4));
-    std::memset(dest.data(), 0xA5, dest.size());
-    Image image;
-    image.source = picture.definition;
-    image.source.pixels = bytes.data();
-    const ZAV_GFXDEF found = image.source;
-    if (supplied) {
-      image.dest.pixels = dest.data();
-      image.dest.pitch = dest_pitch;
-    }
-    ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1);
-    EXPECT_TRUE(SameDefinition(image.source, found));
-    EXPECT_TRUE(SameDefinition(
-        image.dest, {image.dest.pixels, nullptr, w, h, 4, format, dest_pitch, 0, 0, 0, 0}));
-    const Bytes level = PlainLevel(picture.definition, w, h);
-    Bytes expected(dest.size(), 0xA5);
-    for (int32_t at = 0; at < w * h * 4; ++at) {
-      expected[static_cast<size_t>(at / (w * 4) * dest_pitch + at % (w * 4))] = level[size_t(at)];
-    }
-    ASSERT_EQ(std::memcmp(image.dest.pixels, expected.data(), expected.size()), 0)
-        << width << " x " << height;
+/// Noise of which the alphas are all, none, any, few or small.
+Picture AlphaPicture(int32_t format, int32_t width, int32_t height, int32_t pitch, uint64_t seed) {
+  Picture picture = NoisePicture(format, width, height, pitch, seed);
+  Random random(seed);
+  for (int32_t i = 0; i < width * height; ++i) {
+    uint8_t& alpha = picture.Row(i / width)[i % width * 4 + 3];
+    const uint8_t few = random.Below(4) == 0 ? alpha : uint8_t{0};
+    const uint8_t alphas[] = {255, 0, alpha, few, static_cast<uint8_t>(alpha % 3)};
+    alpha = alphas[seed % 5];
   }
+  return picture;
+}
+
+/// Makes a level in the library's buffer or in the host's, and compares every byte of it.
+void CheckLevel(int32_t width, int32_t height, bool host) {
+  const int32_t w = std::max(width / 2, 1), h = std::max(height / 2, 1);
+  const int32_t format = (width + height) % 2 == 0 ? ZAV_FMT_RGBA32 : ZAV_FMT_BGRA32;
+  const int32_t pitch = width * 4 + width % 3, dest_pitch = w * 4 + (host ? 5 : 0);
+  const Picture picture =
+      AlphaPicture(format, width, height, pitch, static_cast<uint64_t>(width * 7 + height));
+  PageEndBuffer bytes(picture.pixels.data(), static_cast<size_t>(pitch * (height - 1) + width * 4));
+  PageEndBuffer dest(static_cast<size_t>(dest_pitch * (h - 1) + w * 4));
+  std::memset(dest.data(), 0xA5, dest.size());
+  Image image;
+  image.source = picture.definition;
+  image.source.pixels = bytes.data();
+  const ZAV_GFXDEF found = image.source;
+  if (host) image.dest = Definition(0, 0, 0, dest_pitch, dest.data());
+  ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1);
+  EXPECT_TRUE(SameDefinition(image.source, found));
+  ZAV_GFXDEF made = Definition(format, w, h, dest_pitch, image.dest.pixels);
+  made.bytes_per_pixel = 4;
+  EXPECT_TRUE(SameDefinition(image.dest, made));
+  const Bytes level = PlainLevel(picture.definition, w, h);
+  Bytes expected(dest.size(), 0xA5);
+  for (int32_t y = 0; y < h; ++y) {
+    std::copy_n(level.begin() + y * w * 4, w * 4, expected.begin() + y * dest_pitch);
+  }
+  ASSERT_EQ(std::memcmp(image.dest.pixels, expected.data(), expected.size()), 0)
+      << width << " x " << height;
+}
+
+TEST(MipLevel, EverySizeAndRowLengthIntoBothKindsOfBuffers) {
+  ForEachVectorTarget([](const VectorTarget& target) {
+    SCOPED_TRACE(target.name);
+    for (const bool host : {false, true}) {
+      for (int32_t i = 0; i < 20 * 20; ++i) CheckLevel(1 + i % 20, 1 + i / 20, host);
+      for (int32_t width = 21; width <= 145; ++width) CheckLevel(width, 2 + width % 4, host);
+    }
+  });
 }
 
 // A level is the composition of three conversions that are tested elsewhere.
@@ -169,19 +169,15 @@ TEST(MipLevel, EveryFormatGoesThroughBgra32AndConsumesTheSource) {
         std::memcpy(&picture.definition.alpha_mask, &masks.alpha_mask, 16);
       }
       Image wide, narrow, image;
-      image.source = wide.source = picture.definition;
-      wide.dest.format = ZAV_FMT_BGRA32;
-      ASSERT_EQ(ZAV_CONVERT_RAW(&wide), 1);
+      ASSERT_TRUE(wide.Convert(picture.definition, ZAV_FMT_BGRA32));
       Bytes half = PlainLevel(wide.dest, 16, 11);
-      narrow.source = {half.data(), nullptr, 16, 11, 0, ZAV_FMT_BGRA32, 0, 0, 0, 0, 0};
       if (dest_format == 0) narrow.dest = masks;
-      narrow.dest.format = dest_format == 0 ? format : dest_format;
-      narrow.dest.width = width;
-      narrow.dest.height = height;
-      ASSERT_EQ(ZAV_CONVERT_RAW(&narrow), 1);
+      narrow.dest.width = image.dest.width = width;
+      narrow.dest.height = image.dest.height = height;
+      ASSERT_TRUE(narrow.Convert(Definition(ZAV_FMT_BGRA32, 16, 11, 0, half.data()),
+                                 dest_format == 0 ? format : dest_format));
+      image.source = picture.definition;
       image.dest.format = dest_format;
-      image.dest.width = width;
-      image.dest.height = height;
       ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&image), 1) << format;
       EXPECT_TRUE(SameDefinition(image.source, {}));
       EXPECT_TRUE(SamePicture(image.dest, narrow.dest)) << format << " to " << dest_format;
@@ -193,7 +189,7 @@ TEST(MipLevel, EveryFormatGoesThroughBgra32AndConsumesTheSource) {
 }
 
 TEST(MipLevel, RefusesWhatTheFilterCannotFill) {
-  // Also below the entry point, which undoes what fails, both surfaces stay as they were.
+  // The entry point undoes failures; below it, too, both surfaces stay as they were.
   const auto refused = [](const ZAV_GFXDEF& source, const ZAV_GFXDEF& dest) {
     ScopedConverter c;
     c.source.definition() = source;
@@ -203,8 +199,7 @@ TEST(MipLevel, RefusesWhatTheFilterCannotFill) {
   };
   Bytes buffer(256, 0xA5);
   const auto sized = [&](int32_t width, int32_t height, int32_t format = 0, int32_t pitch = 0) {
-    uint8_t* pixels = pitch != 0 ? buffer.data() : nullptr;
-    return ZAV_GFXDEF{pixels, nullptr, width, height, 0, format, pitch, 0, 0, 0, 0};
+    return Definition(format, width, height, pitch, pitch != 0 ? buffer.data() : nullptr);
   };
   Picture picture = NoisePicture(ZAV_FMT_BGRA32, 9, 9, 0, 1);
   const ZAV_GFXDEF& source = picture.definition;
