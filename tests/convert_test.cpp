@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Every pair of uncompressed formats through the exported conversion, against a per-pixel
-// reference: sizes, pitches, buffers of the host's and the library's own, hand-overs, scaling.
+// Every pair of uncompressed formats through the export, against a per-pixel reference: sizes,
+// pitches, buffers of the host and of the library, hand-overs, scaling.
 
 #include <gtest/gtest.h>
 
@@ -26,7 +26,7 @@ namespace {
 
 constexpr int kConvertible[] = {1, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
 
-/// One conversion of noise. A destination padding below 0: the library allocates.
+/// A conversion of noise. With a destination padding below 0 the library allocates.
 struct Case {
   int from, to, width, height, new_width, new_height, source_padding, dest_padding;
 };
@@ -36,10 +36,7 @@ void RunCase(const Case& c, bool filter, size_t shift) {
       NoisePicture(c.from, c.width, c.height, c.width * ReferenceBytes(c.from) + c.source_padding,
                    static_cast<uint64_t>(c.from * 100 + c.to + c.width));
   SetCustomMasks(source.definition, static_cast<size_t>(c.width));
-  ZAV_GFXDEF wanted{};
-  wanted.format = c.to;
-  wanted.width = c.new_width;
-  wanted.height = c.new_height;
+  ZAV_GFXDEF wanted = Definition(c.to, c.new_width, c.new_height);
   if (c.dest_padding >= 0) wanted.pitch = c.new_width * ReferenceBytes(c.to) + c.dest_padding;
   SetCustomMasks(wanted, static_cast<size_t>(c.width + 1));
   CheckConversion(source, wanted, filter, shift);
@@ -49,7 +46,7 @@ template <typename Body>
 void ForEachPair(Body&& body) {
   for (const int from : kConvertible) {
     for (const int to : kConvertible) {
-      // Long enough for whole blocks of cache lines behind an unaligned start.
+      // Long enough for whole blocks of cache lines after an unaligned start.
       for (int width = 1; width <= 200 && to != ZAV_FMT_PAL8; width += width < 67 ? 1 : 19) {
         if (!testing::Test::HasFatalFailure()) body(from, to, width);
       }
@@ -82,12 +79,9 @@ TEST(Convert, SwapsAndNarrowsInPlace) {
       for (const int to : {ZAV_FMT_RGBA32, ZAV_FMT_RGB24, ZAV_FMT_BGR24}) {
         Picture picture = NoisePicture(ZAV_FMT_BGRA32, width, 2, 0, 8);
         Image apart, image;
-        image.source = apart.source = picture.definition;
-        image.dest.format = apart.dest.format = to;
-        ASSERT_EQ(ZAV_CONVERT_RAW(&apart), 1);
-        image.dest.pixels = image.source.pixels;
-        image.dest.pitch = width * BytesPerPixel(to);
-        ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
+        ASSERT_TRUE(apart.Convert(picture.definition, to));
+        image.dest = Definition(to, 0, 0, width * BytesPerPixel(to), picture.pixels.data());
+        ASSERT_TRUE(image.Convert(picture.definition));
         EXPECT_TRUE(SamePicture(image.dest, apart.dest))
             << target.name << ", " << width << " to " << to;
       }
@@ -129,13 +123,9 @@ TEST(Convert, RefusedRequestsChangeNothing) {
   const auto expect_refused = [](const char* what, const ZAV_GFXDEF& source, int format,
                                  int width = 0, int height = 0, uint8_t* pixels = nullptr) {
     Image image;
-    image.source = source;
-    image.dest.format = format;
-    image.dest.width = width;
-    image.dest.height = height;
-    image.dest.pixels = pixels;
-    const ZAV_GFXDEF wanted = image.dest;
-    EXPECT_EQ(ZAV_CONVERT_RAW(&image), 0) << what << " " << format;
+    const ZAV_GFXDEF wanted = Definition(format, width, height, 0, pixels);
+    image.dest = wanted;
+    EXPECT_FALSE(image.Convert(source)) << what << " " << format;
     EXPECT_TRUE(SameDefinition(image.source, source)) << what;
     EXPECT_TRUE(SameDefinition(image.dest, wanted)) << what;
   };
@@ -148,7 +138,7 @@ TEST(Convert, RefusedRequestsChangeNothing) {
   expect_refused("too large", good, ZAV_FMT_BGRA32, 40000, 40000);
   expect_refused("far too large", good, ZAV_FMT_RGB24, 0x7FFFFFFF, 0x7FFFFFFF);
   expect_refused("no pixels", {}, ZAV_FMT_BGRA32);
-  // Rows would lie on each other.
+  // Rows would overlap.
   expect_refused("no pitch", good, ZAV_FMT_BGR24, 0, 0, palettized.pixels.data());
   const std::tuple<const char*, int32_t ZAV_GFXDEF::*, int32_t> spoilt[] = {
       {"bad pitch", &ZAV_GFXDEF::pitch, 15},
@@ -176,15 +166,13 @@ TEST(Convert, RefusedRequestsChangeNothing) {
   TakeTraces();
 }
 
-TEST(Convert, DxtAndPal4AreCopiedWithinTheirBounds) {
-  // The source holds exactly 16 bytes; a destination that says it has more must not get more.
+TEST(Convert, BlocksAreCopiedWithinTheirBounds) {
+  // The source has 16 bytes; a longer destination must not get more of them.
   Bytes blocks = NoisePicture(ZAV_FMT_PAL8, 16, 1, 0, 1).pixels;
   for (const int pitch : {0, 8, 16, 64}) {
     Image image;
-    image.source = {blocks.data(), nullptr, 4, 4, 0, ZAV_FMT_DXT5, 16, 0, 0, 0, 0};
-    image.dest.format = ZAV_FMT_DXT5;
     image.dest.pitch = pitch;
-    ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1) << pitch;
+    ASSERT_TRUE(image.Convert(Definition(ZAV_FMT_DXT5, 4, 4, 16, blocks.data()), ZAV_FMT_DXT5));
     ASSERT_EQ(image.dest.pitch, pitch == 64 ? 64 : 16);
     Bytes expected = blocks;
     expected.resize(static_cast<size_t>(image.dest.pitch));
@@ -192,7 +180,7 @@ TEST(Convert, DxtAndPal4AreCopiedWithinTheirBounds) {
   }
 }
 
-// The converter owns its source: one that is consumed too early is a use after free.
+// The converter owns its source: consuming it too early is a use after free.
 TEST(Convert, AllocationFailureLeavesEverythingAsFound) {
   for (const int from : {1, 3, 4, 5, 7}) {
     for (const int to : {0, 1, 3, 4, 6, 8}) {  // 0: a mip level
@@ -204,11 +192,9 @@ TEST(Convert, AllocationFailureLeavesEverythingAsFound) {
         ASSERT_TRUE(AllocSurface(converter.source, 40, 40, from));
         std::copy(pixels.begin(), pixels.end(), converter.source.pixels);
         const ZAV_SURFACE found = converter.source;
-        ZAV_SURFACE wanted{};
-        wanted.format = to;
-        wanted.width = wanted.height = size;
         const auto convert = [&] {
-          converter.dest = wanted;
+          converter.dest = {};
+          converter.dest.definition() = Definition(to, size, size);
           return to == 0 ? GenerateMipLevel(converter) : ConvertSurface(converter);
         };
         FailEveryAllocation(convert, [&](int granted, bool succeeded) {

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// The life of an image: who owns which buffer when, and what a failure leaves.
+// The life of an image: which buffers it owns when, and its state after a failure.
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -49,8 +49,8 @@ TEST(ImageLife, StartsZeroAndEndsZero) {
 }
 
 TEST(ImageLife, SecondReadDoesNotWriteIntoTheFirstOnesBuffer) {
-  // Left in the source, handed over to the destination, or converted: the source buffer of the
-  // first read is the library's, and far too small for the second picture.
+  // Kept in the source, handed over, or converted: the first read's source buffer is the library's,
+  // and far too small for the second picture.
   for (const int format : {0, int{ZAV_FMT_BGRA32}, int{ZAV_FMT_RGBA32}, int{ZAV_FMT_RGB24}}) {
     Image image;
     image.dest.format = format;
@@ -63,7 +63,7 @@ TEST(ImageLife, SecondReadDoesNotWriteIntoTheFirstOnesBuffer) {
     EXPECT_TRUE(Holds(image.source.pixels, large));
     ZAV_FREE_BUFFER(first);
   }
-  // A buffer of the caller's own is filled every time.
+  // The host's buffer is filled every time.
   Bytes buffer(4 * 4 * 4 + 16, 0xEE);
   Image image;
   image.source.pixels = buffer.data();
@@ -99,14 +99,14 @@ TEST(ImageLife, ChainsOfConversionsHandBuffersOver) {
   Image image;
   ASSERT_TRUE(image.Read("x.tga", file));
   uint8_t* const read = image.source.pixels;
-  // The same format and layout: the very buffer, every default filled in.
+  // The same format and layout: the same buffer, with every default filled in.
   image.dest.format = ZAV_FMT_BGRA32;
   ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
   EXPECT_EQ(image.dest.pixels, read);
   EXPECT_EQ(image.dest.bytes_per_pixel, 4);
   EXPECT_EQ(image.dest.pitch, 24);
   EXPECT_EQ(image.dest.width, 6);
-  // A host that only clears the definition keeps the old buffer's bytes.
+  // A host that clears the definition keeps the old buffer's bytes.
   image.dest = ZAV_GFXDEF{};
   image.dest.format = ZAV_FMT_RGB24;
   image.dest.width = image.dest.height = 3;
@@ -168,11 +168,8 @@ TEST(Threads, ConvertDifferentImagesAtOnce) {
         Picture source = NoisePicture(from, 33, 9, 0, static_cast<uint64_t>(round));
         source.definition.red_mask = 0xFF00;
         Image image;
-        image.source = source.definition;
-        image.dest.format = 3 + round % 8;
-        image.dest.width = 20 + round;
-        image.dest.height = 9;
-        if (ZAV_CONVERT_RAW(&image) != 1) ++failures;
+        image.dest = Definition(3 + round % 8, 20 + round, 9);
+        if (!image.Convert(source.definition)) ++failures;
       }
     });
   }

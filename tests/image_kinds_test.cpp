@@ -1,12 +1,12 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// What holds for image records of every kind.
+// Image records of every kind: what they have in common, and mipmaps.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <array>
+#include <tuple>
 
 #include "base/endian.h"
 #include "convert/environment.h"
@@ -26,7 +26,7 @@ const ZAV_LAYER kPal8 = Layer(ZAV_LAYER_PAL8);
 const ZAV_LAYER kPackedPal8 = Layer(ZAV_LAYER_PACKEDPAL8, {8, 8, 8, 8});
 const ZAV_LAYER kLayers[] = {kTrue32, kPacked32, kPal8, kPackedPal8};
 
-/// Layers that keep every bit of a BGRA32 or PAL8 picture.
+/// The format of which a layer keeps every bit.
 int32_t FormatOf(const ZAV_LAYER& layer) {
   return layer.kind == ZAV_LAYER_TRUE32 || layer.kind == ZAV_LAYER_PACKED32 ? ZAV_FMT_BGRA32
                                                                             : ZAV_FMT_PAL8;
@@ -35,41 +35,38 @@ int32_t FormatOf(const ZAV_LAYER& layer) {
 bool IsPowerOfTwo(int32_t side) { return (side & (side - 1)) == 0; }
 
 void ReadsBackExactly(int32_t width, int32_t height) {
-  std::vector<Picture> written;
-  std::vector<int> kinds;
+  std::vector<std::pair<int, Picture>> written;
   const Bytes file = WriteContainer([&](void* stream) {
     for (ZAV_LAYER layer : kLayers) {
       for (const int kind : kImageKinds) {
-        // Of a uniform picture nothing would be left to make a layer of.
+        // A uniform picture leaves no block to store.
         if (kind == ZAV_REC_SQUIZ && width * height == 1) continue;
         Picture picture = SpritePicture(FormatOf(layer), width, height, 8,
                                         static_cast<uint64_t>(width * 41 + height));
         const bool can = kind != ZAV_REC_MIPMAP || (IsPowerOfTwo(width) && IsPowerOfTwo(height));
         ASSERT_EQ(WriteImageOf(kind, stream, nullptr, &layer, &picture.definition), can ? 0 : -1);
         if (!can) continue;
-        written.push_back(std::move(picture));
-        kinds.push_back(kind);
+        written.emplace_back(kind, std::move(picture));
       }
     }
   });
   size_t at = 4;
-  for (size_t i = 0; i < written.size(); ++i) {
-    SCOPED_TRACE(testing::Message()
-                 << "image " << i << " of kind " << kinds[i] << ", " << width << " x " << height);
+  for (const auto& [kind, picture] : written) {
+    SCOPED_TRACE(testing::Message() << "kind " << kind << ", format " << picture.definition.format
+                                    << ", " << width << " x " << height);
     const size_t size = LoadLe32(&file[at + 1]);
-    Bytes one(file.begin(), file.begin() + 4);
-    one.insert(one.end(), &file[at], &file[at] + size);
+    Bytes one = {'Z', 'A', 'V', 0};
+    Append(one, Bytes(&file[at], &file[at] + size));
     at += size;
     Image image;
     ASSERT_TRUE(ReadOne(image, one));
-    ASSERT_TRUE(SamePicture(written[i].definition, image.source));
-    ZAV_GFXDEF probed{};
-    ASSERT_EQ(ZAV_GETFILEFORMAT_FROMMEM(&probed, "zav", one.data(), long(one.size())), 1);
+    ASSERT_TRUE(SamePicture(picture.definition, image.source));
+    const ZAV_GFXDEF probed = Probe("zav", one);
     ASSERT_EQ(probed.format, image.source.format);
-    ASSERT_EQ(probed.width * 100000 + probed.height, width * 100000 + height);
-    if (kinds[i] == ZAV_REC_SQUIZ) continue;  // a definition has the strip's pitch
+    ASSERT_EQ(std::pair(probed.width, probed.height), std::pair(width, height));
+    if (kind == ZAV_REC_SQUIZ) continue;  // the probe reports the strip's pitch
     ASSERT_EQ(probed.pitch, image.source.pitch);
-    ASSERT_EQ(image.source.pitch % (kinds[i] == ZAV_REC_TILED ? 8 : 1), 0);
+    ASSERT_EQ(image.source.pitch % (kind == ZAV_REC_TILED ? 8 : 1), 0);
   }
   EXPECT_EQ(at, file.size());
 }
@@ -86,7 +83,7 @@ TEST(ImageKinds, EverySizeReadsBackExactly) {
   for (const auto& size : large) ReadsBackExactly(size[0], size[1]);
 }
 
-TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
+TEST(ImageKinds, RefusedPicturesLeaveNoByte) {
   const Picture picture = SpritePicture(ZAV_FMT_PAL8, 16, 16, 8, 1);
   const ZAV_GFXDEF good = picture.definition;
   std::vector<ZAV_GFXDEF> refused(7, good);
@@ -101,7 +98,7 @@ TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
     const auto refuses = [&](ZAV_LAYER* layer, ZAV_GFXDEF* definition) {
       const Bytes file = WriteContainer([&](void* stream) {
         EXPECT_EQ(WriteImageOf(kind, stream, nullptr, layer, definition), -1);
-        // Only the mipmap writer looks before it touches the stream.
+        // Only the mipmap writer checks before it uses the stream.
         ZAV_LAYER again = kPal8;
         ZAV_GFXDEF same = good;
         EXPECT_EQ(WriteImageOf(kind, stream, nullptr, &again, &same),
@@ -126,14 +123,25 @@ TEST(ImageKinds, WhatCannotBeWrittenLeavesNoByte) {
   }
 }
 
-TEST(ImageKinds, WritersPublishTheirEnvironmentAndReadersLeaveIt) {
+TEST(ImageKinds, WritersPublishTheEnvironmentOfTheirConversionsAndReadersLeaveIt) {
   ZAV_CONVERTER filtering{};
   filtering.env = ZAV_ENV_FILTER;
   const Picture picture = NoisePicture(ZAV_FMT_RGB24, 300, 9, 0, 1);
-  for (const int kind : {ZAV_REC_IMAGE, ZAV_REC_TILED, ZAV_REC_SQUIZ}) {
+  const ZAV_LAYER hicolor = Layer(ZAV_LAYER_HICOLOR, {1});
+  const std::tuple<int, ZAV_LAYER, uint32_t> rows[] = {
+      {ZAV_REC_IMAGE, hicolor, 0},
+      {ZAV_REC_TILED, hicolor, 0},
+      {ZAV_REC_SQUIZ, hicolor, 0},
+#ifdef ZAV_HAVE_JPEG
+      {ZAV_REC_IMAGE, Layer(ZAV_LAYER_JPEG24, {0, 50}), 0},
+      {ZAV_REC_IMAGE, Layer(ZAV_LAYER_JPEG24, {1, 50}), ZAV_ENV_FILTER},  // no conversion
+      {ZAV_REC_IMAGE, Layer(ZAV_LAYER_JPEGMASK, {0, 50}), ZAV_ENV_FILTER},
+#endif
+  };
+  for (const auto& [kind, layer, published] : rows) {
     PublishEnv(filtering);
-    const Bytes file = WriteOne(Layer(ZAV_LAYER_HICOLOR, {1}), picture.definition, nullptr, kind);
-    EXPECT_EQ(PublishedEnv(), 0u);
+    const Bytes file = WriteOne(layer, picture.definition, nullptr, kind);
+    EXPECT_EQ(PublishedEnv(), published) << kind << ", " << int{layer.kind};
     PublishEnv(filtering);
     ScopedConverter converter;
     EXPECT_TRUE(ContainerRead(converter, file.data(), static_cast<int64_t>(file.size())));
@@ -141,7 +149,7 @@ TEST(ImageKinds, WritersPublishTheirEnvironmentAndReadersLeaveIt) {
   }
 }
 
-/// The kind of image, the layer.
+/// Kinds of images, with their layers.
 std::vector<std::pair<int, ZAV_LAYER>> EveryKindAndLayer() {
   std::vector<std::pair<int, ZAV_LAYER>> all;
   for (const ZAV_LAYER& layer : EveryLayer()) all.emplace_back(ZAV_REC_IMAGE, layer);
@@ -192,8 +200,7 @@ TEST(ImageKinds, CutAndChangedFilesDoNoHarm) {
   }
 }
 
-// Sides, and what follows from them, that the few bytes behind them cannot justify: refused before
-// any memory is asked for.
+// Sides that the few bytes after them cannot justify are refused before any memory is asked for.
 TEST(ImageKinds, HostileSidesTakeNoMemory) {
   // Width, height, pitch; only the pitch is wrong in the last two.
   const uint32_t rows[][3] = {{32768, 16383, 131072}, {1, 0x7FFFFFFF, 4},
@@ -205,7 +212,7 @@ TEST(ImageKinds, HostileSidesTakeNoMemory) {
                               {160, 10, 15},          {1, 5, 0x40000001}};
   for (const auto& [kind, layer] : EveryKindAndLayer()) {
     if (kind == ZAV_REC_IMAGE && layer.kind == ZAV_LAYER_PAL8) continue;  // its palette comes first
-    if (kind == ZAV_REC_MIPMAP) continue;                                 // has no sides of its own
+    if (kind == ZAV_REC_MIPMAP) continue;                                 // has no sides
     const Picture picture = SpritePicture(FormatOf(layer), 16, 16, 8, 3);
     const Bytes good = WriteOne(layer, picture.definition, nullptr, kind);
     const bool dxt = layer.kind >= ZAV_LAYER_DXT1 && layer.kind <= ZAV_LAYER_DXT5;
@@ -256,6 +263,62 @@ TEST(ImageKinds, EveryFailedAllocationIsAFailure) {
       FailEveryAllocation(read, fails);
     }
   }
+}
+
+/// Compares the levels of a mipmap image with plain images of a chain of levels.
+void ExpectChain(ZAV_LAYER layer, const Picture& picture, int levels, int expected) {
+  ZAV_GFXDEF level = picture.definition;
+  SCOPED_TRACE(testing::Message() << "layer " << int{layer.kind} << ", format " << level.format
+                                  << ", " << level.width << " x " << level.height << ", "
+                                  << levels);
+  char name[] = "levels";
+  const Bytes file = WriteContainer(
+      [&](void* to) { EXPECT_EQ(ZAV_WRITE_MIPMAPIMAGE(to, name, levels, &layer, &level), 0); });
+  Reader stream(file);
+  ZAV_LAYER header = Layer(ZAV_REC_MIPMAP);
+  ASSERT_EQ(ZAV_READ_LAYER(stream, &header), 0);
+  EXPECT_STREQ(reinterpret_cast<char*>(header.fields), name);
+  EXPECT_EQ(LoadLe32(header.size), file.size() - 4);
+  ASSERT_EQ(header.fields[32], expected);
+  std::vector<Image> chain(static_cast<size_t>(expected));
+  for (Image& made : chain) {
+    Image read, wanted;
+    ASSERT_EQ(ZAV_DECODE_BITMAP(stream, &read), 0);
+    const Bytes one = WriteOne(layer, level);
+    ASSERT_TRUE(ReadOne(wanted, one));
+    ASSERT_TRUE(SamePicture(wanted.source, read.source)) << read.source.width;
+    made.source = level;
+    ASSERT_EQ(ZAV_GEN_MIPMAPLEVEL(&made), 1);
+    level = made.dest;
+  }
+  EXPECT_EQ(stream.Kind(), ZAV_KIND_END);
+}
+
+TEST(MipmapImage, LevelsAreAChain) {
+  const int sizes[][3] = {{128, 128, 8}, {64, 16, 7}, {1, 8, 4}, {8, 1, 4}, {1, 1, 1}, {2, 64, 7}};
+  for (const ZAV_LAYER& layer : EveryLayer()) {
+    for (const int32_t format : {ZAV_FMT_PAL8, ZAV_FMT_RGBA32, ZAV_FMT_BGRA32, ZAV_FMT_RGB24}) {
+      for (const auto& [width, height, levels] : sizes) {
+        ExpectChain(layer, NoisePicture(format, width, height, 0, 3), 20, levels);
+        if (HasFatalFailure()) return;
+      }
+    }
+  }
+  const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 16, 4, 8, 1);
+  const int asked[][2] = {{5, 5}, {6, 5}, {0x7FFFFFFF, 5}, {4, 4}, {1, 1}, {0, 0}, {-1, 0}};
+  for (const auto& [levels, expected] : asked) ExpectChain(kTrue32, picture, levels, expected);
+}
+
+TEST(MipmapImage, LevelsThatCannotBeWrittenAreLeftOut) {
+  const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 256, 256, 8, 1);
+  const auto write = [&](const ZAV_LAYER& layer) {
+    return WriteOne(layer, picture.definition, nullptr, ZAV_REC_MIPMAP);
+  };
+  const Bytes none = write(Layer(ZAV_REC_TILED));  // a record, but not a layer
+  ASSERT_EQ(none.size(), 4u + 38);
+  EXPECT_EQ(LoadLe32(&none[5]), 38u);
+  EXPECT_EQ(none[41], 0);
+  EXPECT_EQ(write(Layer(ZAV_LAYER_DXT1))[41], 7);  // no levels smaller than a block
 }
 
 }  // namespace

@@ -5,10 +5,6 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "base/byte_buffer.h"
-#include "base/endian.h"
-#include "codecs/jpeg_codec.h"
-#include "convert/environment.h"
 #include "support/container_files.h"
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
@@ -28,7 +24,7 @@ Bytes Save(const ZAV_GFXDEF& picture, long type) {
 
 /// Gentle slopes, different in each channel, which survive at high quality.
 Picture SmoothPicture(int32_t width, int32_t height) {
-  Picture picture = AsymmetricPicture(width, height);
+  Picture picture = NoisePicture(ZAV_FMT_BGRA32, width, height, width * 4 + 4, 1);
   for (int32_t y = 0; y < height; ++y) {
     for (int32_t x = 0; x < width; ++x) {
       const int32_t pixel[] = {20 + x, 230 - 2 * y, 90 + x + y, 255 * x / width};
@@ -61,7 +57,8 @@ bool Reads(const Bytes& file) { return ReadAllBytes("x.jpg", file, ZAV_FMT_BGRA3
 TEST(JpegFiles, SavedPicturesComeBackInEveryOrder) {
   for (const int32_t width : {1, 5, 16, 17, 67}) {
     for (const int32_t height : {1, 8, 31}) {
-      Picture picture = SmoothPicture(width, height);
+      const Picture picture = SmoothPicture(width, height);
+      const Bytes original = PixelsAs(picture.definition, ZAV_FMT_BGRA32);
       const Bytes file = Save(picture.definition, ZAV_SAVE_JPEG + 100);
       Bytes first;
       for (const int32_t format :
@@ -86,7 +83,7 @@ TEST(JpegFiles, SavedPicturesComeBackInEveryOrder) {
         ASSERT_TRUE(pixels == first);  // in any order the codec is asked for
       }
       for (int channel = 0; channel < 3; ++channel) {
-        EXPECT_LT(MeanError(first, picture.pixels, channel), 1.5) << width << " x " << height;
+        EXPECT_LT(MeanError(first, original, channel), 1.5) << width << " x " << height;
       }
     }
   }
@@ -163,95 +160,68 @@ TEST(JpegFiles, LostPixelsFailAndStrayBytesDoNot) {
   }
 }
 
-Bytes Encode(const Picture& picture, JpegOrder order) {
-  ByteBuffer file;
-  const ZAV_GFXDEF& source = picture.definition;
-  EXPECT_TRUE(EncodeJpeg({source.pixels, source.width, source.height, source.pitch, order},
-                         JpegSampling::k2x1, 80,
-                         {[](void* to, const uint8_t* bytes, int64_t count) {
-                            return static_cast<ByteBuffer*>(to)->Append(bytes, count);
-                          },
-                          &file}));
-  return Bytes(file.data(), file.data() + file.size());
-}
-
-TEST(JpegFiles, FourChannelsHaveTheColorsOfThree) {
-  for (const int32_t width : {1, 2, 31, 64}) {
-    const Picture four = NoisePicture(ZAV_FMT_BGRA32, width, 23, width * 4 + 4, 5);
-    Picture three = NoisePicture(ZAV_FMT_BGR24, width, 23, 0, 1);
-    const Bytes colors = PixelsAs(four.definition, ZAV_FMT_BGR24);
-    for (int32_t y = 0; y < 23; ++y)
-      std::copy_n(&colors[size_t(y * width) * 3], width * 3, three.Row(y));
-    const Bytes file = Encode(four, JpegOrder::kBgra);
-    ASSERT_EQ(Segment(file, 0xEE), nullptr);
-    Image image, plain;
-    image.dest.format = plain.dest.format = ZAV_FMT_BGR24;
-    ASSERT_TRUE(image.Read("jpg", file) && plain.Read("jpg", Encode(three, JpegOrder::kBgr)));
-    EXPECT_TRUE(PixelsAs(image.dest, ZAV_FMT_BGR24) == PixelsAs(plain.dest, ZAV_FMT_BGR24));
-    Image whole;
-    ASSERT_TRUE(whole.Read("jpg", file));
-    EXPECT_LT(MeanError(PixelsAs(whole.source, ZAV_FMT_BGRA32),
-                        PixelsAs(four.definition, ZAV_FMT_BGRA32), 3),
-              20.0);
-    // With an Adobe marker the channels are inks: full black without color is black.
-    Picture black = AsymmetricPicture(width, 3);
-    std::fill(black.pixels.begin(), black.pixels.end(), uint8_t{0});
-    Bytes inks = Encode(black, JpegOrder::kBgra);
-    const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
-    inks.insert(inks.begin() + 2, adobe.begin(), adobe.end());
-    Image printed;
-    ASSERT_TRUE(printed.Read("jpg", inks));
-    const Bytes pixels = PixelsAs(printed.source, ZAV_FMT_BGRA32);
-    for (size_t i = 0; i < pixels.size(); ++i) ASSERT_EQ(pixels[i], i % 4 == 3 ? 255 : 0);
-  }
-}
-
 constexpr size_t kLayerAt = 4 + 37, kFileAt = kLayerAt + 19;
 
+/// The JPEG file in the container of a layer.
+Bytes JpegOf(const Bytes& container) {
+  const size_t mask_size = container[kLayerAt] == ZAV_LAYER_JPEGMASK ? 4 : 0;
+  return Bytes(container.begin() + static_cast<long>(kFileAt + mask_size), container.end());
+}
+
 TEST(JpegLayers, EveryKindAndOrderComesBack) {
-  const Picture picture = SmoothPicture(45, 30);
-  const Bytes original = PixelsAs(picture.definition, ZAV_FMT_BGRA32);
-  for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
-    for (int flags = 0; flags < 4; ++flags) {
-      for (const int32_t format : {+ZAV_FMT_BGRA32, +ZAV_FMT_RGBA32}) {
-        SCOPED_TRACE(testing::Message() << kind << ", flags " << flags << ", from " << format);
-        Image source;
-        ASSERT_TRUE(source.Convert(picture.definition, format));
-        int result = -1;
-        const Bytes file = WriteOne(Layer(kind, {flags, 100}), source.dest, &result);
-        ASSERT_EQ(result, 0);
-        EXPECT_EQ(LoadLe32(&file[kLayerAt + 11]), 45u);
-        EXPECT_EQ(LoadLe32(&file[kLayerAt + 15]), 30u);
-        Image image;
-        ASSERT_TRUE(ReadOne(image, file));
-        ASSERT_EQ(image.source.format, ZAV_FMT_BGRA32);
-        ASSERT_EQ(image.source.pitch, 45 * 4);
-        const Bytes pixels = PixelsAs(image.source, ZAV_FMT_BGRA32);
-        for (int channel = 0; channel < (kind == ZAV_LAYER_JPEG32 ? 4 : 3); ++channel) {
-          EXPECT_LT(MeanError(pixels, original, channel), 1.5) << channel;
-        }
-        if (kind == ZAV_LAYER_JPEG32) continue;
-        const size_t jpeg_at = kFileAt + (kind == ZAV_LAYER_JPEGMASK ? 4 : 0);
-        const Bytes jpeg(file.begin() + static_cast<long>(jpeg_at), file.end());
-        EXPECT_EQ(Segment(jpeg, 0xC0)[9], (flags & 2) != 0 ? 0x21 : 0x22);
-        for (size_t i = 3; i < pixels.size(); i += 4) {
-          ASSERT_EQ(pixels[i], kind == ZAV_LAYER_JPEG24 || original[i] >= 128 ? 255 : 0) << i;
+  for (const int32_t width : {1, 2, 31, 45, 64}) {
+    const Picture picture = SmoothPicture(width, 30);
+    const Bytes original = PixelsAs(picture.definition, ZAV_FMT_BGRA32);
+    for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
+      for (int flags = 0; flags < 4; ++flags) {
+        for (const bool red_first : {false, true}) {
+          SCOPED_TRACE(testing::Message() << kind << ", flags " << flags << ", width " << width);
+          Image swapped, image;
+          ASSERT_TRUE(swapped.Convert(picture.definition, ZAV_FMT_RGBA32));
+          const Bytes file =
+              WriteOne(Layer(kind, {flags, 100}), red_first ? swapped.dest : picture.definition);
+          ASSERT_TRUE(ReadOne(image, file));
+          ASSERT_EQ(image.source.format, ZAV_FMT_BGRA32);
+          ASSERT_EQ(image.source.pitch, width * 4);
+          const Bytes pixels = PixelsAs(image.source, ZAV_FMT_BGRA32), jpeg = JpegOf(file);
+          for (int channel = 0; channel < (kind == ZAV_LAYER_JPEG32 ? 4 : 3); ++channel) {
+            EXPECT_LT(MeanError(pixels, original, channel), 1.5) << channel;
+          }
+          EXPECT_EQ(Segment(jpeg, 0xEE), nullptr);
+          if (kind == ZAV_LAYER_JPEG32) continue;
+          EXPECT_EQ(Segment(jpeg, 0xC0)[9], (flags & 2) != 0 ? 0x21 : 0x22);
+          for (size_t i = 3; i < pixels.size(); i += 4) {
+            ASSERT_EQ(pixels[i], kind == ZAV_LAYER_JPEG24 || original[i] >= 128 ? 255 : 0) << i;
+          }
         }
       }
     }
   }
 }
 
+// With an Adobe marker four channels are inks: full black without color is black.
+TEST(JpegFiles, FourChannelsOfAnotherProgramAreInks) {
+  Picture black = NoisePicture(ZAV_FMT_BGRA32, 31, 3, 0, 1);
+  std::fill(black.pixels.begin(), black.pixels.end(), uint8_t{0});
+  Bytes inks = JpegOf(WriteOne(Layer(ZAV_LAYER_JPEG32, {0, 80}), black.definition));
+  const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
+  inks.insert(inks.begin() + 2, adobe.begin(), adobe.end());
+  Image printed;
+  ASSERT_TRUE(printed.Read("jpg", inks));
+  const Bytes pixels = PixelsAs(printed.source, ZAV_FMT_BGRA32);
+  for (size_t i = 0; i < pixels.size(); ++i) ASSERT_EQ(pixels[i], i % 4 == 3 ? 255 : 0);
+}
+
 TEST(JpegLayers, HoldWholeFiles) {
   const Picture picture = NoisePicture(ZAV_FMT_BGR24, 21, 9, 0, 3);
   const Bytes layer = WriteOne(Layer(ZAV_LAYER_JPEG24, {2, 60}), picture.definition);
   const Bytes saved = Save(picture.definition, 160);
-  EXPECT_TRUE(Bytes(layer.begin() + kFileAt, layer.end()) == saved);
+  EXPECT_TRUE(JpegOf(layer) == saved);
   for (const auto& [given, taken] : {std::pair{0, 1}, {150, 100}}) {
     const Bytes a = WriteOne(Layer(ZAV_LAYER_JPEG24, {2, given}), picture.definition);
     const Bytes b = WriteOne(Layer(ZAV_LAYER_JPEG24, {2, taken}), picture.definition);
     EXPECT_EQ(a[kLayerAt + 6], given);
-    EXPECT_TRUE(std::equal(a.begin() + kFileAt, a.end(), b.begin() + kFileAt, b.end()));
+    EXPECT_TRUE(JpegOf(a) == JpegOf(b));
   }
   // Other sides than the header's, and other channels than the kind's.
   for (const size_t at : {kLayerAt + 11, kLayerAt + 15, kLayerAt}) {
@@ -290,20 +260,6 @@ TEST(JpegLayers, CutLevelsAndMask) {
     const Bytes written = PixelsAs(sprite.definition, ZAV_FMT_BGRA32);
     for (size_t i = 3; i < read.size(); i += 4) ASSERT_EQ(read[i], written[i] >= 128 ? 255 : 0);
   }
-}
-
-TEST(JpegLayers, PublishTheEnvironmentOfTheirConversions) {
-  ZAV_CONVERTER filtering{};
-  filtering.env = ZAV_ENV_FILTER;
-  const Picture picture = NoisePicture(ZAV_FMT_RGB24, 9, 9, 0, 1);
-  const auto published = [&](const ZAV_LAYER& layer) {
-    PublishEnv(filtering);
-    WriteOne(layer, picture.definition);
-    return PublishedEnv();
-  };
-  EXPECT_EQ(published(Layer(ZAV_LAYER_JPEG24, {0, 50})), 0u);
-  EXPECT_EQ(published(Layer(ZAV_LAYER_JPEG24, {1, 50})), uint32_t{ZAV_ENV_FILTER});
-  EXPECT_EQ(published(Layer(ZAV_LAYER_JPEGMASK, {0, 50})), uint32_t{ZAV_ENV_FILTER});
 }
 
 }  // namespace

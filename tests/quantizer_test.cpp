@@ -22,7 +22,7 @@ using Palette = std::array<uint8_t, ZAV_PALETTE_BYTES>;
 void ExpectAsPlain(Picture& picture, int32_t dest_pitch, const std::string& what) {
   const ZAV_GFXDEF& source = picture.definition;
   const auto height = static_cast<size_t>(source.height);
-  // Neither side may be touched behind its last row's last pixel.
+  // No side may be touched after the last pixel of its last row.
   PageEndBuffer readable(picture.pixels.data(), static_cast<size_t>(source.pitch) * (height - 1) +
                                                     static_cast<size_t>(source.width) * 4);
   const size_t dest_bytes =
@@ -36,10 +36,8 @@ void ExpectAsPlain(Picture& picture, int32_t dest_pitch, const std::string& what
   ScopedConverter converter;
   converter.source.definition() = source;
   converter.source.pixels = readable.data();
-  converter.dest.format = ZAV_FMT_PAL8;
-  converter.dest.pixels = dest.data();
-  converter.dest.palette = palette.data();
-  converter.dest.pitch = dest_pitch;
+  converter.dest.definition() =
+      Definition(ZAV_FMT_PAL8, 0, 0, dest_pitch, dest.data(), palette.data());
   ForEachVectorTarget([&](const VectorTarget& target) {
     ASSERT_STREQ(SelectedQuantizerRows().target, HasVectors(target) ? target.name : "plain");
     std::memset(dest.data(), 0xA5, dest_bytes);
@@ -67,8 +65,8 @@ TEST(Quantizer, MatchesTheReferenceOnEveryKindOfPicture) {
   }
 }
 
-// Palettes around the limit, over colour cubes of every extent, so that leaves end at every depth;
-// in runs and not.
+// Palettes around the limit, over color cubes of every extent: leaves end at every depth. In runs
+// and without.
 TEST(Quantizer, MatchesTheReferenceAtEveryCountExtentAndRunLength) {
   Random random(5);
   for (const uint32_t count : {2u, 255u, 256u, 257u, 300u, 700u, 4000u}) {
@@ -93,7 +91,7 @@ TEST(Quantizer, MatchesTheReferenceAtEveryCountExtentAndRunLength) {
 }
 
 TEST(Quantizer, SumsOfManyPixelsDoNotWrap) {
-  constexpr int32_t kPixels = 17'200'000;  // 253 times that is past 2^32
+  constexpr int32_t kPixels = 17'200'000;  // times 253 is more than 2^32
   std::vector<uint8_t> pixels(size_t{kPixels} * 4);
   for (size_t i = 0; i < pixels.size(); i += 4) StoreLe32(&pixels[i], 0xFDFEFF);
   ForEachVectorTarget([&](const VectorTarget& target) {

@@ -18,13 +18,9 @@ namespace {
 void Check(int32_t format, bool filter, int32_t width, int32_t height, int32_t new_width,
            int32_t new_height, int32_t padding, int granted = INT_MAX) {
   const int32_t bytes = BytesPerPixel(format);
-  ZAV_GFXDEF wanted{};
-  wanted.format = format;
-  wanted.width = new_width;
-  wanted.height = new_height;
-  wanted.pitch = new_width * bytes + padding * 2;
   const auto seed = static_cast<uint64_t>(width * 31 + new_width);
-  CheckConversion(NoisePicture(format, width, height, width * bytes + padding, seed), wanted,
+  CheckConversion(NoisePicture(format, width, height, width * bytes + padding, seed),
+                  Definition(format, new_width, new_height, new_width * bytes + padding * 2),
                   filter, 0, granted);
 }
 
@@ -56,7 +52,7 @@ TEST(Scale, MatchesThePositionsAtSmallSizes) {
   });
 }
 
-// Every way to fetch pixels, blocks that reach the end of the row, tails of all lengths, tiles.
+// Every way to fetch pixels, blocks that reach the end of the row, tails of every length, tiles.
 TEST(Scale, MatchesThePositionsAtAllRatios) {
   ForEachVectorTarget([](const VectorTarget& target) {
     SCOPED_TRACE(target.name);
@@ -100,8 +96,8 @@ TEST(Scale, WideRowsNeedNoHeap) {
   }
 }
 
-// The host may scale a picture into the memory that holds it, and let its unused palette pointer
-// stand. Memory apart from the source is filled without the heap.
+// The host may scale a picture into its own memory, and leave an unused palette pointer set. Other
+// memory is filled without the heap.
 TEST(Resize, TakesABufferThatOverlapsTheSource) {
   Bytes other(ZAV_PALETTE_BYTES, 0xA5);
   for (const int32_t format : {ZAV_FMT_BGRA32, ZAV_FMT_PAL8}) {
@@ -112,8 +108,7 @@ TEST(Resize, TakesABufferThatOverlapsTheSource) {
       Image image;
       image.source = from.definition;
       image.source.palette = from.palette.empty() ? other.data() : from.palette.data();
-      image.dest = {buffer, palette.data(), 16, 4, 0, format, 16 * BytesPerPixel(format), 0, 0, 0,
-                    0};
+      image.dest = Definition(format, 16, 4, 16 * BytesPerPixel(format), buffer, palette.data());
       FailingHeap heap(buffer == apart.data() ? 0 : 9);
       ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
       EXPECT_EQ(image.dest.pixels, buffer);
@@ -123,10 +118,8 @@ TEST(Resize, TakesABufferThatOverlapsTheSource) {
     // At equal size the host's palette is filled as well.
     Image same;
     Bytes other_palette(ZAV_PALETTE_BYTES);
-    same.source = from.definition;
     same.dest.palette = other_palette.data();
-    same.dest.format = format;
-    ASSERT_EQ(ZAV_CONVERT_RAW(&same), 1);
+    ASSERT_TRUE(same.Convert(from.definition, format));
     EXPECT_TRUE(SamePicture(same.dest, from.definition));
   }
 }

@@ -18,7 +18,7 @@ const ZAV_LAYER kTrue32 = Layer(ZAV_LAYER_TRUE32, {2});
 const ZAV_LAYER kPal8 = Layer(ZAV_LAYER_PAL8);
 const char kName[] = "the first thirty-two characters: of a name";
 
-/// A picture looked at pixel by pixel, and its record written down step by step.
+/// A record made pixel by pixel and step by step.
 class PlainSquiz {
  public:
   PlainSquiz(const ZAV_GFXDEF& picture, int size) : picture_(picture), size_(size) {
@@ -29,7 +29,7 @@ class PlainSquiz {
   const Bytes& records() const { return records_; }
   int stored() const { return static_cast<int>(cells_.size()); }
 
-  /// The strip, of pixels that are bytes or words.
+  /// The strip of the stored cells.
   Bytes Strip(int pitch) const {
     const int bytes = picture_.bytes_per_pixel;
     Bytes strip(static_cast<size_t>(pitch * size_), 0);
@@ -43,8 +43,8 @@ class PlainSquiz {
     return strip;
   }
 
-  /// Whether the picture that was read is made of cells of the strip, as it was read on its own,
-  /// and of backgrounds: in a palette, the lowest of the entries that are nearest.
+  /// Whether the picture that was read consists of the strip's cells, as a plain layer reads them,
+  /// and of backgrounds: with a palette, the first of the nearest entries.
   bool IsMadeOf(const ZAV_GFXDEF& strip, const ZAV_GFXDEF& read) const {
     const int bytes = read.bytes_per_pixel;
     const auto distance = [&](int index, uint32_t key) {
@@ -139,14 +139,14 @@ class PlainSquiz {
   std::vector<std::pair<int, int>> cells_;
 };
 
-/// Blocks of few colours, some of them transparent ones, so that backgrounds take turns.
+/// Blocks of few colors, some transparent, so that backgrounds change.
 Picture Blocks(int32_t format, int32_t width, int32_t height, int32_t block, uint64_t seed) {
   Picture picture = NoisePicture(format, width, height, format == ZAV_FMT_PAL8 ? width + 3 : 0, 5);
   Random random(seed);
   for (size_t i = 0; i < picture.palette.size(); ++i) {  // many entries are equal
     picture.palette[i] = static_cast<uint8_t>(i / 4 % 7 == 3 && i % 4 == 3 ? 0 : i / 4 % 5 * 50);
   }
-  if (format == ZAV_FMT_PAL8) picture.palette.back() = 1;  // entries of zero at the end are lost
+  if (format == ZAV_FMT_PAL8) picture.palette.back() = 1;  // layers drop zeros at the end
   const uint32_t colors = 1 + random.Below(4);
   for (int32_t y = 0; y < height; ++y) {
     for (int32_t x = 0; x < width; ++x) {
@@ -158,7 +158,7 @@ Picture Blocks(int32_t format, int32_t width, int32_t height, int32_t block, uin
       if (format == ZAV_FMT_PAL8) {
         *pixel = static_cast<uint8_t>(color * 5 + random.Below(20) * 25 % 250);
       } else if (color == 0) {
-        pixel[3] = 0;  // whatever the colour
+        pixel[3] = 0;  // of any color
       } else {
         StoreLe32(pixel, 0x01000000 * color + 77);
       }
@@ -178,7 +178,7 @@ Bytes WriteSquiz(ZAV_LAYER layer, const ZAV_GFXDEF& picture) {
   return written ? file.Read() : Bytes();
 }
 
-TEST(Squiz, RecordsAreThoseOfHand) {
+TEST(Squiz, RecordsEqualThePlainOnes) {
   std::vector<ZAV_LAYER> layers = EveryLayer();
   layers.push_back(Layer(ZAV_LAYER_DXT5));
   int written_ones = 0;
@@ -228,7 +228,7 @@ TEST(Squiz, RecordsAreThoseOfHand) {
     alone.dest.format = image.source.format;
     ASSERT_TRUE(ReadOne(alone, one));
     ASSERT_TRUE(plain.IsMadeOf(alone.dest, image.source)) << int{layer.kind};
-    // The masks decide: neither counts nor bits behind the last block matter.
+    // The masks decide: counts and bits after the last block are ignored.
     const size_t row = 8 + static_cast<size_t>((width + size - 1) / size + 7) / 8 * 8;
     for (size_t at = 50; at < 50 + plain.records().size(); at += row) {
       file[at + 4] ^= 0xFF;
@@ -241,7 +241,7 @@ TEST(Squiz, RecordsAreThoseOfHand) {
   EXPECT_GT(written_ones, 300);
 }
 
-TEST(Squiz, RefusesWhatTheStripCannotServe) {
+TEST(Squiz, RefusesRecordsThatTheStripCannotFill) {
   const Picture picture = SpritePicture(ZAV_FMT_BGRA32, 64, 24, 8, 2);
   const Bytes good = WriteSquiz(kTrue32, picture.definition);
   const auto reads = [&](size_t at, int value) {
@@ -253,7 +253,7 @@ TEST(Squiz, RefusesWhatTheStripCannotServe) {
   ASSERT_NE(good[58], 0xFF);
   EXPECT_TRUE(reads(58, good[58] & (good[58] - 1)));
   EXPECT_FALSE(reads(58, 0xFF));  // more cells than there are
-  EXPECT_FALSE(reads(49, 0));     // blocks of no size
+  EXPECT_FALSE(reads(49, 0));     // empty blocks
   EXPECT_FALSE(reads(49, 9));     // higher than the strip
 }
 

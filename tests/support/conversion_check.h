@@ -35,7 +35,7 @@ inline constexpr uint32_t kCustomMasks[][4] = {
 
 inline bool Is16Bit(int format) { return format >= ZAV_FMT_RGB565 && format <= ZAV_FMT_CUSTOM16_2; }
 
-/// Gives a definition of a custom format the layout of that number, counted around.
+/// Sets the masks of a custom format from kCustomMasks, wrapping around.
 inline void SetCustomMasks(ZAV_GFXDEF& definition, size_t layout) {
   if (definition.format != ZAV_FMT_CUSTOM16_1 && definition.format != ZAV_FMT_CUSTOM16_2) return;
   std::memcpy(&definition.alpha_mask, kCustomMasks[layout % std::size(kCustomMasks)],
@@ -45,8 +45,8 @@ inline void SetCustomMasks(ZAV_GFXDEF& definition, size_t layout) {
 inline std::vector<uint32_t> ExpectedWords(const ZAV_GFXDEF& source, const ZAV_GFXDEF& dest,
                                            bool filter) {
   const bool scaled = dest.width != source.width || dest.height != source.height;
-  // Words and indices of one format are copied whole, bits without a channel included; a filter
-  // needs their channels.
+  // Words and indices of one format are copied whole, bits without a channel included, unless they
+  // are filtered.
   const bool copied =
       source.format == dest.format && ReferenceBytes(dest.format) < 3 && !(scaled && filter);
   BgraPicture picture = ReferenceDecode(source);

@@ -4,8 +4,7 @@
 
 namespace zav::test {
 
-/// While it lives, the library's allocations on this thread fail after `granted` more have been
-/// granted.
+/// While it exists, the library's allocations on this thread fail after `granted` more.
 class FailingHeap {
  public:
   explicit FailingHeap(int granted);
@@ -17,9 +16,9 @@ class FailingHeap {
   int refused() const;
 };
 
-/// Runs `operation(void) -> bool` with 0, 1, 2, ... allocations granted, until it is refused none.
-/// Returns how often it was refused one; `operation` must report failure then, and is asked to
-/// look for itself that nothing has changed. Leaks are found by the sanitizer build.
+/// Runs `operation() -> bool` with 0, 1, 2, ... allocations granted until none is refused, and
+/// calls `on_failure(granted, succeeded)` after every run with a refused one. Returns the number of
+/// those runs. The sanitizer build finds leaks.
 template <typename Operation, typename OnFailure>
 int FailEveryAllocation(Operation&& operation, OnFailure&& on_failure) {
   for (int granted = 0;; ++granted) {

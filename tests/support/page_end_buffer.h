@@ -7,8 +7,8 @@
 
 namespace zav::test {
 
-/// A block of bytes that ends where the mapped memory ends: one byte too far is a fault, in every
-/// build. Read-only unless asked for otherwise, so that a reader that writes faults too.
+/// A block of bytes that ends at an unmapped page: access to the next byte faults in every build.
+/// Read-only by default, so that a reader that writes faults too.
 class PageEndBuffer {
  public:
   enum class Access { kReadOnly, kReadWrite };
@@ -19,7 +19,7 @@ class PageEndBuffer {
   PageEndBuffer& operator=(const PageEndBuffer&) = delete;
   ~PageEndBuffer();
 
-  /// Not null, also for no bytes. Writing through it faults when read-only.
+  /// Never null. Writing through it faults if read-only.
   uint8_t* data() { return data_; }
   size_t size() const { return size_; }
 

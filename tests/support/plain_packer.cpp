@@ -117,8 +117,8 @@ class FieldReader {
  public:
   FieldReader(const uint8_t* words, int64_t bytes) : next_(words), left_(bytes / 4) { Advance(); }
 
-  /// False once a word was wanted that is not there. The word behind the current one is fetched as
-  /// soon as the current one is used up.
+  /// False once a missing word was needed. The next word is fetched as soon as the current one is
+  /// used up.
   bool good() const { return good_; }
 
   uint32_t Take(int32_t width) {

@@ -6,10 +6,9 @@
 
 namespace zav::test {
 
-// The compressor written down in the most direct way: a table of all two-byte keys, a ring of 510
-// nodes in doubly linked chains, one bit field after the other, bytes copied one by one. It shares
-// nothing with the library's and is what that is compared and timed against. Arguments and results
-// are those of ZAV_PACKER.
+// The packer in its plainest form: a table of all two-byte keys, a ring of 510 nodes in doubly
+// linked chains, one bit field at a time, bytes copied one by one. It shares no code with the
+// library, which is compared and timed against it. Arguments and results are those of ZAV_PACKER.
 
 int32_t PlainCompress(const uint8_t* source, uint8_t* dest, int32_t size);
 int32_t PlainDecompress(const uint8_t* source, int64_t source_size, uint8_t* dest,

@@ -15,8 +15,8 @@
 
 namespace zav::test {
 
-/// The quantizer in its straightforward form: every pixel walks down the tree, once to be summed
-/// and once to be mapped. Reference of the tests and plain twin of the benchmarks.
+/// The plain quantizer: every pixel walks down the tree twice, to be summed and to be mapped.
+/// Reference of the tests and plain twin of the benchmarks.
 class PlainQuantizer {
  public:
   void Add(uint32_t color) {
@@ -129,7 +129,7 @@ inline void QuantizePlain(const ZAV_GFXDEF& source, uint8_t* dest, int32_t dest_
   }
 }
 
-/// Pictures that lead the quantizer through its different states, by name.
+/// Pictures for the different states of the quantizer.
 struct ColorPicture {
   const char* name;
   std::function<uint32_t(int32_t x, int32_t y, Random& noise)> color;
@@ -146,7 +146,7 @@ inline const std::vector<ColorPicture>& ColorPictures() {
       {"noise", [](int32_t, int32_t, Random& noise) { return noise.Next(); }},
       {"gradient",
        [rgb](int32_t x, int32_t y, Random&) { return rgb(x * 0.5, y * 0.5, (x + y) * 0.25); }},
-      // Soft light and shade, edges, and the grain of a camera.
+      // Soft light and shade, edges, and grain.
       {"photograph",
        [rgb](int32_t x, int32_t y, Random& noise) {
          const double wave = std::sin(x * 0.011) * std::cos(y * 0.007) + std::sin((x + y) * 0.004);
@@ -166,7 +166,7 @@ inline const std::vector<ColorPicture>& ColorPictures() {
        }},
       {"dithered",
        [](int32_t, int32_t, Random& noise) { return noise.Below(256) * 0x9E3779u + 0x123456u; }},
-      // Slowly more colours, in the order that makes the newest node the one to merge.
+      // More and more colors, ordered so that the newest node is the one to merge.
       {"ramp",
        [](int32_t x, int32_t y, Random&) { return static_cast<uint32_t>(y * 61 + x) * 0x010101u; }},
   };

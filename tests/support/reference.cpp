@@ -5,7 +5,7 @@
 namespace zav::test {
 namespace {
 
-/// Top bits of a channel as 16-bit words hold them: the mask's highest bit takes the channel's.
+/// The mask's highest bit, which takes the channel's highest.
 uint32_t HighestBit(uint32_t mask) {
   uint32_t bit = 15;
   while (bit > 0 && (mask >> bit & 1) == 0) --bit;

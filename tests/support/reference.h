@@ -11,8 +11,8 @@
 
 namespace zav::test {
 
-// A second, slow statement of what conversions do: one pixel at a time, through plain integers,
-// without any code of the library's conversion rooms.
+// The plain reference of the conversions: one pixel at a time, in plain integers, without any of
+// the library's conversion code.
 
 struct Bgra {
   uint32_t blue, green, red, alpha;
@@ -20,7 +20,7 @@ struct Bgra {
 
 using BgraPicture = std::vector<Bgra>;
 
-/// Bytes of a pixel; 0 for codes that are none or have no fixed pixels.
+/// Bytes of a pixel; 0 for other codes and formats without whole bytes.
 int ReferenceBytes(int format);
 
 /// The masks alpha, red, green, blue of a 16-bit definition.
@@ -29,7 +29,7 @@ std::array<uint32_t, 4> ReferenceMasks(const ZAV_GFXDEF& definition);
 /// The pixels of an uncompressed picture, row by row.
 BgraPicture ReferenceDecode(const ZAV_GFXDEF& definition);
 
-/// One pixel's bytes in a true-colour or 16-bit format, as a little-endian word.
+/// A pixel's bytes in a true-color or 16-bit format, as a little-endian word.
 uint32_t ReferenceEncode(const Bgra& pixel, int format, const std::array<uint32_t, 4>& masks);
 
 /// Scaling, by points or bilinear.

@@ -12,7 +12,7 @@ thread_local std::vector<std::string> t_traces;
 
 }  // namespace
 
-// Takes the place of the library's own, which stands alone in its object file.
+// Replaces the library's, which is alone in its object file.
 void zav::TraceHook(const char* text) { t_traces.emplace_back(text); }
 
 std::vector<std::string> zav::test::TakeTraces() { return std::exchange(t_traces, {}); }

@@ -7,7 +7,7 @@
 
 namespace zav::test {
 
-/// The texts that this thread's operations have handed to the trace hook since the last call.
+/// The texts that this thread passed to the trace hook since the last call.
 std::vector<std::string> TakeTraces();
 
 }  // namespace zav::test

@@ -9,14 +9,13 @@
 
 namespace zav::test {
 
-/// Whether there are kernels for it: Highway's baselines without vectors are served by the plain
-/// code.
+/// Whether the target has kernels: Highway's baselines without vectors use the plain code.
 inline bool HasVectors(const VectorTarget& target) {
   const std::string name = target.name;
   return target.bit != 0 && name != "SCALAR" && name != "EMU128";
 }
 
-/// Runs `body(target)` once with every target that this machine has, forced.
+/// Runs `body(target)` with every target of this machine, forced.
 template <typename Body>
 void ForEachVectorTarget(Body&& body) {
   std::array<VectorTarget, 32> targets;
