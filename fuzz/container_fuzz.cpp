@@ -2,12 +2,10 @@
 // SPDX-License-Identifier: MIT
 
 // Reads containers. The mutator starts from containers that the library wrote, joins them, and
-// repairs sizes after most changes, so that the readers get past the headers.
+// changes many of them in place, so that the readers get past the headers.
 
 #include <algorithm>
 
-#include "base/endian.h"
-#include "container/record.h"
 #include "support/container_files.h"
 #include "support/pictures.h"
 
@@ -56,30 +54,6 @@ const std::vector<Bytes>& Seeds() {
   return seeds;
 }
 
-/// Offset of width, height and pitch in a layer's header; 0 for unknown kinds.
-size_t ExtentOffset(uint8_t kind) {
-  if (kind >= ZAV_LAYER_PAL8 && kind <= ZAV_LAYER_TRUE32) return 6;
-  if (kind >= ZAV_LAYER_DXT1 && kind <= ZAV_LAYER_DXT5) return 6;
-  return kind == ZAV_LAYER_PACKED32 ? 10 : kind == ZAV_LAYER_PACKEDPAL8 ? 9 : 0;
-}
-
-/// Sets the sizes in the last image record, its layer and its picture to end with the data.
-void MendLastRecord(uint8_t* data, size_t size) {
-  size_t at = 4;
-  for (uint32_t step = 0; at + 55 < size; at += step) {
-    step = zav::LoadLe32(data + at + 1);
-    if (step < 5 || step >= size - at) break;
-  }
-  if (at + 59 > size || data[at] != ZAV_REC_IMAGE) return;
-  zav::StoreLe32(data + at + 1, static_cast<uint32_t>(size - at));
-  uint8_t* layer = data + at + 37;
-  zav::StoreLe32(layer + 1, static_cast<uint32_t>(size - at - 37));
-  const size_t extent = ExtentOffset(layer[0]);
-  if (extent != 6) return;  // packed sizes depend on what is packed
-  const uint32_t pitch = std::max(zav::LoadLe32(layer + extent + 8), uint32_t{1});
-  zav::StoreLe32(layer + extent + 4, static_cast<uint32_t>(size - at - 55) / pitch);
-}
-
 }  // namespace
 
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t limit,
@@ -94,16 +68,19 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t* data, size_t size, size_t lim
     std::copy_n(fresh.begin() + 4, joined, data + size);
     size += joined;
   }
+  // In place, among the header fields or anywhere, or with another size.
   const size_t header = std::min<size_t>(size, 4 + 49 + 22);
-  if (random.Below(3) == 0) {
-    LLVMFuzzerMutate(data + 4, header - 4, header - 4);  // in place, among the header fields
-  } else {
-    size = LLVMFuzzerMutate(data, size, limit);
+  switch (random.Below(3)) {
+    case 0:
+      LLVMFuzzerMutate(data + 4, header - 4, header - 4);
+      break;
+    case 1:
+      LLVMFuzzerMutate(data + 4, size - 4, size - 4);
+      break;
+    default:
+      size = LLVMFuzzerMutate(data, size, limit);
   }
-  if (random.Below(4) != 0 && size > 4) {
-    std::copy_n("ZAV", 4, data);
-    MendLastRecord(data, size);
-  }
+  if (random.Below(4) != 0 && size > 4) std::copy_n("ZAV", 4, data);
   return size;
 }
 
