@@ -36,8 +36,7 @@ bool Holds(const uint8_t* pixels, const Bytes& targa) {
 TEST(ImageLife, StartsZeroAndEndsZero) {
   Image image;
   const ZAV_CONVERTER none{};
-  EXPECT_EQ(std::memcmp(&image.source, &none.source, sizeof(image.source)), 0);
-  EXPECT_EQ(std::memcmp(&image.dest, &none.source, sizeof(image.dest)), 0);
+  EXPECT_TRUE(SameDefinition(image.source, {}) && SameDefinition(image.dest, {}));
   EXPECT_EQ(std::memcmp(image.converter, &none, sizeof(none)), 0);
   for (int i = 0; i < 2; ++i) {
     ZAV_FREE(&image);
@@ -102,14 +101,11 @@ TEST(ImageLife, ChainsOfConversionsHandBuffersOver) {
   // The same format and layout: the same buffer, with every default filled in.
   image.dest.format = ZAV_FMT_BGRA32;
   ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
-  EXPECT_EQ(image.dest.pixels, read);
-  EXPECT_EQ(image.dest.bytes_per_pixel, 4);
-  EXPECT_EQ(image.dest.pitch, 24);
-  EXPECT_EQ(image.dest.width, 6);
+  ZAV_GFXDEF complete = Definition(ZAV_FMT_BGRA32, 6, 4, 24, read);
+  complete.bytes_per_pixel = 4;
+  EXPECT_TRUE(SameDefinition(image.dest, complete));
   // A host that clears the definition keeps the old buffer's bytes.
-  image.dest = ZAV_GFXDEF{};
-  image.dest.format = ZAV_FMT_RGB24;
-  image.dest.width = image.dest.height = 3;
+  image.dest = Definition(ZAV_FMT_RGB24, 3, 3);
   ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
   EXPECT_EQ(image.source.pixels, nullptr);
   EXPECT_TRUE(Holds(read, file));

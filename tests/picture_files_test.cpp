@@ -414,12 +414,16 @@ TEST(PictureFiles, FailedSavesKeepTheFile) {
   EXPECT_TRUE(refused(wide.definition, ZAV_SAVE_TGA24));
   EXPECT_TRUE(refused(NoisePicture(ZAV_FMT_BGR24, 1, 65536, 0, 1).definition, ZAV_SAVE_TGA24));
   EXPECT_TRUE(refused(wide.definition, ZAV_SAVE_JPEG + 80));
+  const Picture small = NoisePicture(ZAV_FMT_BGRA32, 5, 5, 0, 1);
+#ifndef ZAV_HAVE_JPEG
+  EXPECT_TRUE(refused(small.definition, ZAV_SAVE_JPEG + 80));
+  EXPECT_FALSE(Image().Read("x.jpg", FileBytes(ZAV_SAMPLES "/nebula.jpg")));
+#endif
   TakeTraces();
   for (long type : {0L, 7L, 99L, 201L, -1L, LONG_MAX, LONG_MIN, LONG_MAX / 2 + 3}) {
     EXPECT_TRUE(refused(wide.definition, type)) << type;
     EXPECT_EQ(TakeTraces(), std::vector<std::string>{"ZAV_ERR: Unsupported SaveType\n"});
   }
-  const Picture small = NoisePicture(ZAV_FMT_BGRA32, 5, 5, 0, 1);
   for (const Saved& saved : kSaved) {
     if (saved.format == ZAV_FMT_PAL8) continue;
     FailEveryAllocation(

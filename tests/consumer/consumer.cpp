@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Calls every export once, through the installed header and library only: one that is missing or
-// not exported does not link, one that crashes on harmless arguments does not return 0.
+// Calls every export through the installed header and library: a missing one does not link, and one
+// that crashes on harmless arguments does not return 0.
 
 #include <zav.h>
 
