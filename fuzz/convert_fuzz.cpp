@@ -1,19 +1,20 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Any definition that fits its bytes, converted to any other: nothing is read or written outside,
-// and every instruction set gives the plain code's bytes.
+// Converts any definition that fits its bytes to any other: nothing outside is read or written, and
+// every instruction set gives the plain code's bytes.
 
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 #include "platform/vector_target.h"
 #include "support/page_end_buffer.h"
+#include "support/picture_files.h"
 #include "surface/format_table.h"
-#include "zav.h"
 
 namespace {
+
+using zav::test::Bytes;
 
 struct Request {
   uint8_t source_format, dest_format, width, height, dest_width, dest_height;
@@ -23,30 +24,24 @@ struct Request {
 
 constexpr uint8_t kFilter = 1, kResize = 2, kOwnBuffer = 4;
 
-/// The converted rows; empty when the library refuses.
-std::vector<uint8_t> Convert(const Request& r, const uint8_t* bytes, size_t size) {
-  ZAV_IMAGE image;
-  ZAV_INIT(&image);
+/// The converted rows; empty if the library refuses.
+Bytes Convert(const Request& r, const uint8_t* bytes, size_t size) {
+  zav::test::Image image;
   ZAV_SETENV(&image, r.flags & kFilter);
-  ZAV_GFXDEF& source = image.source;
-  source.format = r.source_format % 20;
-  source.width = r.width;
-  source.height = r.height;
-  source.pitch = r.width * zav::BytesPerPixel(source.format) + r.source_padding;
-  source.alpha_mask = r.masks[0];
-  source.red_mask = r.masks[1];
-  source.green_mask = r.masks[2];
-  source.blue_mask = r.masks[3];
   uint8_t palette[ZAV_PALETTE_BYTES] = {};
   std::memcpy(palette, bytes, size < sizeof(palette) ? size : sizeof(palette));
-  source.palette = palette;
+  const int32_t format = r.source_format % 20;
+  const int32_t pitch = r.width * zav::BytesPerPixel(format) + r.source_padding;
+  ZAV_GFXDEF& source = image.source;
+  source = {nullptr, palette,    r.width,    r.height,   0,         format,
+            pitch,   r.masks[0], r.masks[1], r.masks[2], r.masks[3]};
   const bool dxt = zav::IsDxt(source.format);
   if (dxt) source.pitch = static_cast<int32_t>(size);
   // A host whose definition lies about its block is outside the contract.
   const int64_t last_row = int64_t{r.width} * zav::BytesPerPixel(source.format);
   const int64_t needed = dxt ? int64_t{(r.width + 3) / 4} * ((r.height + 3) / 4) * 16
                              : int64_t{source.pitch} * (r.height - 1) + last_row;
-  std::vector<uint8_t> result;
+  Bytes result;
   zav::test::PageEndBuffer block(bytes, size);
   if (needed <= static_cast<int64_t>(size)) source.pixels = block.data();
 
@@ -70,7 +65,6 @@ std::vector<uint8_t> Convert(const Request& r, const uint8_t* bytes, size_t size
       result.insert(result.end(), start, start + (row < dest.pitch ? row : dest.pitch));
     }
   }
-  ZAV_FREE(&image);
   return result;
 }
 
@@ -83,7 +77,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const uint8_t* bytes = data + sizeof(request);
   size -= sizeof(request);
   zav::ForceVectorTarget({0, "plain"});
-  const std::vector<uint8_t> plain = Convert(request, bytes, size);
+  const Bytes plain = Convert(request, bytes, size);
   zav::RestoreVectorTarget();
   if (Convert(request, bytes, size) != plain) std::abort();
   return 0;

@@ -103,17 +103,12 @@ void RoundTrip(const ZAV_LAYER& layer, const Picture& picture) {
   ExpectSame(expected.dest, Probe("x.zav", file));
   const TemporaryFile on_disk(".ZAV");
   on_disk.Write(file);
-  for (const int32_t wanted : {0, int32_t{ZAV_FMT_BGRA32}}) {
-    Image from_memory, from_disk, hub;
-    from_memory.dest.format = from_disk.dest.format = wanted;
-    ASSERT_TRUE(ReadOne(from_memory, file));
-    ASSERT_EQ(ZAV_CONVERT_FILE(&from_disk, on_disk.path()), 1);
-    if (wanted == 0) ExpectSame(expected.dest, from_memory.source);
-    ASSERT_TRUE(wanted == 0 || hub.Convert(expected.dest, wanted));
-    ASSERT_TRUE(wanted == 0 || SamePicture(hub.dest, from_memory.dest));
-    ASSERT_TRUE(SamePicture(wanted == 0 ? from_memory.source : from_memory.dest,
-                            wanted == 0 ? from_disk.source : from_disk.dest));
-  }
+  Image from_disk, from_memory, hub;
+  ASSERT_EQ(ZAV_CONVERT_FILE(&from_disk, on_disk.path()), 1);
+  ExpectSame(expected.dest, from_disk.source);
+  from_memory.dest.format = ZAV_FMT_BGRA32;
+  ASSERT_TRUE(ReadOne(from_memory, file) && hub.Convert(expected.dest, ZAV_FMT_BGRA32));
+  ASSERT_TRUE(SamePicture(hub.dest, from_memory.dest));
 }
 
 TEST(ContainerLayers, EveryKindReadsBackExactly) {

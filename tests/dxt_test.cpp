@@ -214,22 +214,16 @@ TEST(DxtEncode, OwnSixteenBitColorsComeBack) {
   Random random(12);
   for (int round = 0; round < 400; ++round) {
     Picture picture = NoisePicture(ZAV_FMT_BGRA32, 4, 4, 0, static_cast<uint64_t>(round));
-    // One or two colors of the grid always fit; three if the third is between them.
+    // One or two colors of the grid always fit; a third if it is between them, here in red.
     uint32_t colors[3];
     for (uint32_t& color : colors) color = random.Next() & 0xF8FCF8;
     if (round % 3 == 2) {
-      colors[1] = (colors[0] + 0x183018 * (random.Below(4))) & 0xF8FCF8;
-      colors[2] = 0;
-      for (int shift = 0; shift < 24; shift += 8) {
-        colors[2] |= (2 * (colors[0] >> shift & 255) + (colors[1] >> shift & 255)) / 3 << shift;
-      }
-      if ((colors[2] & 0x070307) != 0) colors[2] = colors[0];
+      const uint32_t step = 0x080000 * random.Below(5), low = colors[0] & 0x78FCF8;
+      colors[0] = low, colors[1] = low + 3 * step, colors[2] = low + step;
     }
     for (size_t i = 0; i < 16; ++i) {
-      uint32_t color = colors[random.Below(1 + static_cast<uint32_t>(round) % 3)];
-      for (size_t k = 0; k < 3; ++k)
-        picture.pixels[i * 4 + k] = static_cast<uint8_t>(color >> 8 * k);
-      picture.pixels[i * 4 + 3] = 255;
+      const uint32_t color = colors[random.Below(1 + static_cast<uint32_t>(round) % 3)];
+      StoreLe32(&picture.pixels[i * 4], color | 0xFF000000);
     }
     for (const int format : {ZAV_FMT_DXT1, ZAV_FMT_DXT3, ZAV_FMT_DXT5}) {
       ASSERT_EQ(DifferenceAfter(format, picture, 0, 3), 0) << format << " round " << round;

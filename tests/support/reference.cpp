@@ -5,6 +5,8 @@
 namespace zav::test {
 namespace {
 
+bool RedFirst(int format) { return format == ZAV_FMT_RGBA32 || format == ZAV_FMT_RGB24; }
+
 /// The mask's highest bit, which takes the channel's highest.
 uint32_t HighestBit(uint32_t mask) {
   uint32_t bit = 15;
@@ -30,9 +32,7 @@ Bgra DecodeWord(uint32_t word, const std::array<uint32_t, 4>& masks) {
 }
 
 uint32_t Mix(uint32_t p, uint32_t q, int64_t fraction) {
-  const int64_t product = (int64_t{q} - int64_t{p}) * fraction;
-  const int64_t floored = product >= 0 ? product / 65536 : -((-product + 65535) / 65536);
-  return static_cast<uint32_t>(int64_t{p} + floored);
+  return static_cast<uint32_t>(p + ((int64_t{q} - int64_t{p}) * fraction >> 16));
 }
 
 Bgra Mix(const Bgra& p, const Bgra& q, int64_t fraction) {
@@ -69,27 +69,14 @@ BgraPicture ReferenceDecode(const ZAV_GFXDEF& definition) {
   for (int y = 0; y < definition.height; ++y) {
     const uint8_t* p = definition.pixels + int64_t{y} * definition.pitch;
     for (int x = 0; x < definition.width; ++x, p += ReferenceBytes(definition.format)) {
-      switch (definition.format) {
-        case ZAV_FMT_PAL8: {
-          const uint8_t* entry = definition.palette + 4 * *p;
-          picture.push_back({entry[0], entry[1], entry[2], entry[3]});
-          break;
-        }
-        case ZAV_FMT_RGBA32:
-          picture.push_back({p[2], p[1], p[0], p[3]});
-          break;
-        case ZAV_FMT_BGRA32:
-          picture.push_back({p[0], p[1], p[2], p[3]});
-          break;
-        case ZAV_FMT_RGB24:
-          picture.push_back({p[2], p[1], p[0], 255});
-          break;
-        case ZAV_FMT_BGR24:
-          picture.push_back({p[0], p[1], p[2], 255});
-          break;
-        default:
-          picture.push_back(DecodeWord(p[0] + 256u * p[1], masks));
+      if (ReferenceBytes(definition.format) == 2) {
+        picture.push_back(DecodeWord(p[0] + 256u * p[1], masks));
+        continue;
       }
+      const uint8_t* from = definition.format == ZAV_FMT_PAL8 ? definition.palette + 4 * *p : p;
+      const uint32_t alpha = ReferenceBytes(definition.format) == 3 ? 255 : from[3];
+      const int red = RedFirst(definition.format) ? 0 : 2;
+      picture.push_back({from[2 - red], from[1], from[red], alpha});
     }
   }
   return picture;
@@ -97,18 +84,11 @@ BgraPicture ReferenceDecode(const ZAV_GFXDEF& definition) {
 
 uint32_t ReferenceEncode(const Bgra& pixel, int format, const std::array<uint32_t, 4>& masks) {
   const auto [b, g, r, a] = pixel;
-  switch (format) {
-    case ZAV_FMT_RGBA32:
-      return r | g << 8 | b << 16 | a << 24;
-    case ZAV_FMT_BGRA32:
-      return b | g << 8 | r << 16 | a << 24;
-    case ZAV_FMT_RGB24:
-      return r | g << 8 | b << 16;
-    case ZAV_FMT_BGR24:
-      return b | g << 8 | r << 16;
-    default:
-      return Field(a, masks[0]) | Field(r, masks[1]) | Field(g, masks[2]) | Field(b, masks[3]);
+  if (ReferenceBytes(format) == 2) {
+    return Field(a, masks[0]) | Field(r, masks[1]) | Field(g, masks[2]) | Field(b, masks[3]);
   }
+  const uint32_t colors = RedFirst(format) ? r | g << 8 | b << 16 : b | g << 8 | r << 16;
+  return ReferenceBytes(format) == 4 ? colors | a << 24 : colors;
 }
 
 BgraPicture ReferenceScale(const BgraPicture& source, int width, int height, int new_width,
