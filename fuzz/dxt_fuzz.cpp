@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Pixels into blocks and bytes as blocks into pixels: the plain code and the processor's best give
-// the same, and neither touches a byte beyond its buffers.
+// Encodes pixels into blocks, and decodes these and any bytes: the plain code and the processor's
+// best give the same, and no byte outside their buffers is touched.
 
 #include <cstdlib>
 #include <cstring>
@@ -28,7 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                                         zav::test::PageEndBuffer(block_bytes)};
   zav::test::PageEndBuffer decoded[2] = {zav::test::PageEndBuffer(pixel_bytes),
                                          zav::test::PageEndBuffer(pixel_bytes)};
-  // What the encoder made, and what the bytes say when they are taken for blocks.
+  // The encoder's blocks, and the data as blocks.
   for (const bool encoded : {true, false}) {
     if (!encoded && pixel_bytes < block_bytes) break;
     for (int pass = 0; pass < 2; ++pass) {

@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// The data is the file, so that any JPEG file is a seed; its last byte, which a reader does not
-// need once the end marker has passed, also chooses the destination's format.
+// The data is the file, so that any JPEG file is a seed. Its last byte, which comes after the end
+// marker or is part of it, also chooses the destination's format.
 
 #include "support/picture_files.h"
 

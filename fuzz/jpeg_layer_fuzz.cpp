@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Reads JPEG layers whose headers are right: eight bytes choose kind, flags, cut levels and how
-// many bytes the mask has; the others are the JPEG file and the packed mask.
+// Reads JPEG layers with valid headers: eight bytes choose the kind, flags, cut levels and the size
+// of the mask; the others are the JPEG file and the packed mask.
 
 #include <algorithm>
 

@@ -1,7 +1,7 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// Stands in for libFuzzer where the compiler has none: runs the fuzzer on the files named.
+// Replaces libFuzzer for compilers without it: runs the fuzzer on the files in the arguments.
 
 #include <cstdint>
 #include <cstdio>

@@ -1,18 +1,18 @@
 #!/usr/bin/env python3
 # SPDX-FileCopyrightText: 2026 the ZAV authors
 # SPDX-License-Identifier: MIT
-"""Draws the sample pictures into the directory of this script, the same bytes every time (those of
-the JPEG file as far as PIL, which writes it, keeps them).
+"""Draws the sample pictures into the directory of this script: the same bytes every time, except
+that the JPEG file depends on the version of PIL.
 
-Each picture stands for one way of storing pixels, none is symmetric, and odd widths are among
-them: a swapped channel, a flipped row or a slipped pitch is seen at once.
+Each picture uses another way of storing pixels, none is symmetric, and some have odd widths: a
+swapped channel, a flipped row or a wrong pitch is visible at once.
 """
 import io
 import math
 import pathlib
 import struct
 
-# --- noise and colours ---------------------------------------------------------------------------
+# --- noise and colors ----------------------------------------------------------------------------
 
 
 def hashed(x, y, seed):
@@ -52,8 +52,8 @@ def mix(a, b, t):
     return tuple(p + (q - p) * t for p, q in zip(a, b))
 
 
-def scale(colour, factor):
-    return tuple(channel * factor for channel in colour)
+def scale(color, factor):
+    return tuple(channel * factor for channel in color)
 
 
 def rgb(text):
@@ -61,10 +61,10 @@ def rgb(text):
 
 
 def ramp(stops, t):
-    """Colour at t of stops (position, colour)."""
-    for (at, colour), (next_at, next_colour) in zip(stops, stops[1:]):
+    """Color at t of stops (position, color)."""
+    for (at, color), (next_at, next_color) in zip(stops, stops[1:]):
         if t <= next_at:
-            return mix(colour, next_colour, clamp((t - at) / (next_at - at)))
+            return mix(color, next_color, clamp((t - at) / (next_at - at)))
     return stops[-1][1]
 
 
@@ -91,9 +91,9 @@ def draw(width, height, shade, samples=2):
 # --- files ---------------------------------------------------------------------------------------
 
 
-def targa_header(kind, width, height, depth, descriptor, colours=0):
-    return struct.pack("<BBBHHBHHHHBB", 0, 1 if colours else 0, kind, 0, colours,
-                       24 if colours else 0, 0, 0, width, height, depth, descriptor)
+def targa_header(kind, width, height, depth, descriptor, colors=0):
+    return struct.pack("<BBBHHBHHHHBB", 0, 1 if colors else 0, kind, 0, colors,
+                       24 if colors else 0, 0, 0, width, height, depth, descriptor)
 
 
 def pixel_bytes(pixel, alpha):
@@ -131,24 +131,24 @@ def targa(rows, alpha=False, packed=False, top_down=False):
 
 
 def indexed(rows, limit):
-    """Palette and rows of indices: the most frequent colours, the others to their nearest."""
+    """Palette and rows of indices: the most frequent colors, the others to their nearest."""
     counts = {}
     for row in rows:
         for pixel in row:
             counts[pixel] = counts.get(pixel, 0) + 1
-    palette = sorted(counts, key=lambda colour: (-counts[colour], colour))[:limit]
-    index = {colour: i for i, colour in enumerate(palette)}
-    for colour in counts:
-        if colour not in index:
-            index[colour] = min(range(len(palette)), key=lambda i: sum(
-                (p - q) ** 2 for p, q in zip(palette[i], colour)))
+    palette = sorted(counts, key=lambda color: (-counts[color], color))[:limit]
+    index = {color: i for i, color in enumerate(palette)}
+    for color in counts:
+        if color not in index:
+            index[color] = min(range(len(palette)), key=lambda i: sum(
+                (p - q) ** 2 for p, q in zip(palette[i], color)))
     return palette, [bytes(index[pixel] for pixel in row) for row in rows]
 
 
 def mapped_targa(rows, limit):
     palette, lines = indexed(rows, limit)
     return (targa_header(1, len(rows[0]), len(rows), 8, 8, len(palette)) +
-            b"".join(pixel_bytes(colour, False) for colour in palette) +
+            b"".join(pixel_bytes(color, False) for color in palette) +
             b"".join(reversed(lines)))
 
 
@@ -160,13 +160,13 @@ def bmp(lines, width, bits, palette=b""):
                         len(palette) // 4, 0) + palette + b"".join(lines))
 
 
-def true_colour_bmp(rows):
+def true_color_bmp(rows):
     return bmp([b"".join(pixel_bytes(p, False) for p in row) for row in rows], len(rows[0]), 24)
 
 
 def mapped_bmp(rows, limit):
     palette, lines = indexed(rows, limit)
-    entries = b"".join(pixel_bytes(colour, False) + b"\0" for colour in palette)
+    entries = b"".join(pixel_bytes(color, False) + b"\0" for color in palette)
     return bmp(lines, len(rows[0]), 8, entries)
 
 
@@ -231,15 +231,15 @@ def dusk():
     def shade(x, y):
         if pine(x, y):
             return rgb("171233")
-        for (_, _, _, colour), ridge in reversed(list(zip(layers, ridges))):
+        for (_, _, _, color), ridge in reversed(list(zip(layers, ridges))):
             if y > ridge[int(x * 2)]:
-                return mix(colour, rgb("171233"), clamp((math.floor(y) - height * 0.6) / height))
-        colour = ramp(sky, math.floor(y) / height / 0.8)
+                return mix(color, rgb("171233"), clamp((math.floor(y) - height * 0.6) / height))
+        color = ramp(sky, math.floor(y) / height / 0.8)
         distance = math.hypot(x - 208, y - 84)
         for radius, amount in ((21, 1.0), (32, 0.35), (47, 0.2), (66, 0.1)):
             if distance < radius:
-                return mix(colour, rgb("fff3c4"), amount)
-        return colour
+                return mix(color, rgb("fff3c4"), amount)
+        return color
 
     return targa(draw(width, height, shade), packed=True)
 
@@ -252,7 +252,7 @@ def flask():
     def shade(x, y):
         dx, dy = x - cx, y - cy
         distance = math.hypot(dx, dy)
-        layer = []  # bottom to top: colour, alpha
+        layer = []  # bottom to top: color, alpha
         glow = math.exp(-(max(0.0, distance - radius + 6) / 15) ** 2)
         layer.append((rgb("7df9c0"), 0.62 * glow * clamp((64 - distance) / 14)))
         neck = abs(dx) < 12.5 and 34 < y < cy
@@ -277,11 +277,11 @@ def flask():
             grain = fractal(x * 0.3, y * 0.3, 3, 2)
             layer.append((scale(mix(rgb("d9a066"), rgb("7a4a26"), (dx + 12) / 24), 0.8 + 0.4 * grain), 1.0))
         r = g = b = a = 0.0
-        for colour, alpha in layer:
+        for color, alpha in layer:
             keep = a * (1 - alpha)
             total = alpha + keep
             if total > 0:
-                r, g, b = ((c * alpha + o * keep) / total for c, o in zip(colour, (r, g, b)))
+                r, g, b = ((c * alpha + o * keep) / total for c, o in zip(color, (r, g, b)))
             a = total
         return r, g, b, a
 
@@ -289,7 +289,7 @@ def flask():
 
 
 def crest():
-    """Flat art of few colours."""
+    """Flat art of few colors."""
     width, height = 200, 200
     night, gold, cream = rgb("12304a"), rgb("f2b134"), rgb("fff4dc")
     sea, foam, red, hull = rgb("1f7a8c"), rgb("bfe7e2"), rgb("d1495b"), rgb("6b3e26")
@@ -359,7 +359,7 @@ def bricks():
         base = mix(rgb("7c2f22"), rgb("c4633f"), tone) if tone < 0.86 else rgb("5b4a4f")
         return scale(mix(base, rgb("d99c74"), clamp(rough * 1.6 - 0.8)), light * (0.72 + 0.5 * rough))
 
-    return true_colour_bmp(draw(size, size, shade, 1))
+    return true_color_bmp(draw(size, size, shade, 1))
 
 
 def planks():
@@ -414,7 +414,7 @@ def cobbles():
 
 
 def marbles():
-    """Shaded balls with reflections: thousands of colours."""
+    """Shaded balls with reflections: thousands of colors."""
     width, height = 320, 200
     balls = [((-1.55, 0.0, 4.6), 1.0, rgb("c8323c")), ((0.75, 0.35, 5.6), 1.35, rgb("2f6fd0")),
              ((0.25, -0.55, 3.3), 0.45, rgb("f0c040")), ((2.0, -0.45, 3.9), 0.55, rgb("3fae5a")),
@@ -434,7 +434,7 @@ def marbles():
                     best, found = distance, ball
         return best, found
 
-    def colour_of(origin, ray, depth):
+    def color_of(origin, ray, depth):
         distance, ball = hit(origin, ray)
         floor = (-1.0 - origin[1]) / ray[1] if ray[1] < -1e-6 else 1e9
         if ball is None and floor > 60:
@@ -457,14 +457,14 @@ def marbles():
         result = scale(base, 0.30 + 0.12 * normal[1] + 0.68 * lit)
         mirrored = tuple(r - 2 * dot(ray, normal) * n for r, n in zip(ray, normal))
         if depth:
-            result = mix(result, colour_of(lifted, mirrored, depth - 1), shine)
+            result = mix(result, color_of(lifted, mirrored, depth - 1), shine)
         gleam = max(0.0, dot(mirrored, lamp)) ** 60 * lit
         return tuple(clamp(c + 0.8 * gleam) for c in result) if ball else result
 
     def shade(x, y):
         ray = ((x - width / 2) / height * 1.15, (height * 0.42 - y) / height * 1.15, 1.0)
         length = math.sqrt(dot(ray, ray))
-        return colour_of((0.0, 0.25, 0.0), scale(ray, 1 / length), 2)
+        return color_of((0.0, 0.25, 0.0), scale(ray, 1 / length), 2)
 
     return targa(draw(width, height, shade, 2))
 
@@ -488,15 +488,15 @@ def leaf():
         vein = math.exp(-(near * distance / 0.014) ** 2)
         small = math.exp(-((math.sin(26 * distance - 9 * near) * 0.5) / 0.09) ** 2) * 0.35
         tone = clamp(0.55 * distance / lobes + 0.6 * (fractal(x / 17, y / 17, 91, 3) - 0.3))
-        colour = ramp([(0, rgb("f6c445")), (0.4, rgb("ee8a2c")), (0.75, rgb("d2442a")),
+        color = ramp([(0, rgb("f6c445")), (0.4, rgb("ee8a2c")), (0.75, rgb("d2442a")),
                        (1, rgb("8e1f2b"))], tone)
-        return (*mix(mix(colour, rgb("ffe3a1"), small * 0.5), rgb("ffe3a1"), 0.75 * vein), edge)
+        return (*mix(mix(color, rgb("ffe3a1"), small * 0.5), rgb("ffe3a1"), 0.75 * vein), edge)
 
     return sgi(draw(size, size, shade))
 
 
 def nebula():
-    """Glowing gas and stars: soft colours, as in a photograph."""
+    """Glowing gas and stars: soft colors, as in a photograph."""
     width, height = 320, 200
     stars = [(width * hashed(i, 1, 5), height * hashed(i, 2, 5), hashed(i, 3, 5)) for i in range(160)]
 
@@ -506,10 +506,10 @@ def nebula():
         dark = fractal(x / 40 + bend, y / 40 - bend, 61, 5)
         arm = math.exp(-((y - 128 + 0.30 * x - 60 * (bend - 0.5)) / 52) ** 2)
         glow = clamp(arm * (gas * 2.6 - 0.62))
-        colour = ramp([(0, rgb("070a1c")), (0.3, rgb("2b2158")), (0.55, rgb("a23b7d")),
+        color = ramp([(0, rgb("070a1c")), (0.3, rgb("2b2158")), (0.55, rgb("a23b7d")),
                        (0.8, rgb("f08a6b")), (1, rgb("fff1cf"))], glow)
-        colour = mix(colour, rgb("1e8fb0"), 0.55 * clamp(gas * 2.2 - 1.0) * (1 - arm))
-        colour = scale(colour, clamp(1.5 - 1.1 * dark, 0.3, 1.2))
+        color = mix(color, rgb("1e8fb0"), 0.55 * clamp(gas * 2.2 - 1.0) * (1 - arm))
+        color = scale(color, clamp(1.5 - 1.1 * dark, 0.3, 1.2))
         light = 0.0
         for sx, sy, size in stars:
             if abs(x - sx) < 12 and abs(y - sy) < 12:
@@ -517,7 +517,7 @@ def nebula():
                 light += math.exp(-(away / (0.5 + 0.9 * size ** 6)) ** 2)
                 if size > 0.93:
                     light += 0.5 * math.exp(-abs(x - sx) * abs(y - sy) * 2 - away / 4)
-        return mix(colour, rgb("f4f8ff"), clamp(light))
+        return mix(color, rgb("f4f8ff"), clamp(light))
 
     return jpeg(draw(width, height, shade), 88)
 

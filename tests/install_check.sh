@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # SPDX-FileCopyrightText: 2026 the ZAV authors
 # SPDX-License-Identifier: MIT
-# install_check.sh SOURCE BUILD: the installed copy serves find_package, pkg-config and C++11 hosts.
+# install_check.sh SOURCE BUILD: the installed copy works with find_package, pkg-config and C++11.
 set -euo pipefail
 source=$1 build=$2
 work=$(mktemp -d)
@@ -17,7 +17,7 @@ readelf -d "$library" | grep -q 'SONAME.*libzav\.so\.0'
 # Only the interface is exported: ZAV_* functions and the class CZAV.
 stray=$(nm -D --defined-only -C "$library" | cut -d' ' -f3- | grep -vE '^(ZAV_[A-Z_]+\(|CZAV::|(typeinfo|typeinfo name|vtable) for CZAV$)' || true)
 if [ -n "$stray" ]; then
-  echo "exported beside the interface: $stray" >&2
+  echo "exported besides the interface: $stray" >&2
   exit 1
 fi
 

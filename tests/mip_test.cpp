@@ -46,8 +46,8 @@ Bytes PlainLevel(const ZAV_GFXDEF& source, int32_t width, int32_t height) {
     if (height > 1 && width > 1) {
       made = Weighted({made, pixel(x + 1, y), pixel(x, y + 1), pixel(x + 1, y + 1)});
     } else {
-      const bool beside = height == 1 && source.width > 1;
-      const Pixel other = pixel(x + beside, y + (!beside && source.height > y + 1));
+      const bool right = height == 1 && source.width > 1;
+      const Pixel other = pixel(x + right, y + (!right && source.height > y + 1));
       for (size_t c = 0; c < 4; ++c)
         made[c] = static_cast<uint8_t>(2 * (made[c] / 4 + other[c] / 4));
     }

@@ -82,14 +82,14 @@ TEST(Packer, GivesUpAtTheSameWord) {
 TEST(Packer, RefusesWhatDoesNotFit) {
   Bytes block = PackAndCompare(NoiseBytes(600, 1, 3));
   EXPECT_EQ(UnpackAndCompare(block, 599), 0);
-  // The last word is missed even where the stream's bits end before it.
+  // The last word is required even if the stream's bits end before it.
   for (Bytes cut : {block, PackAndCompare(Equal(16)), PackAndCompare(NoiseBytes(15, 1))}) {
     while (!cut.empty()) {
       cut.pop_back();
       ASSERT_EQ(UnpackAndCompare(cut, 600), 0) << cut.size();
     }
   }
-  // Bytes behind the block and behind the announced size stay out of it.
+  // Bytes after the block and after the announced size are left alone.
   block.resize(block.size() + 100, 0xFF);
   Bytes room(700, 0xEE);
   EXPECT_EQ(ZAV_PACKER::Decompress(block.data(), static_cast<int64_t>(block.size()), room.data(),
@@ -105,8 +105,8 @@ TEST(Packer, RefusesWhatDoesNotFit) {
   EXPECT_EQ(ZAV_PACKER::Compress(none, none, -1), 0);
 }
 
-// Streams that turn into noise, with more ones or more zeros: long groups, far distances. Behind
-// 600 good bytes every distance finds something to copy; behind 30 some do not.
+// Streams that turn into noise, with more ones or more zeros: long groups, far distances. After 600
+// good bytes every distance is valid; after 30 some are not.
 TEST(Packer, StreamsOfNoise) {
   Random random(3);
   int accepted = 0;
