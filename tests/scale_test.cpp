@@ -101,14 +101,14 @@ TEST(Scale, WideRowsNeedNoHeap) {
 TEST(Resize, TakesABufferThatOverlapsTheSource) {
   Bytes other(ZAV_PALETTE_BYTES, 0xA5);
   for (const int32_t format : {ZAV_FMT_BGRA32, ZAV_FMT_PAL8}) {
-    const auto bytes = static_cast<size_t>(64 * BytesPerPixel(format));
-    Picture from = NoisePicture(format, 8, 8, 0, 6);
+    const auto bytes = static_cast<size_t>(512 * BytesPerPixel(format));
+    Picture from = NoisePicture(format, 64, 8, 0, 6);
     Bytes apart(bytes), palette(ZAV_PALETTE_BYTES);
     for (uint8_t* buffer : {apart.data(), from.pixels.data()}) {
       Image image;
       image.source = from.definition;
       image.source.palette = from.palette.empty() ? other.data() : from.palette.data();
-      image.dest = Definition(format, 16, 4, 16 * BytesPerPixel(format), buffer, palette.data());
+      image.dest = Definition(format, 128, 4, 128 * BytesPerPixel(format), buffer, palette.data());
       FailingHeap heap(buffer == apart.data() ? 0 : 9);
       ASSERT_EQ(ZAV_CONVERT_RAW(&image), 1);
       EXPECT_EQ(image.dest.pixels, buffer);
