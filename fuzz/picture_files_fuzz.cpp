@@ -1,8 +1,8 @@
 // SPDX-FileCopyrightText: 2026 the ZAV authors
 // SPDX-License-Identifier: MIT
 
-// The data is the file, for all three readers, so that any picture is a seed; its last byte also
-// chooses the destination's format.
+// The data is the file, for all readers, so that any picture is a seed. Its last byte also chooses
+// the destination's format.
 
 #include "base/endian.h"
 #include "support/picture_files.h"
@@ -12,6 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const zav::test::Bytes file(data, data + size);
   const int format = data[size - 1] % 18;
   zav::test::ReadAllBytes("x.bmp", file, format);
+  zav::test::ReadAllBytes("x.jpg", file, format);
   // A few bytes of packets may announce many pixels; larger pictures take the same code, only
   // longer.
   const auto small = [](int64_t pixels) { return pixels <= 1 << 14; };

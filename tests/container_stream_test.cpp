@@ -49,11 +49,8 @@ TEST(ContainerStream, NullArgumentsFail) {
   EXPECT_EQ(ZAV_DECODE_BITMAP(stream, &image), -1);  // never initialised
   EXPECT_EQ(ZAV_DECODE_BITMAPFORMAT(stream, nullptr), -1);
   EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, nullptr), -1);
-  EXPECT_EQ(ZAV_SEEK_START(stream) + ZAV_GET_LAYER_SIZE(stream), -2);
   EXPECT_EQ(ZAV_READ_LAYER(stream, nullptr), -1);
   EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);  // the failed read ended the stream
-  EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);
-  EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &definition), -1);
   // Without pixels the record that was begun stays.
   for (ZAV_GFXDEF* unusable : {static_cast<ZAV_GFXDEF*>(nullptr), &definition}) {
     const Bytes file = WriteContainer([&](void* to) {
@@ -138,10 +135,8 @@ TEST(ContainerStream, RefusesUnknownKindsAndModes) {
               Join({header}));
   }
   WriteContainer([&](void* stream) {
-    int kind = 1;
-    EXPECT_EQ(ZAV_GET_LAYER_TYPE(stream, &kind), -1);
-    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
     ZAV_LAYER layer = Layer(3);
+    EXPECT_EQ(ZAV_SKIP_LAYER(stream), -1);
     EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), 0);  // still writing
     EXPECT_EQ(ZAV_READ_LAYER(stream, &layer), -1);
     EXPECT_EQ(ZAV_WRITE_LAYER(stream, &layer), -1);

@@ -360,10 +360,13 @@ constexpr Saved kSaved[] = {
 TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
   for (const Saved& saved : kSaved) {
     for (int32_t width = 1; width <= 9; ++width) {
-      for (bool opaque : {false, true}) {
+      for (const size_t transparent : {256, 1, 0}) {  // entries of the palette
+        const bool opaque = transparent == 0;
         SCOPED_TRACE(testing::Message() << "type " << saved.type << ", width " << width);
         Picture picture = NoisePicture(saved.format, width, 3, opaque ? 0 : width * 4 + 3, 7);
-        for (size_t i = 3; opaque && i < picture.palette.size(); i += 4) picture.palette[i] = 255;
+        for (size_t i = transparent * 4 + 3; i < picture.palette.size(); i += 4) {
+          picture.palette[i] = 255;
+        }
         const Bytes pixels = picture.pixels, palette = picture.palette;
         const TemporaryFile target(saved.ending);
         unlink(target.path());
