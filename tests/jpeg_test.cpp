@@ -199,17 +199,22 @@ TEST(JpegLayers, EveryKindAndOrderComesBack) {
   }
 }
 
-// With an Adobe marker four channels are inks: full black without color is black.
+// An Adobe marker turns four channels into inks: here Y, Cb and Cr of black, printed without and
+// with the full value for black.
 TEST(JpegFiles, FourChannelsOfAnotherProgramAreInks) {
-  Picture black = NoisePicture(ZAV_FMT_BGRA32, 31, 3, 0, 1);
-  std::fill(black.pixels.begin(), black.pixels.end(), uint8_t{0});
-  Bytes inks = JpegOf(WriteOne(Layer(ZAV_LAYER_JPEG32, {0, 80}), black.definition));
-  const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
-  inks.insert(inks.begin() + 2, adobe.begin(), adobe.end());
-  Image printed;
-  ASSERT_TRUE(printed.Read("jpg", inks));
-  const Bytes pixels = PixelsAs(printed.source, ZAV_FMT_BGRA32);
-  for (size_t i = 0; i < pixels.size(); ++i) ASSERT_EQ(pixels[i], i % 4 == 3 ? 255 : 0);
+  const uint8_t expected[][4] = {{0, 0, 0, 255}, {128, 128, 0, 255}};
+  for (const size_t full : {size_t{0}, size_t{1}}) {
+    Picture plain = NoisePicture(ZAV_FMT_BGRA32, 31, 3, 0, 1);
+    std::fill(plain.pixels.begin(), plain.pixels.end(), uint8_t{0});
+    for (size_t i = 3; full != 0 && i < plain.pixels.size(); i += 4) plain.pixels[i] = 255;
+    Bytes inks = JpegOf(WriteOne(Layer(ZAV_LAYER_JPEG32, {0, 80}), plain.definition));
+    const Bytes adobe = {0xFF, 0xEE, 0, 14, 'A', 'd', 'o', 'b', 'e', 0, 100, 0, 0, 0, 0, 0};
+    inks.insert(inks.begin() + 2, adobe.begin(), adobe.end());
+    Image printed;
+    ASSERT_TRUE(printed.Read("jpg", inks));
+    const Bytes pixels = PixelsAs(printed.source, ZAV_FMT_BGRA32);
+    for (size_t i = 0; i < pixels.size(); ++i) ASSERT_EQ(pixels[i], expected[full][i % 4]) << full;
+  }
 }
 
 TEST(JpegLayers, HoldWholeFiles) {

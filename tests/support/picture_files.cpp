@@ -18,6 +18,11 @@ void Put(Bytes& bytes, size_t at, int64_t value, size_t count) {
   for (size_t i = 0; i < count; ++i) bytes[at + i] = static_cast<uint8_t>(value >> (8 * i));
 }
 
+/// Mostly short, often the longest.
+uint32_t PacketLength(Random& random, uint32_t longest) {
+  return random.Below(6) == 0 ? longest : 1 + random.Below(random.Below(4) == 0 ? longest : 9);
+}
+
 }  // namespace
 
 uint64_t SumOfBytes(const ZAV_GFXDEF& picture) {
@@ -110,7 +115,7 @@ Bytes NoisePackets(int32_t pixel_bytes, int64_t pixels, uint64_t seed) {
   Bytes stream;
   while (pixels > 0) {
     const bool is_run = random.Below(2) == 0;
-    const uint32_t length = 1 + random.Below(random.Below(4) == 0 ? 128 : 9);
+    const uint32_t length = PacketLength(random, 128);
     stream.push_back(static_cast<uint8_t>((is_run ? 128 : 0) + length - 1));
     Append(stream,
            NoiseBytes(static_cast<size_t>(pixel_bytes) * (is_run ? 1 : length), random.Next()));
@@ -141,12 +146,12 @@ void AppendSgiRows(Bytes& file, int64_t rows, uint32_t width, uint64_t seed) {
     uint32_t left = shared ? 0 : random.Below(8) == 0 ? random.Below(width) : width;
     while (left > 0) {
       const bool is_run = random.Below(2) == 0;
-      const uint32_t length = std::min(left, 1 + random.Below(random.Below(4) == 0 ? 127 : 9));
+      const uint32_t length = std::min(left, PacketLength(random, 127));
       file.push_back(static_cast<uint8_t>((is_run ? 0 : 128) + length));
       Append(file, NoiseBytes(is_run ? 1 : length, random.Next()));
       left -= length;
     }
-    if (!shared) file.push_back(0);
+    if (!shared) file.push_back(random.Below(2) == 0 ? 0 : 128);  // both end a row
   }
 }
 
