@@ -105,6 +105,24 @@ TEST(Packer, RefusesWhatDoesNotFit) {
   EXPECT_EQ(ZAV_PACKER::Compress(none, none, -1), 0);
 }
 
+// Zeros from literals, of nine zero bits each, and from a match of the nearest two bytes, one and
+// six zeros; then a match from the farthest distance, twelve ones. It is valid after 510 bytes;
+// one byte earlier it reads before the output.
+TEST(Packer, FarthestMatchNeedsAWholeWindow) {
+  for (uint32_t before = 500; before <= 520; ++before) {
+    const uint32_t size = before + 100, near = (before - 2) * 9, far = near + 7;
+    Bytes block(4 + size * 9 / 32 * 4 + 8);
+    StoreLe32(block.data(), size);
+    const auto set = [&](uint32_t bit) {
+      block[4 + bit / 8] |= static_cast<uint8_t>(1 << bit % 8);
+    };
+    set(near);
+    for (uint32_t bit = far; bit < far + 12; ++bit) set(bit);
+    EXPECT_EQ(UnpackAndCompare(block, size), before < 510 ? 0 : static_cast<int32_t>(size))
+        << before;
+  }
+}
+
 // Streams that turn into noise, with more ones or more zeros: long groups, far distances. After 600
 // good bytes every distance is valid; after 30 some are not.
 TEST(Packer, StreamsOfNoise) {

@@ -360,7 +360,8 @@ constexpr Saved kSaved[] = {
 TEST(PictureFiles, WrittenFilesHoldTheSamePixels) {
   for (const Saved& saved : kSaved) {
     for (int32_t width = 1; width <= 9; ++width) {
-      for (const size_t transparent : {256, 1, 0}) {  // entries of the palette
+      for (const size_t transparent :
+           {size_t{256}, size_t{1}, size_t{0}}) {  // entries of the palette
         const bool opaque = transparent == 0;
         SCOPED_TRACE(testing::Message() << "type " << saved.type << ", width " << width);
         Picture picture = NoisePicture(saved.format, width, 3, opaque ? 0 : width * 4 + 3, 7);
