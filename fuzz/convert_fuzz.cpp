@@ -24,7 +24,7 @@ struct Request {
 
 constexpr uint8_t kFilter = 1, kResize = 2, kOwnBuffer = 4;
 
-/// The converted rows; empty if the library refuses.
+/// The converted rows or blocks; empty if the library refuses.
 Bytes Convert(const Request& r, const uint8_t* bytes, size_t size) {
   zav::test::Image image;
   ZAV_SETENV(&image, r.flags & kFilter);
@@ -59,7 +59,9 @@ Bytes Convert(const Request& r, const uint8_t* bytes, size_t size) {
     const int64_t used = int64_t{dest.pitch} * (dest.height - 1) + row;
     if (dest.height > 0) dest.pixels = own.data() + own.size() - used;
   }
-  if (ZAV_CONVERT_RAW(&image) == 1 && dest.bytes_per_pixel > 0) {
+  if (ZAV_CONVERT_RAW(&image) != 1) return result;
+  if (zav::IsDxt(dest.format)) result.assign(dest.pixels, dest.pixels + dest.pitch);
+  if (dest.bytes_per_pixel > 0) {
     for (int32_t y = 0; y < dest.height; ++y) {
       const uint8_t* start = dest.pixels + int64_t{y} * dest.pitch;
       result.insert(result.end(), start, start + (row < dest.pitch ? row : dest.pitch));
