@@ -4,11 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
-#include <vector>
+#include <utility>
 
 #include "support/failing_heap.h"
-#include "support/pictures.h"
 
 namespace zav::test {
 namespace {
@@ -53,28 +51,6 @@ TEST(BlockPool, ReusesTheLatestFreedAndReleasesWhenSeveralAreBack) {
   EXPECT_EQ(pool.Alloc(), blocks[1]);
   EXPECT_EQ(pool.Alloc(), blocks[0]);
   pool.ReleaseAll();
-}
-
-TEST(BlockPool, BlocksNeverOverlapInAnyOrder) {
-  for (const int32_t size : {1, 7, 8, 61}) {
-    BlockPool pool;
-    pool.Init(5, size);
-    Random random(static_cast<uint64_t>(size) + 1);
-    std::vector<std::pair<uint8_t*, uint8_t>> held;
-    for (int step = 0; step < 3000; ++step) {
-      if (held.empty() || random.Below(100) < (step < 1500 ? 60u : 40u)) {
-        held.emplace_back(Bytes(pool.Alloc()), random.Byte());
-        std::memset(held.back().first, held.back().second, static_cast<size_t>(size));
-        continue;
-      }
-      std::swap(held[random.Below(static_cast<uint32_t>(held.size()))], held.back());
-      const auto [block, mark] = held.back();
-      for (int32_t i = 0; i < size; ++i) ASSERT_EQ(block[i], mark);
-      pool.Free(block);
-      held.pop_back();
-    }
-    pool.ReleaseAll();
-  }
 }
 
 }  // namespace

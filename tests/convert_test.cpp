@@ -98,16 +98,14 @@ TEST(Convert, EveryPairScaled) {
 }
 
 TEST(Convert, WarnsOncePerConversion) {
-  const auto hicolor = [](const std::string& source) {
-    return "Converting " + source + "to Hicolor is not recommended! Use BGRA32 Source instead!\n";
-  };
+  const std::string hicolor = "to Hicolor is not recommended! Use BGRA32 Source instead!\n";
   const std::tuple<int, int, std::string> cases[] = {
       {ZAV_FMT_RGB24, ZAV_FMT_BGR24,
        "Direct Converstion unsupported. Converting to BRGA32 First!\n"},
       {ZAV_FMT_BGRA32, ZAV_FMT_RGB565, ""},
-      {ZAV_FMT_RGBA32, ZAV_FMT_CUSTOM16_1, hicolor("RGB32 A")},
-      {ZAV_FMT_BGR24, ZAV_FMT_ARGB4444, hicolor("24 Bit ")},
-      {ZAV_FMT_RGB24, ZAV_FMT_RGB555, hicolor("24 Bit ")}};
+      {ZAV_FMT_RGBA32, ZAV_FMT_CUSTOM16_1, "Converting RGB32 A" + hicolor},
+      {ZAV_FMT_BGR24, ZAV_FMT_ARGB4444, "Converting 24 Bit " + hicolor},
+      {ZAV_FMT_RGB24, ZAV_FMT_RGB555, "Converting 24 Bit " + hicolor}};
   for (const auto& [from, to, warning] : cases) {
     TakeTraces();
     RunCase({from, to, 5, 4, 5, 4, 3, 0}, false, 0);

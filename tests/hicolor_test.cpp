@@ -20,11 +20,8 @@ namespace {
 
 /// A definition to be converted to: the fixed layouts by their format's number, others by theirs.
 ZAV_GFXDEF Wanted(const ZAV_GFXDEF& source, int32_t format, size_t layout, int32_t padding = 0) {
-  ZAV_GFXDEF wanted{};
-  wanted.format = format;
-  wanted.width = source.width;
-  wanted.height = source.height;
-  wanted.pitch = source.width * ReferenceBytes(format) + padding;
+  const int32_t pitch = source.width * ReferenceBytes(format) + padding;
+  ZAV_GFXDEF wanted = Definition(format, source.width, source.height, pitch);
   SetCustomMasks(wanted, layout);
   return wanted;
 }
