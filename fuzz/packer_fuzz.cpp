@@ -6,7 +6,7 @@
 
 #include <cstdlib>
 
-#include "support/packer_check.h"
+#include "support/plain_packer.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 3 || size > 1 << 17) return 0;

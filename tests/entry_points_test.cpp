@@ -8,12 +8,11 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <cstring>
-#include <string>
 #include <thread>
 #include <vector>
 
+#include "support/container_files.h"
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
@@ -133,25 +132,22 @@ TEST(ImageLife, NamesAndBlocksThatSelectNothing) {
 }
 
 TEST(ImageLife, FilesAreReadThroughTheirNames) {
-  std::string directory = testing::TempDir() + "zavXXXXXX";
-  ASSERT_NE(mkdtemp(directory.data()), nullptr);
-  const auto path = [&](const char* name) { return directory + "/" + name; };
+  const TemporaryFile good(".tga"), unknown(".png"), empty(".tga"), pipe(".tga");
   const Bytes file = Targa(9, 5);
-  for (const char* name : {"x.tga", "x.png"}) WriteFile(path(name), file);
-  WriteFile(path("empty.tga"), {});
-  ASSERT_EQ(mkfifo(path("pipe.tga").c_str(), 0600), 0);
+  for (const TemporaryFile* written : {&good, &unknown}) written->Write(file);
+  unlink(pipe.path());
+  ASSERT_EQ(mkfifo(pipe.path(), 0600), 0);
   Image image;
-  ASSERT_EQ(ZAV_CONVERT_FILE(&image, path("x.tga").c_str()), 1);
+  ASSERT_EQ(ZAV_CONVERT_FILE(&image, good.path()), 1);
   EXPECT_TRUE(Holds(image.source.pixels, file));
   ZAV_GFXDEF definition{};
-  ASSERT_EQ(ZAV_GETFILEFORMAT_FROMFILE(&definition, path("x.tga").c_str()), 1);
+  ASSERT_EQ(ZAV_GETFILEFORMAT_FROMFILE(&definition, good.path()), 1);
   EXPECT_EQ(definition.pitch, 36);
-  for (const char* bad : {"empty.tga", "x.png", "pipe.tga", "", "missing.tga"}) {
-    EXPECT_EQ(ZAV_CONVERT_FILE(&image, path(bad).c_str()), 0) << bad;
-    EXPECT_EQ(ZAV_GETFILEFORMAT_FROMFILE(&definition, path(bad).c_str()), 0) << bad;
+  for (const char* bad : {empty.path(), unknown.path(), pipe.path(), "", "/nowhere/missing.tga"}) {
+    EXPECT_EQ(ZAV_CONVERT_FILE(&image, bad), 0) << bad;
+    EXPECT_EQ(ZAV_GETFILEFORMAT_FROMFILE(&definition, bad), 0) << bad;
   }
   EXPECT_EQ(ZAV_CONVERT_FILE(&image, nullptr), 0);
-  std::system(("rm -r " + directory).c_str());
 }
 
 TEST(Threads, ConvertDifferentImagesAtOnce) {

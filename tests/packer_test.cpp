@@ -6,8 +6,9 @@
 #include <string>
 
 #include "base/endian.h"
-#include "support/packer_check.h"
+#include "codecs/packer.h"
 #include "support/pictures.h"
+#include "support/plain_packer.h"
 
 namespace zav::test {
 namespace {
