@@ -28,8 +28,7 @@ const std::vector<Bytes>& Seeds() {
     for (const int kind : {ZAV_LAYER_JPEG32, ZAV_LAYER_JPEG24, ZAV_LAYER_JPEGMASK}) {
       layers.push_back(zav::test::Layer(kind, {2, 30}));
     }
-    const int32_t formats[] = {ZAV_FMT_PAL8, ZAV_FMT_BGRA32};
-    for (const int32_t format : formats) {
+    for (const int32_t format : {ZAV_FMT_PAL8, ZAV_FMT_BGRA32}) {
       for (const int32_t side : {3, 40, 131}) {
         zav::test::Picture picture = zav::test::NoisePicture(format, side, side, 0, 1);
         for (uint8_t& byte : picture.pixels) byte &= 0x11;

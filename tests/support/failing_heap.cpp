@@ -24,12 +24,7 @@ bool Refuse() {
 extern "C" {
 void* __real_malloc(size_t size);
 int __real_posix_memalign(void** out, size_t alignment, size_t size);
-
 void* __real_calloc(size_t count, size_t size);
-
-void* __wrap_malloc(size_t size);
-int __wrap_posix_memalign(void** out, size_t alignment, size_t size);
-void* __wrap_calloc(size_t count, size_t size);
 
 void* __wrap_malloc(size_t size) { return Refuse() ? nullptr : __real_malloc(size); }
 int __wrap_posix_memalign(void** out, size_t alignment, size_t size) {

@@ -6,11 +6,7 @@
 
 #include "base/trace.h"
 
-namespace {
-
-thread_local std::vector<std::string> t_traces;
-
-}  // namespace
+static thread_local std::vector<std::string> t_traces;
 
 // Replaces the library's, which is alone in its object file.
 void zav::TraceHook(const char* text) { t_traces.emplace_back(text); }
