@@ -4,7 +4,7 @@
 option(ZAV_TRACE "Print the library's warnings to stderr" OFF)
 option(ZAV_TOOL "Build the zav command (needs CLI11, fmt, nlohmann-json)" OFF)
 option(ZAV_TESTS "Build the tests (needs GoogleTest)" OFF)
-option(ZAV_FUZZ "Build the fuzzers (libFuzzer, with clang)" OFF)
+option(ZAV_FUZZ "Build the fuzzers (libFuzzer with clang; otherwise they replay files)" OFF)
 option(ZAV_BENCH "Build the benchmarks (needs Google Benchmark)" OFF)
 option(ZAV_VECTOR "Use Highway for the vectorised kernels if it is installed" ON)
 option(ZAV_JPEG "Use libjpeg-turbo for JPEG data if it is installed" ON)

@@ -9,8 +9,8 @@
 #include "support/container_files.h"
 #include "support/pictures.h"
 
-// Defined by libFuzzer.
-extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t limit);
+// Defined by libFuzzer; absent when files are replayed.
+extern "C" __attribute__((weak)) size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t limit);
 
 namespace {
 

@@ -165,15 +165,5 @@ TEST(ContainerStream, AnAbandonedLayerIsWrittenOver) {
   EXPECT_EQ(file.Read(), Join({expected}));
 }
 
-// Failed writes do not show in the results: hosts that must know read the file back.
-TEST(ContainerStream, FullDiskIsNotReported) {
-  Picture picture = NoisePicture(ZAV_FMT_BGRA32, 40, 40, 0, 6);
-  void* stream = ZAV_OPEN_WRITE("/dev/full");
-  ASSERT_NE(stream, nullptr);
-  ZAV_LAYER layer = Layer(ZAV_LAYER_PACKED32, {2, 8, 8, 8, 8});
-  EXPECT_EQ(ZAV_WRITE_IMAGE(stream, nullptr, &layer, &picture.definition), 0);
-  ZAV_CLOSE(stream);
-}
-
 }  // namespace
 }  // namespace zav::test
