@@ -343,7 +343,8 @@ enum {
 //   34        21      5 bits  9 width  13 height  17 pitch
 //
 //   name        32 bytes, padded with zeros; a name of 32 characters has no terminator
-//   width       4 bytes; sides of the picture, `height` likewise
+//   width       4 bytes; of the picture, in pixels
+//   height      4 bytes; in rows
 //   pitch       4 bytes; from row to row
 //   tile_log    2 bytes; base-2 logarithm of the tile size
 //   tiles       2 bytes; number of layers that follow
