@@ -168,17 +168,12 @@ class Tool(unittest.TestCase):
     def test_jpeg_files(self):
         plain = smooth(76, 41).convert("RGB")
         plain.save("in.png")
-        for quality, options in ((90, []), (10, ["--quality=10"])):
-            ours = self.converted("in.png", "out.jpeg", *options)
-            self.assertLess(error(ours, load("in.png")), 12)
-            plain.save("peer.jpg", quality=quality)
-            tables = [stored(name, "quantization") for name in ("out.jpeg", "peer.jpg")]
-            self.assertEqual(*tables)
-        for storage, options in (("4:4:4", {"subsampling": 0}),
-                                 ("4:2:0, progressive", {"progressive": True})):
-            plain.save("in.jpg", **options)
-            self.assertRegex(self.run_ok("info in.jpg"), f"76 x 41 +bgr24 +{storage} ")
-            self.assertLess(error(load("in.jpg"), self.converted("in.jpg", "out.tga")), 1)
+        ours = self.converted("in.png", "out.jpeg", "--quality=10")
+        self.assertLess(error(ours, plain.convert("RGBA")), 12)
+        plain.save("in.jpg", quality=10, progressive=True)
+        self.assertEqual(*(stored(name, "quantization") for name in ("out.jpeg", "in.jpg")))
+        self.assertRegex(self.run_ok("info in.jpg"), "76 x 41 +bgr24 +4:2:0, progressive ")
+        self.assertLess(error(load("in.jpg"), self.converted("in.jpg", "out.tga")), 1)
 
     def test_raw_pixels(self):
         picture = noise(7, 3)
