@@ -284,6 +284,8 @@ class Tool(unittest.TestCase):
         for line in ("info in.tga >/dev/full", "convert in.tga - --type png >/dev/full"):
             done = subprocess.run(f"{ZAV} {line}", shell=True, capture_output=True)
             self.assertEqual((done.returncode, b"No space" in done.stderr), (2, True))
+        for line in ("info no.tga 2>&-", "info no.tga 2>/dev/full"):
+            self.assertEqual(subprocess.call(f"{ZAV} {line}", shell=True), 2)
 
     def test_modes_and_links(self):
         noise(9, 9).save("in.tga")

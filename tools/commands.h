@@ -4,6 +4,7 @@
 #define ZAV_TOOLS_COMMANDS_H_
 
 #include <CLI/CLI.hpp>
+#include <string_view>
 
 #include "error.h"
 
@@ -22,8 +23,9 @@ void AddExtract(CLI::App& app, int& exit_code);
 void AddPreview(CLI::App& app, int& exit_code);
 void AddVerify(CLI::App& app, int& exit_code);
 
-/// Prints "zav: SUBJECT: what" on stderr.
-void Report(const Error& error);
+/// Prints "zav: SUBJECT: what" on stderr, without the subject if it is empty.
+void Report(std::string_view subject, std::string_view what) noexcept;
+void Report(const Error& error) noexcept;
 
 }  // namespace zav::tool
 

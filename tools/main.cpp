@@ -4,6 +4,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 #include <new>
 
 #include "commands.h"
@@ -12,13 +13,19 @@
 
 namespace zav::tool {
 
-void Report(const Error& error) {
-  // Keeps the order where both streams go to one file.
-  std::fflush(stdout);
-  fmt::print(stderr, StyleOn(stderr, fmt::emphasis::bold | fg(fmt::terminal_color::red)), "zav:");
-  if (!error.subject().empty()) fmt::print(stderr, " {}:", error.subject());
-  fmt::print(stderr, " {}\n", error.what());
+void Report(std::string_view subject, std::string_view what) noexcept {
+  try {
+    // Keeps the order if both streams go to one file.
+    std::fflush(stdout);
+    fmt::print(stderr, StyleOn(stderr, fmt::emphasis::bold | fg(fmt::terminal_color::red)), "zav:");
+    if (!subject.empty()) fmt::print(stderr, " {}:", subject);
+    fmt::print(stderr, " {}\n", what);
+  } catch (const std::exception&) {
+    // Standard error is closed or full. The exit code still gives the result.
+  }
 }
+
+void Report(const Error& error) noexcept { Report(error.subject(), error.what()); }
 
 namespace {
 
@@ -70,9 +77,9 @@ int main(int argc, char** argv) {
     Report(error);
     return error.exit_code();
   } catch (const std::bad_alloc&) {
-    Report(Error(ErrorKind::kInputOutput, "", "out of memory"));
+    Report("", "out of memory");
   } catch (const std::exception& error) {
-    Report(Error(ErrorKind::kInputOutput, "", error.what()));
+    Report("", error.what());
   }
   return static_cast<int>(ErrorKind::kInputOutput);
 }
