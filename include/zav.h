@@ -231,7 +231,7 @@ ZAV_API int ZAV_CONVERT_RAW(ZAV_IMAGE* image);
 //   fails the read, and so does a verbatim file that ends early.
 //
 // JPEG ("jpg"; layout: ITU-T T.81, T.871).
-//   Baseline and progressive, three or four channels, any sampling; gray is refused. Decoded to
+//   Baseline and progressive, three or four channels, any sampling; grey is refused. Decoded to
 //   RGB24, BGR24 or RGBA32 when `dest.format` asks for that, else to BGRA32; alpha is 255. Four
 //   channels are YCbCr (T.871) and alpha; with an Adobe marker (CMYK, YCCK) they become opaque
 //   colors. Refused are files that end early, whose coded data is corrupt, that have more than 100
