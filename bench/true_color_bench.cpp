@@ -8,10 +8,12 @@
 
 #include "base/heap.h"
 #include "encodings/true_color.h"
+#include "encodings/true_color_rows.h"
 #include "platform/stream_copy.h"
 #include "platform/vector_target.h"
 #include "support/pictures.h"
 #include "surface/copy.h"
+#include "surface/row_walker.h"
 #include "surface/surface.h"
 
 #ifdef ZAV_PEER_LIBYUV
@@ -39,9 +41,10 @@ struct KernelCase {
   Peer peer;
 };
 
+/// The library only swaps 24-bit pixels in place; the peer copies.
 bool SwapRows24(ZAV_CONVERTER& converter) {
-  SwapRedBlue24(converter.source.pixels, converter.dest.pixels, converter.source.width,
-                converter.source.height, converter.source.pitch, converter.dest.pitch);
+  const TrueColorTables& tables = SelectedTrueColor();
+  WalkRows(Rows(converter), tables.rows.swap_red_blue_24, tables.streaming.swap_red_blue_24);
   return true;
 }
 

@@ -47,8 +47,9 @@ void DecodeColors(const uint8_t* block, uint8_t* pixels, int64_t pitch, bool dxt
   const std::array<uint32_t, 4> colors = BlockColors(block, dxt1);
   for (int y = 0; y < 4; ++y) {
     const uint32_t indices = block[4 + y];
-    for (int64_t x = 0; x < 4; ++x)
+    for (int64_t x = 0; x < 4; ++x) {
       StoreLe32(pixels + y * pitch + x * 4, colors[indices >> 2 * x & 3]);
+    }
   }
 }
 

@@ -13,14 +13,16 @@ namespace {
 using PixelRowOf = PixelRow TrueColorRows::*;
 using PaletteRowOf = PaletteRow TrueColorRows::*;
 
-void Shuffle(const Rows& rows, PixelRowOf row) {
+bool Shuffle(const ZAV_CONVERTER& converter, PixelRowOf row) {
   const TrueColorTables& tables = SelectedTrueColor();
-  WalkRows(rows, tables.rows.*row, tables.streaming.*row);
+  WalkRows(Rows(converter), tables.rows.*row, tables.streaming.*row);
+  return true;
 }
 
-bool Shuffle(const ZAV_CONVERTER& converter, PixelRowOf row) {
-  Shuffle(Rows(converter), row);
-  return true;
+void ShuffleInPlace(const ZAV_SURFACE& surface, PixelRowOf row) {
+  ZAV_CONVERTER both{};
+  both.source = both.dest = surface;
+  Shuffle(both, row);
 }
 
 bool Lookup(const ZAV_CONVERTER& converter, const uint8_t* palette, PaletteRowOf row) {
@@ -82,30 +84,12 @@ bool Widen24To32Swap(ZAV_CONVERTER& converter) {
   return Shuffle(converter, &TrueColorRows::widen_24_to_32_swap);
 }
 
-void SwapRedBlue32(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
-                   int32_t source_pitch, int32_t dest_pitch) {
-  Shuffle(Rows(RowLayout{.source = source,
-                         .dest = dest,
-                         .width = width,
-                         .height = height,
-                         .source_pitch = source_pitch,
-                         .dest_pitch = dest_pitch,
-                         .source_bytes = 4,
-                         .dest_bytes = 4}),
-          &TrueColorRows::swap_red_blue_32);
+void SwapRedBlue32(const ZAV_SURFACE& surface) {
+  ShuffleInPlace(surface, &TrueColorRows::swap_red_blue_32);
 }
 
-void SwapRedBlue24(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
-                   int32_t source_pitch, int32_t dest_pitch) {
-  Shuffle(Rows(RowLayout{.source = source,
-                         .dest = dest,
-                         .width = width,
-                         .height = height,
-                         .source_pitch = source_pitch,
-                         .dest_pitch = dest_pitch,
-                         .source_bytes = 3,
-                         .dest_bytes = 3}),
-          &TrueColorRows::swap_red_blue_24);
+void SwapRedBlue24(const ZAV_SURFACE& surface) {
+  ShuffleInPlace(surface, &TrueColorRows::swap_red_blue_24);
 }
 
 }  // namespace zav

@@ -23,11 +23,8 @@ bool Narrow32To24Swap(ZAV_CONVERTER& converter);
 bool Widen24To32(ZAV_CONVERTER& converter);
 bool Widen24To32Swap(ZAV_CONVERTER& converter);
 
-/// Exchange bytes 0 and 2 of every 4- or 3-byte pixel; source and destination may be one buffer
-/// with one pitch.
-void SwapRedBlue32(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
-                   int32_t source_pitch, int32_t dest_pitch);
-void SwapRedBlue24(const uint8_t* source, uint8_t* dest, int32_t width, int32_t height,
-                   int32_t source_pitch, int32_t dest_pitch);
+/// Exchange bytes 0 and 2 of every 4- or 3-byte pixel in place.
+void SwapRedBlue32(const ZAV_SURFACE& surface);
+void SwapRedBlue24(const ZAV_SURFACE& surface);
 
 }  // namespace zav

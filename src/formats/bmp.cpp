@@ -119,7 +119,7 @@ bool BmpRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
     CopyRows(source.pixels, top_row, row_bytes, height, source.pitch, -row_bytes);
   }
   if (format == ZAV_FMT_BGR24 && converter.dest.format == ZAV_FMT_RGB24) {
-    SwapRedBlue24(source.pixels, source.pixels, width, height, source.pitch, source.pitch);
+    SwapRedBlue24(source);
     source.format = ZAV_FMT_RGB24;
   }
   return converter.dest.format == 0 || ConvertSurface(converter);

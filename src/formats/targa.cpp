@@ -196,12 +196,10 @@ bool TgaRead(ZAV_CONVERTER& converter, const uint8_t* data, int64_t size) {
   // In place: source and destination then have the same format.
   const int32_t wanted = converter.dest.format;
   if (source.format == ZAV_FMT_BGR24 && wanted == ZAV_FMT_RGB24) {
-    SwapRedBlue24(source.pixels, source.pixels, source.width, source.height, source.pitch,
-                  source.pitch);
+    SwapRedBlue24(source);
     source.format = wanted;
   } else if (source.format == ZAV_FMT_BGRA32 && wanted == ZAV_FMT_RGBA32) {
-    SwapRedBlue32(source.pixels, source.pixels, source.width, source.height, source.pitch,
-                  source.pitch);
+    SwapRedBlue32(source);
     source.format = wanted;
   }
   return wanted == 0 || ConvertSurface(converter);

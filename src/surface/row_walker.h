@@ -11,43 +11,25 @@
 
 namespace zav {
 
-/// Two pictures of one size, one to read and one to write.
-struct RowLayout {
-  const uint8_t* source;
-  uint8_t* dest;
-  int32_t width, height;
-  int32_t source_pitch, dest_pitch;
-  int32_t source_bytes, dest_bytes;  ///< per pixel
-};
-
-/// The rows of both pictures as row functions see them. Where neither has padding the whole picture
-/// is one long row, which saves narrow pictures the per-row start and tail.
+/// The rows of a converter's two pictures as row functions see them. Where neither has padding the
+/// whole picture is one long row, which saves narrow pictures the per-row start and tail.
 struct Rows {
-  explicit Rows(const RowLayout& layout)
-      : source(layout.source),
-        dest(layout.dest),
-        source_pitch(layout.source_pitch),
-        dest_pitch(layout.dest_pitch),
-        source_bytes(static_cast<size_t>(layout.source_bytes)),
-        dest_bytes(static_cast<size_t>(layout.dest_bytes)) {
-    if (layout.width < 1 || layout.height < 1) return;
-    width = static_cast<size_t>(layout.width);
-    height = static_cast<size_t>(layout.height);
-    if (source_pitch == int64_t{layout.width} * layout.source_bytes &&
-        dest_pitch == int64_t{layout.width} * layout.dest_bytes) {
+  explicit Rows(const ZAV_CONVERTER& converter)
+      : source(converter.source.pixels),
+        dest(converter.dest.pixels),
+        source_pitch(converter.source.pitch),
+        dest_pitch(converter.dest.pitch),
+        source_bytes(static_cast<size_t>(BytesPerPixel(converter.source.format))),
+        dest_bytes(static_cast<size_t>(BytesPerPixel(converter.dest.format))) {
+    if (converter.source.width < 1 || converter.source.height < 1) return;
+    width = static_cast<size_t>(converter.source.width);
+    height = static_cast<size_t>(converter.source.height);
+    if (source_pitch == static_cast<int64_t>(width * source_bytes) &&
+        dest_pitch == static_cast<int64_t>(width * dest_bytes)) {
       width *= height;
       height = 1;
     }
   }
-  explicit Rows(const ZAV_CONVERTER& converter)
-      : Rows(RowLayout{.source = converter.source.pixels,
-                       .dest = converter.dest.pixels,
-                       .width = converter.source.width,
-                       .height = converter.source.height,
-                       .source_pitch = converter.source.pitch,
-                       .dest_pitch = converter.dest.pitch,
-                       .source_bytes = BytesPerPixel(converter.source.format),
-                       .dest_bytes = BytesPerPixel(converter.dest.format)}) {}
 
   /// Whether to stream: large destinations with rows of many cache lines, but not in place, where
   /// every line written has just been read.
