@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstring>
 #include <thread>
 #include <vector>
 
@@ -16,7 +15,6 @@
 #include "support/failing_heap.h"
 #include "support/picture_files.h"
 #include "support/pictures.h"
-#include "surface/records.h"
 
 namespace zav::test {
 namespace {
@@ -30,20 +28,6 @@ Bytes Targa(int32_t width, int32_t height, uint64_t seed = 1) {
 
 bool Holds(const uint8_t* pixels, const Bytes& targa) {
   return std::equal(targa.begin() + 23, targa.end(), pixels);
-}
-
-TEST(ImageLife, StartsZeroAndEndsZero) {
-  Image image;
-  const ZAV_CONVERTER none{};
-  EXPECT_TRUE(SameDefinition(image.source, {}) && SameDefinition(image.dest, {}));
-  EXPECT_EQ(std::memcmp(image.converter, &none, sizeof(none)), 0);
-  for (int i = 0; i < 2; ++i) {
-    ZAV_FREE(&image);
-    EXPECT_EQ(image.converter, nullptr);
-  }
-  EXPECT_EQ(ZAV_CONVERT_RAW(&image), 0);
-  ZAV_DETACH(&image);
-  ZAV_DETACH(nullptr);
 }
 
 TEST(ImageLife, SecondReadDoesNotWriteIntoTheFirstOnesBuffer) {

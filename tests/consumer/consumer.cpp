@@ -24,7 +24,9 @@ int Converts() {
   if (std::memcmp(image.dest.pixels, expected, 4) != 0) return 2;
   unsigned char* kept = image.dest.pixels;
   ZAV_DETACH(&image);
-  ZAV_FREE(&image);
+  for (int i = 0; i < 2; ++i) ZAV_FREE(&image);  // the second does no harm
+  ZAV_DETACH(&image);
+  ZAV_DETACH(nullptr);
   if (image.dest.pixels != nullptr || kept[0] != 30) return 3;
   ZAV_FREE_BUFFER(kept);
   return 0;
